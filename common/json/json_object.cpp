@@ -1,0 +1,129 @@
+#include "common/json/json_object.h"
+
+#include <json/reader.h>
+
+#include <cstdint>
+#include <cstring>
+#include <utility>
+
+#include "common/json/text_encoding.h"
+
+JsonObject::JsonObject(char const* buffer, unsigned int length) : target(&ownValue) {
+    bool const collect_comments = false;
+    if (!Json::Reader().parse(buffer, buffer + length, ownValue, collect_comments)) {
+        throw AERROR_INVALID_JSON;
+    }
+}
+
+JsonObject::JsonObject(char const* text) : target(&ownValue) {
+    bool const collect_comments = true;
+    if (text != nullptr &&
+        !Json::Reader().parse(std::string(text), ownValue, collect_comments)) {
+        throw AERROR_INVALID_JSON;
+    }
+}
+
+JsonObject::JsonObject(Json::Value& value) : target(&value) {}
+
+JsonObject::JsonObject(JsonObject const& other)
+    : target(other.ownValue.isNull() ? other.target : &ownValue),
+      ownValue(other.ownValue) {}
+
+JsonObject::~JsonObject() = default;
+
+JsonObject JsonObject::GetEmptyObject() {
+    return JsonObject("{}");
+}
+
+JsonObject& JsonObject::operator=(std::string text) {
+    *target = Json::Value(text);
+    return *this;
+}
+
+// The copy is complete before anything is replaced, since the two may share a document.
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): for the same reason it is handled.
+JsonObject& JsonObject::operator=(JsonObject const& other) {
+    if (other.ownValue.isNull()) {
+        *target = Json::Value(*other.target);
+    } else {
+        ownValue = Json::Value(other.ownValue);
+        target = &ownValue;
+    }
+    return *this;
+}
+
+JsonObject::operator std::string() {
+    return target->asString().c_str();
+}
+JsonObject::operator std::wstring() {
+    return s2ws(*this);
+}
+JsonObject::operator unsigned long long() {
+    return target->asUInt64();
+}
+JsonObject::operator long long() {
+    return target->asInt64();
+}
+JsonObject::operator long() {
+    return target->asInt64();
+}
+JsonObject::operator int() {
+    return static_cast<std::int32_t>(target->asInt64());
+}
+JsonObject::operator AERROR() {
+    return static_cast<AERROR>(static_cast<int>(*this));
+}
+JsonObject::operator double() {
+    return target->asDouble();
+}
+JsonObject::operator bool() {
+    return target->asBool();
+}
+
+bool JsonObject::IsValid() {
+    return !target->isNull();
+}
+bool JsonObject::IsArray() {
+    return target->isArray();
+}
+
+JsonObject JsonObject::GetObject(char const* path) {
+    Json::Value* const found = FindValue(path);
+    if (found == nullptr) {
+        throw AERROR_NOT_FOUND;
+    }
+    return *found;
+}
+
+bool JsonObject::HasObject(char const* path) {
+    return FindValue(path) != nullptr;
+}
+
+JsonObject JsonObject::operator[](char const* key) {
+    return (*target)[key];
+}
+JsonObject JsonObject::operator[](int index) {
+    return (*target)[index];
+}
+unsigned int JsonObject::GetArraySize() {
+    return target->size();
+}
+
+// Returns the value at `path`, or null if a member is missing. A forked child of a
+// threaded process comes here, so the path is cut by hand: a regular expression would
+// ask for the global locale, which the C++ library may guard with a lock.
+Json::Value* JsonObject::FindValue(char const* path) {
+    Json::Value* value = target;
+    for (char const* rest = path; *rest != '\0';) {
+        std::string const name(rest, std::strcspn(rest, "/"));
+        rest += name.size() + (rest[name.size()] == '/' ? 1 : 0);
+        if (name.empty()) {
+            continue;
+        }
+        if (!value->isMember(name)) {
+            return nullptr;
+        }
+        value = &(*value)[name];
+    }
+    return value;
+}

@@ -1,0 +1,104 @@
+// JsonObject, the handle on JSON data.
+//
+//   JsonObject list(R"({"0": {"name": "agent", "argc": 1}})");
+//   JsonObject item = list["0"];                    // a view into `list`
+//   std::string name = item.GetObject("/name");     // "agent"
+//   int count = item["argc"];                       // 1
+//   list.HasObject("0/program");                    // false
+//
+// A handle plays one of two roles. An owning object holds a document of its own; a view
+// refers to a value inside another object's document, or to a caller's Json::Value. A
+// view must not outlive what it refers to; nothing checks that. Which role a copy plays
+// is told by the source's own document alone: if it is JSON null, as in every view, the
+// copy is a view of the same value; else it owns a deep copy. So a copy of an owning
+// object that holds null is a view into that object.
+//
+// A document and all views into it are used by one thread at a time. What jsoncpp
+// throws for a value of the wrong type passes through every operation.
+
+#ifndef COMMON_JSON_JSON_OBJECT_H
+#define COMMON_JSON_JSON_OBJECT_H
+
+#include <json/value.h>
+
+#include <string>
+
+#include "common/json/aerror.h"
+
+class JsonObject {
+  public:
+    // Parses the `length` bytes at `buffer`, which need no terminator and may hold NULs,
+    // into a document of its own, without comments. Throws AERROR_INVALID_JSON if they
+    // are not JSON.
+    JsonObject(char const* buffer, unsigned int length);
+
+    // Parses `text` into a document of its own and keeps its comments, which then appear
+    // in styled output. A null pointer gives a document that is JSON null. Throws
+    // AERROR_INVALID_JSON if the text is not JSON.
+    JsonObject(char const* text);
+
+    // A view on `value`, which the caller keeps alive.
+    JsonObject(Json::Value& value);
+
+    // A view if `other`'s own document is null, else the owner of a deep copy of it.
+    JsonObject(JsonObject const& other);
+
+    // Leaves the value that a view refers to as it is.
+    virtual ~JsonObject();
+
+    // An owning object that holds {}.
+    static JsonObject GetEmptyObject();
+
+    // Replaces the value by the JSON string `text`. Through a view this changes the
+    // document that the view refers to.
+    JsonObject& operator=(std::string text);
+
+    // If `other`'s own document is null: replaces the value by a deep copy of the value
+    // that `other` refers to; through a view, in the viewed document. Otherwise this
+    // handle becomes the owner of a deep copy of `other`'s document, and a view lets go
+    // of the document that it referred to.
+    JsonObject& operator=(JsonObject const& other);
+
+    // The value as text, up to its first NUL; null is "", numbers and booleans are
+    // written out. The wide form decodes it from UTF-8 and throws what s2ws throws.
+    operator std::string();
+    operator std::wstring();
+
+    // The value as a number; null is 0. int and AERROR take the low 32 bits of the
+    // 64-bit value, without a range check: 4294967297 reads as 1.
+    operator unsigned long long();
+    operator long long();
+    operator long();
+    operator int();
+    operator AERROR();
+    operator double();
+    operator bool();
+
+    // Says whether the value is anything but JSON null.
+    bool IsValid();
+    bool IsArray();
+
+    // Follow a path of member names separated by slashes, from this value. Empty names
+    // are skipped, so "/a/b", "a/b/" and "a//b" are one path and "" is this value; names
+    // are literal, and a number is a name, never an index. The document is not changed.
+    // GetObject returns a view and throws AERROR_NOT_FOUND if a member is missing;
+    // HasObject says whether all are there. `path` is not null.
+    JsonObject GetObject(char const* path);
+    bool HasObject(char const* path);
+
+    // A view on one member or array element. What is missing is added to the document,
+    // as null; a null value first becomes an object or an array.
+    JsonObject operator[](char const* key);
+    JsonObject operator[](int index);
+
+    // The number of elements of an array or of members of an object, else 0.
+    unsigned int GetArraySize();
+
+  private:
+    Json::Value* FindValue(char const* path);
+
+    Json::Value* target;   // what every operation reads and changes; never null
+    Json::Value ownValue;  // the document of an owning object; null in a view
+};
+
+#endif

@@ -1,0 +1,145 @@
+#include "launcher/child_proc.h"
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <stdexcept>
+#include <system_error>
+#include <vector>
+
+#include "common/config/log.h"
+
+namespace {
+
+constexpr std::chrono::nanoseconds kRestartDelay(50'000'000);
+
+// More arguments than any system takes; their pointers alone would overflow a stack.
+constexpr long long kMaxArguments = 1 << 20;
+
+// Returns the number of entries of a program's argument vector, the program included.
+long long CountArguments(JsonObject& item) {
+    long long count = 1;
+    if (item.HasObject("argc")) {
+        count = static_cast<int>(item["argc"]) + 1LL;
+    }
+    if (count > kMaxArguments) {
+        throw std::length_error("too many arguments");
+    }
+    return count < 0 ? 0 : count;
+}
+
+// The argument vector for execv: the program's path, the item's arguments, and null.
+class ArgumentVector {
+  public:
+    // Borrows `program`; copies the arguments.
+    ArgumentVector(std::string& program, JsonObject& item) {
+        long long const count = CountArguments(item);
+        pointers.reserve(static_cast<std::size_t>(count) + 1);
+        if (count > 0) {
+            pointers.push_back(program.data());
+        }
+        for (long long i = 1; i < count; ++i) {
+            std::string const argument = item["args"][std::to_string(i - 1).c_str()];
+            pointers.push_back(strdup(argument.c_str()));
+        }
+        pointers.push_back(nullptr);
+    }
+
+    ~ArgumentVector() {
+        for (std::size_t i = 1; i + 1 < pointers.size(); ++i) {
+            std::free(pointers[i]);
+        }
+    }
+
+    ArgumentVector(ArgumentVector const&) = delete;
+    ArgumentVector& operator=(ArgumentVector const&) = delete;
+
+    [[nodiscard]] char* const* Data() const noexcept { return pointers.data(); }
+
+  private:
+    std::vector<char*> pointers;
+};
+
+}  // namespace
+
+ChildProc::ChildProc(std::string launcher_name, JsonObject launch_item)
+    : pid(0), running(true), item(nullptr) {
+    // Assigned to an owning object, so that a view becomes a private copy.
+    item = launch_item;
+    launcherName = launcher_name;
+    name = std::string(item["name"]);
+    try {
+        thread.reset(new std::thread([this] { Supervise(); }));
+    } catch (std::system_error const& error) {
+        // Some standard libraries give the system's text alone.
+        throw std::system_error(error.code(), "thread constructor failed");
+    }
+}
+
+ChildProc::~ChildProc() {
+    Stop();
+    if (thread && thread->joinable()) {
+        thread->join();
+    }
+}
+
+void ChildProc::Stop() {
+    running.store(false, std::memory_order_relaxed);
+    kill(pid.load(std::memory_order_relaxed), SIGKILL);
+}
+
+void ChildProc::Supervise() {
+    bool is_forked_child = false;
+    while (running.load(std::memory_order_relaxed)) {
+        std::string program = item["program"];
+        __LOG__A(logger, LOGLEVEL_DEBUG, "[LAUNCHER  ] Start to fork %s", name.c_str());
+        pid_t const child = fork();
+        pid.store(child, std::memory_order_relaxed);
+        if (child < 0) {
+            __LOG__A(logger, LOGLEVEL_ERROR, "[LAUNCHER  ] Failed to fork %s",
+                     name.c_str());
+            break;
+        }
+        if (child > 0) {
+            WaitForEnd(child);
+        } else {
+            is_forked_child = true;
+            if (program.empty()) {
+                __LOG__A(logger, LOGLEVEL_ERROR,
+                         "[LAUNCHER  ] program path of %s is empty", name.c_str());
+                break;
+            }
+            // Returns only if it failed. The child then goes on as a supervisor.
+            Execute(program);
+        }
+        std::this_thread::sleep_for(kRestartDelay);
+    }
+    running.store(false, std::memory_order_relaxed);
+    if (is_forked_child) {
+        // An ordinary exit would destroy this process's copy of the launcher's table,
+        // and with it kill the programs of all other items.
+        _exit(0);
+    }
+}
+
+void ChildProc::WaitForEnd(pid_t child) {
+    int status = 0;
+    pid_t const ret = waitpid(child, &status, 0);
+    __LOG__A(logger, LOGLEVEL_ERROR,
+             "[LAUNCHER  ] %s %d is killed. ret = %d, status = %d", name.c_str(),
+             pid.load(std::memory_order_relaxed), ret, status);
+}
+
+// From here to execv this process has one thread and a copy of everybody else's state:
+// it takes no lock that another thread may have held at the fork. The C library keeps
+// memory allocation usable.
+//
+// What the item's members throw here nobody catches: the child ends abnormally.
+void ChildProc::Execute(std::string& program) {
+    ArgumentVector const arguments(program, item);
+    execv(program.c_str(), arguments.Data());
+}

@@ -1,0 +1,137 @@
+#include "launcher/main.h"
+
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <vector>
+
+#include "common/config/log.h"
+#include "common/config/log_location.h"
+#include "launcher/system_event.h"
+
+ILog* logger = nullptr;
+
+// Destroyed in the reverse order: the supervisors last.
+std::unordered_map<std::string, std::shared_ptr<ChildProc>> g_child_map;
+std::mutex g_process_mutex;
+std::condition_variable g_process_condition;
+
+namespace {
+
+unsigned short const kErrorEvent = 3;
+
+// Starts the supervisors of the items "0", "1", ... up to the first number that is
+// missing. Of two items with the same name the later one replaces the earlier.
+void StartItems(std::string const& launcher_name, std::string const& text) {
+    JsonObject list(text.data(), static_cast<unsigned int>(text.size()));
+    for (int i = 0; list.HasObject(std::to_string(i).c_str()); ++i) {
+        JsonObject item = list[std::to_string(i).c_str()];
+        if (!item.HasObject("/name")) {
+            __LOG__A(logger, LOGLEVEL_ERROR,
+                     "[LAUNCHER  ] There is an item has no name.");
+            continue;
+        }
+        std::string const name = item.GetObject("name");
+        // The table's reference is the only one: what this replaces ends on the spot.
+        g_child_map[name] =
+            std::shared_ptr<ChildProc>(new ChildProc(launcher_name, item));
+    }
+}
+
+void WaitForStop() {
+    std::unique_lock<std::mutex> lock(g_process_mutex);
+    // Without a predicate: whatever wakes main ends the launcher. The handler notifies
+    // without the mutex, so a SIGTERM before this point stops the programs and its
+    // notification is lost; the next one ends the wait.
+    g_process_condition.wait(lock);  // NOLINT(bugprone-spuriously-wake-up-functions)
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    close(0);
+    close(1);
+    close(2);
+    std::signal(SIGTERM, sigterm_handler);
+    if (argc < 3) {
+        WriteEvent("Tamlin Launcher", kErrorEvent, "wrong parameters.");
+        return 0;
+    }
+    std::string const launcher_name = argv[1];
+    std::string const list_path = argv[2];
+
+    // The log is opened after the list is read, so the lines before it go nowhere.
+    __LOG__A(logger, LOGLEVEL_ERROR, "[LAUNCHER  ] Read data from %s", list_path.c_str());
+    std::string text;
+    if (!ReadData(list_path, text)) {
+        __LOG__A(logger, LOGLEVEL_ERROR, "[LAUNCHER  ] Failed to read data from %s",
+                 list_path.c_str());
+        return 0;
+    }
+    InitLog(launcher_name);
+    try {
+        StartItems(launcher_name, text);
+    } catch (...) {
+        __LOG__A(logger, LOGLEVEL_ERROR,
+                 "[LAUNCHER  ] Error while parsing saved json string.");
+        return 0;
+    }
+    WaitForStop();
+    return 1;
+}
+
+// It frees memory, kills and joins in signal context: the launcher has nothing else to
+// do by then. The table is cleared without a lock, whatever main is doing.
+void sigterm_handler(int signal_number) {
+    if (signal_number != SIGTERM) {
+        return;
+    }
+    if (!g_child_map.empty()) {
+        g_child_map.clear();
+    }
+    g_process_condition.notify_all();
+}
+
+void InitDaemon() {
+    close(0);
+    close(1);
+    close(2);
+    std::signal(SIGTERM, sigterm_handler);
+}
+
+bool ReadData(std::string path, std::string& text) {
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"),
+                                                         std::fclose);
+    if (!file) {
+        __LOG__A(logger, LOGLEVEL_ERROR, "[LAUNCHER  ] Failed to open file %s",
+                 path.c_str());
+        return false;
+    }
+    std::string bytes;
+    while (std::feof(file.get()) == 0) {
+        char chunk[128] = {};
+        bytes.append(chunk, std::fread(chunk, 1, sizeof chunk, file.get()));
+    }
+    file.reset();
+    if (bytes.empty()) {
+        __LOG__A(logger, LOGLEVEL_ERROR, "[LAUNCHER  ] Size of read %s is 0",
+                 path.c_str());
+        return false;
+    }
+    text = bytes.c_str();
+    return true;
+}
+
+void InitLog(std::string launcher_name) {
+    LOGLEVEL const level = GetLogLevel();
+    std::string const directory = GetLogPath();
+    if (InitLogger(directory.c_str()) != 0) {
+        WriteEvent("Tamlin Launcher for " + launcher_name, kErrorEvent,
+                   "Failed to initialize logger");
+        return;
+    }
+    ILog* log = nullptr;
+    GetLogger(2, "launcher", level, &log);
+    logger = log;
+}

@@ -1,0 +1,8 @@
+#include "launcher/system_event.h"
+
+#include <syslog.h>
+
+void WriteEvent(std::string const& source, unsigned short type,
+                std::string const& message) {
+    syslog(type, (source + " : " + message).c_str());
+}
