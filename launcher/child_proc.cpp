@@ -58,7 +58,7 @@ class ArgumentVector {
     ArgumentVector(ArgumentVector const&) = delete;
     ArgumentVector& operator=(ArgumentVector const&) = delete;
 
-    [[nodiscard]] char* const* Data() const noexcept { return pointers.data(); }
+    char* const* Data() const noexcept { return pointers.data(); }
 
   private:
     std::vector<char*> pointers;

@@ -73,7 +73,7 @@ class Buffer {
     }
 
     char* Data() noexcept { return bytes; }
-    [[nodiscard]] std::size_t Size() const noexcept { return size; }
+    std::size_t Size() const noexcept { return size; }
 
   private:
     char inside[4096];

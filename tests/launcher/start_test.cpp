@@ -1,0 +1,277 @@
+// How the launcher starts: arguments, launch list, log.
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <csignal>
+
+#include "tests/support/launcher_fixture.h"
+#include "tests/support/log_gate.h"
+#include "tests/support/wait_for.h"
+
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::IsEmpty;
+using testing::MatchesRegex;
+using testing::SizeIs;
+
+using LauncherStart = LauncherTest;
+
+// An event of priority 3, which syslog completes with the facility "user".
+auto Event(std::string const& text) {
+    return MatchesRegex("<11>... .. ..:..:.. launcher: " + text);
+}
+
+TEST_F(LauncherStart, WithFewerThanTwoArgumentsItSendsOneEventAndEndsWithZero) {
+    for (std::vector<std::string> const& arguments :
+         {std::vector<std::string>{}, std::vector<std::string>{"name"}}) {
+        StartWith(arguments);
+        EXPECT_EQ(launcher->WaitForEnd(), "exit 0");
+        EXPECT_THAT(system_log.Received(),
+                    ElementsAre(Event("Tamlin Launcher : wrong parameters\\.")));
+    }
+    EXPECT_FALSE(std::filesystem::exists(home / "Library/Logs"));
+}
+
+TEST_F(LauncherStart, FurtherArgumentsAreIgnored) {
+    WriteFile(list_file, List({Item("a")}));
+    StartWith({"test", list_file, "/nonexistent", "--help"});
+    WaitForReports(1);
+    EXPECT_EQ(Stop(), "exit 1");
+    EXPECT_THAT(system_log.Received(), IsEmpty());
+}
+
+TEST_F(LauncherStart, AnUnreadableOrEmptyListEndsItWithZeroInSilence) {
+    std::filesystem::path const empty = directory.Path() / "empty.json";
+    WriteFile(empty, "");
+    for (std::filesystem::path const& list : {directory.Path() / "missing.json", empty}) {
+        StartWith({"test", list});
+        EXPECT_EQ(launcher->WaitForEnd(), "exit 0");
+    }
+    EXPECT_THAT(system_log.Received(), IsEmpty());
+    EXPECT_FALSE(std::filesystem::exists(home / "Library/Logs"));
+}
+
+TEST_F(LauncherStart, ADirectoryAsListKeepsItReading) {
+    StartWith({"test", directory.Path()});
+    // It is busy: more than 300 ms of processor time, in hundredths of a second.
+    EXPECT_TRUE(WaitFor([this] {
+        std::string const stat =
+            ReadFile("/proc/" + std::to_string(launcher->Pid()) + "/stat");
+        std::istringstream fields(stat.substr(stat.rfind(')') + 1));
+        std::string field;
+        long user_time = 0;
+        long system_time = 0;
+        for (int i = 0; i < 11; ++i) {
+            fields >> field;
+        }
+        fields >> user_time >> system_time;
+        return user_time + system_time > 30;
+    }));
+    EXPECT_FALSE(launcher->HasEnded());
+    EXPECT_FALSE(std::filesystem::exists(home / "Library/Logs"));
+}
+
+TEST_F(LauncherStart, AListThatIsNotJsonIsLoggedAndEndsItWithZero) {
+    std::vector<std::string> const bad_lists = {
+        "not json",
+        "{\"0\": ",
+        "{",
+        "a",
+        std::string(1, '\0'),
+        R"({"0")" + std::string(1, '\0') + R"(: {"name": "a"}})"};
+    for (std::string const& list : bad_lists) {
+        std::filesystem::remove(log_file);
+        Start(list);
+        EXPECT_EQ(launcher->WaitForEnd(), "exit 0") << list;
+        EXPECT_THAT(Log(), ElementsAre(MatchesRegex(
+                               "ERROR [0-9]+ \\[LAUNCHER  \\] Error while parsing saved "
+                               "json string\\.")))
+            << list;
+    }
+    EXPECT_THAT(system_log.Received(), IsEmpty());
+}
+
+TEST_F(LauncherStart, AListThatIsNoObjectIsLoggedAndEndsItWithZero) {
+    for (char const* const list :
+         {R"([{"name": "a"}])", "[]", "5", R"("text")", "true"}) {
+        std::filesystem::remove(log_file);
+        Start(list);
+        EXPECT_EQ(launcher->WaitForEnd(), "exit 0") << list;
+        EXPECT_THAT(Messages("ERROR"),
+                    ElementsAre("[LAUNCHER  ] Error while parsing saved json string."))
+            << list;
+    }
+}
+
+TEST_F(LauncherStart, AListWithoutItemsLetsItWaitForItsEnd) {
+    for (char const* const list : {"{}", "null", R"({"1": {"name": "a"}, "00": 5})"}) {
+        Start(list);
+        EXPECT_EQ(Stop(), "exit 1") << list;
+    }
+    EXPECT_THAT(Log(), IsEmpty());
+}
+
+TEST_F(LauncherStart, TextBehindAZeroByteIsNotRead) {
+    Start(List({Item("a")}) + std::string(1, '\0') + "not json");
+    WaitForReports(1);
+    EXPECT_EQ(Stop(), "exit 1");
+}
+
+TEST_F(LauncherStart, TheWalkEndsAtTheFirstMissingNumber) {
+    Start("{\"0\": " + Item("a", {"--hold", "a"}) + ", \"2\": " +
+          Item("c", {"--hold", "c"}) + ", \"01\": " + Item("d", {"--hold", "d"}) +
+          ", \"x\": " + Item("e", {"--hold", "e"}) + "}");
+    WaitForReports(1, "a");
+    EXPECT_EQ(Stop(), "exit 1");
+    EXPECT_THAT(Reports(), SizeIs(1));
+}
+
+TEST_F(LauncherStart, AnItemWithoutANameIsLoggedAndPassedOver) {
+    Start(List({Item("a", {"--hold", "a"}), R"({"program": "/bin/true"})",
+                Item("c", {"--hold", "c"})}));
+    WaitForReports(1, "a");
+    WaitForReports(1, "c");
+    EXPECT_THAT(Messages("ERROR"),
+                ElementsAre("[LAUNCHER  ] There is an item has no name."));
+    EXPECT_EQ(Stop(), "exit 1");
+}
+
+TEST_F(LauncherStart, ANameIsAMemberAndNotAPath) {
+    // The member called "/name" is no name.
+    Start(List({R"({"/name": "a", "program": "/bin/true"})", Item("b")}));
+    WaitForReports(1);
+    EXPECT_EQ(CountInLog("There is an item has no name."), 1U);
+    EXPECT_EQ(Stop(), "exit 1");
+}
+
+TEST_F(LauncherStart, ANameThatIsANumberOrNullIsReadAsText) {
+    std::string number = Item("x", {"--hold", "number"});
+    number.replace(number.find("\"x\""), 3, "5");
+    std::string null = Item("x", {"--hold", "null"});
+    null.replace(null.find("\"x\""), 3, "null");
+    Start(List({number, null}));
+    WaitForReports(1, "number");
+    WaitForReports(1, "null");
+    EXPECT_EQ(CountInLog("Start to fork 5"), 1U);
+    EXPECT_THAT(Messages("DEBUG"), Contains("[LAUNCHER  ] Start to fork "));
+    EXPECT_EQ(Stop(), "exit 1");
+}
+
+TEST_F(LauncherStart, AnErrorInTheWalkEndsItWithZeroAndStopsWhatWasStarted) {
+    LogGate gate(log_file);
+    SetLogLevel("ERROR");
+    // The second item holds main up until the first one's program runs.
+    Start(List({Item("a"), "{}", R"({"name": ["no", "text"]})", Item("d")}));
+    std::vector<Report> const started = WaitForReports(1);
+    ASSERT_TRUE(gate.WaitUntilHeldUp(launcher->Pid(), 1));
+    gate.Open();
+    EXPECT_EQ(launcher->WaitForEnd(), "exit 0");
+    EXPECT_TRUE(IsGone(started[0].pid));
+    EXPECT_THAT(
+        gate.Log(),
+        ElementsAre(EndsWith("[LAUNCHER  ] There is an item has no name."),
+                    EndsWith("[LAUNCHER  ] Error while parsing saved json string."),
+                    EndsWith("[LAUNCHER  ] a " + std::to_string(started[0].pid) +
+                             " is killed. ret = " + std::to_string(started[0].pid) +
+                             ", status = 9")));
+    EXPECT_THAT(Reports(), SizeIs(1));
+}
+
+TEST_F(LauncherStart, TheLaterItemOfTheSameNameWins) {
+    LogGate gate(log_file);
+    SetLogLevel("ERROR");
+    Start(List({Item("a", {"--hold", "earlier"}), "{}", Item("a", {"--hold", "later"})}));
+    Report const earlier = WaitForReports(1, "earlier")[0];
+    ASSERT_TRUE(gate.WaitUntilHeldUp(launcher->Pid(), 1));
+    gate.Open();
+    Report const later = WaitForReports(1, "later")[0];
+    EXPECT_TRUE(WaitFor([&] { return IsGone(earlier.pid); }));
+    EXPECT_FALSE(IsGone(later.pid));
+    EXPECT_TRUE(WaitUntilMainWaits());
+    EXPECT_EQ(Stop(), "exit 1");
+    EXPECT_TRUE(IsGone(later.pid));
+    EXPECT_THAT(
+        gate.Log(),
+        ElementsAre(EndsWith("has no name."),
+                    EndsWith(" a " + std::to_string(earlier.pid) + " is killed. ret = " +
+                             std::to_string(earlier.pid) + ", status = 9"),
+                    EndsWith(" a " + std::to_string(later.pid) + " is killed. ret = " +
+                             std::to_string(later.pid) + ", status = 9")));
+    EXPECT_THAT(Reports("earlier"), SizeIs(1));
+}
+
+TEST_F(LauncherStart, ReplacingASupervisorThatHasNotForkedKillsTheProcessGroup) {
+    LogGate const gate(log_file);
+    // Both supervisors are held up before their first fork.
+    Start(List({Item("a"), Item("a")}));
+    EXPECT_EQ(launcher->WaitForEnd(), "signal 9");
+    EXPECT_THAT(Reports(), IsEmpty());
+}
+
+TEST_F(LauncherStart, NothingThatHappensBeforeTheLogIsOpenedIsInIt) {
+    Start(List({"{}"}));
+    EXPECT_EQ(Stop(), "exit 1");
+    EXPECT_THAT(Log(), ElementsAre(MatchesRegex(
+                           "ERROR [0-9]+ \\[LAUNCHER  \\] There is an item has no "
+                           "name\\.")));
+}
+
+TEST_F(LauncherStart, StartsOfProgramsAreLoggedAtLevelDebugOnly) {
+    for (char const* const level : {"ERROR", "debug", "MESSAGE"}) {
+        SetLogLevel(level);
+        Start(List({Item("a", {"--exit=0"})}));
+        EXPECT_TRUE(WaitFor([this] { return CountInLog("a ") >= 2; }));
+        launcher.reset();
+        EXPECT_EQ(CountInLog("Start to fork"), 0U) << level;
+        std::filesystem::remove(log_file);
+    }
+}
+
+TEST_F(LauncherStart, WithoutLogIniErrorsAreLogged) {
+    std::filesystem::remove_all(home / "Library");
+    Start(List({"{}"}));
+    EXPECT_EQ(Stop(), "exit 1");
+    EXPECT_THAT(Messages("ERROR"), SizeIs(1));
+}
+
+TEST_F(LauncherStart, WithoutALogItSendsOneEventAndRunsOn) {
+    WriteFile(home / "Library/Logs/Tamlin", "a file in the place of the directory");
+    Start(List({Item("a"), "{}"}));
+    pid_t const program = WaitForReports(1)[0].pid;
+    EXPECT_THAT(system_log.Received(),
+                ElementsAre(Event("Tamlin Launcher for test : Failed to initialize "
+                                  "logger")));
+    EXPECT_EQ(Stop(), "exit 1");
+    EXPECT_TRUE(IsGone(program));
+    EXPECT_THAT(system_log.Received(), IsEmpty());
+}
+
+TEST_F(LauncherStart, AnEmptyNameLeavesABlankInTheEvent) {
+    WriteFile(home / "Library/Logs/Tamlin", "a file in the place of the directory");
+    WriteFile(list_file, List({Item("a")}));
+    StartWith({"", list_file});
+    WaitForReports(1);
+    EXPECT_THAT(system_log.Received(),
+                ElementsAre(Event("Tamlin Launcher for  : Failed to initialize logger")));
+}
+
+TEST_F(LauncherStart, RunsFromACopyOfTheBundleStartedThroughALink) {
+    std::filesystem::path const copy = directory.Path() / "moved/Other.app";
+    std::filesystem::create_directories(copy.parent_path());
+    std::filesystem::copy(std::filesystem::path(BUNDLE).parent_path(), copy,
+                          std::filesystem::copy_options::recursive);
+    WriteFile(copy / "Contents/Resources/vopapi.ini", "[SDK]\nNAME=Other\n");
+    std::filesystem::path const link = copy / "Contents/MacOS/alias";
+    std::filesystem::create_symlink("launcher", link);
+    launcher_program = link;
+    Start(List({Item("a")}));
+    WaitForReports(1);
+    EXPECT_TRUE(std::filesystem::exists(home / "Library/Logs/Other/voplog"));
+    EXPECT_EQ(Stop(), "exit 1");
+}
+
+}  // namespace

@@ -1,0 +1,306 @@
+// What the launcher does with its programs while it runs.
+
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+
+#include "tests/support/launcher_fixture.h"
+#include "tests/support/log_gate.h"
+#include "tests/support/wait_for.h"
+
+namespace {
+
+using testing::AllOf;
+using testing::Contains;
+using testing::Each;
+using testing::ElementsAre;
+using testing::Ge;
+using testing::IsEmpty;
+using testing::MatchesRegex;
+using testing::SizeIs;
+using testing::StartsWith;
+
+using LauncherSupervision = LauncherTest;
+
+std::string Killed(std::string const& name, pid_t pid, int status) {
+    return "[LAUNCHER  ] " + name + " " + std::to_string(pid) +
+           " is killed. ret = " + std::to_string(pid) +
+           ", status = " + std::to_string(status);
+}
+
+void ForbidCores() {
+    rlimit const none = {0, 0};
+    setrlimit(RLIMIT_CORE, &none);
+}
+
+TEST_F(LauncherSupervision, LogsTheRawWaitStatusOfEveryKindOfEnd) {
+    Start(List({Item("zero", {"--exit=0", "zero"}), Item("three", {"--exit=3", "three"}),
+                Item("segv", {"--raise=11", "segv"}),
+                Item("steady", {"--hold", "steady"})}),
+          ForbidCores);
+    kill(WaitForReports(1, "steady")[0].pid, SIGKILL);
+    struct {
+        char const* name;
+        int status;
+    } const ends[] = {{"zero", 0}, {"three", 3 * 256}, {"segv", 11}, {"steady", 9}};
+    for (auto const& [name, status] : ends) {
+        pid_t const first = WaitForReports(2, name)[0].pid;
+        EXPECT_THAT(Messages("ERROR"), Contains(Killed(name, first, status)));
+    }
+}
+
+TEST_F(LauncherSupervision, StartsAgainNoSoonerThanFiftyMillisecondsAfterTheEnd) {
+    Start(List({Item("a", {"--exit=0"})}));
+    std::vector<Report> const starts = WaitForReports(10);
+    for (std::size_t i = 1; i < starts.size(); ++i) {
+        EXPECT_GE(starts[i].start - starts[i - 1].end, 50'000'000);
+    }
+}
+
+TEST_F(LauncherSupervision, EveryPassIsAStartAtDebugAndAnEndAtError) {
+    Start(List({Item("a", {"--exit=1"})}));
+    std::vector<Report> const starts = WaitForReports(4);
+    std::vector<std::string> const log = Log();
+    std::string const launcher_id = std::to_string(launcher->Pid());
+    for (std::size_t i = 0; i < 3; ++i) {
+        EXPECT_EQ(log.at(2 * i),
+                  "DEBUG " + launcher_id + " [LAUNCHER  ] Start to fork a");
+        EXPECT_EQ(log.at(2 * i + 1),
+                  "ERROR " + launcher_id + " " + Killed("a", starts[i].pid, 256));
+    }
+}
+
+TEST_F(LauncherSupervision, ProgramsGetTheEnvironmentAndNoDescriptor) {
+    setenv("PROBE_MARKER", "from outside", 1);
+    Start(List({Item("a", {"--exit=0", "a"}), Item("b", {"--exit=0", "b"})}));
+    WaitForReports(5, "a");
+    WaitForReports(5, "b");
+    for (Report const& report : Reports()) {
+        EXPECT_EQ(report.descriptors, "");
+        EXPECT_EQ(report.marker, "from outside");
+        EXPECT_EQ(report.parent, launcher->Pid());
+    }
+}
+
+TEST_F(LauncherSupervision, TheLauncherKeepsNoDescriptorOpen) {
+    Start(List({Item("a")}));
+    WaitForReports(1);
+    ASSERT_TRUE(WaitUntilMainWaits());
+    EXPECT_TRUE(
+        std::filesystem::is_empty("/proc/" + std::to_string(launcher->Pid()) + "/fd"));
+}
+
+TEST_F(LauncherSupervision, ArgumentsArriveByteForByte) {
+    std::string const item = R"({"name": "a", "program": ")" + std::string(PROBE) +
+                             R"(", "argc": 6, "args": {"0": "", "1": "two words",
+                             "2": "'\"$HOME\\*", "3": "\u00e9\ud83d\ude00",
+                             "4": "line\nfeed\t", "5": "cut\u0000off", "6": "ignored"}})";
+    Start(List({item}));
+    EXPECT_THAT(WaitForReports(1)[0].arguments,
+                ElementsAre(PROBE, "", "two words", "'\"$HOME\\*",
+                            "\xC3\xA9\xF0\x9F\x98\x80", "line\nfeed\t", "cut"));
+}
+
+TEST_F(LauncherSupervision, AnItemWithoutAProgramIsForkedAgainAndAgainAndHarmsNobody) {
+    Start(List(
+        {Item("steady"), R"({"name": "none"})", R"({"name": "empty", "program": ""})"}));
+    pid_t const steady = WaitForReports(1)[0].pid;
+    for (char const* const name : {"none", "empty"}) {
+        EXPECT_TRUE(WaitFor([&] {
+            return CountInLog("program path of " + std::string(name) + " is empty") >=
+                       5 &&
+                   CountInLog("] " + std::string(name) + " ") >= 5;
+        }));
+    }
+    for (std::string const& line : Log()) {
+        // What a child says, it says at level ERROR and under its own process id.
+        if (line.find("is empty") != std::string::npos) {
+            EXPECT_THAT(line, MatchesRegex("ERROR [0-9]+ \\[LAUNCHER  \\] program path "
+                                           "of (none|empty) is empty"));
+            EXPECT_THAT(line, testing::Not(StartsWith(
+                                  "ERROR " + std::to_string(launcher->Pid()) + " ")));
+        }
+        // Its end is an ordinary one.
+        if (line.find("is killed") != std::string::npos) {
+            EXPECT_THAT(line, testing::EndsWith("status = 0"));
+        }
+    }
+    EXPECT_FALSE(IsGone(steady));
+    EXPECT_THAT(Reports(), SizeIs(1));
+}
+
+TEST_F(LauncherSupervision, AnArgumentCountOrListOfTheWrongTypeEndsTheChildAbnormally) {
+    std::string const program = R"("program": ")" + std::string(PROBE) + R"(")";
+    Start(List({Item("steady", {"--hold", "steady"}),
+                R"({"name": "text", )" + program + R"(, "argc": "2"})",
+                R"({"name": "array", )" + program + R"(, "argc": 1, "args": ["a"]})",
+                R"({"name": "huge", )" + program + R"(, "argc": 2147483647})",
+                R"({"name": "number", )" + program + R"(, "argc": 1, "args": 5})"}),
+          ForbidCores);
+    pid_t const steady = WaitForReports(1, "steady")[0].pid;
+    for (char const* const name : {"text", "array", "huge", "number"}) {
+        EXPECT_TRUE(WaitFor([&] {
+            return CountInLog("] " + std::string(name) + " ") >= 3;
+        })) << name;
+    }
+    EXPECT_THAT(Messages("ERROR"), Each(testing::EndsWith("status = 6")));
+    EXPECT_FALSE(launcher->HasEnded());
+    EXPECT_FALSE(IsGone(steady));
+    EXPECT_THAT(Reports(), SizeIs(1));
+}
+
+TEST_F(LauncherSupervision, AProgramThatIsNoTextEndsTheLauncherAbnormally) {
+    for (char const* const program : {"[\"/bin/true\"]", "{}"}) {
+        Start(List({R"({"name": "a", "program": )" + std::string(program) + "}"}),
+              ForbidCores);
+        EXPECT_EQ(launcher->WaitForEnd(), "signal 6") << program;
+    }
+    EXPECT_EQ(CountInLog("Start to fork"), 0U);
+}
+
+// The chains below grow under the process limit of a user who is not root, from a bundle
+// and with a home that this user can reach.
+class LauncherChain : public LauncherTest {
+  protected:
+    void SetUp() override {
+        if (!HasLimitedUser()) {
+            GTEST_SKIP() << "this namespace has no second user";
+        }
+        std::filesystem::copy(std::filesystem::path(BUNDLE).parent_path(),
+                              directory.Path() / "Tamlin.app",
+                              std::filesystem::copy_options::recursive);
+        probe_copy = directory.Path() / "probe";
+        std::filesystem::copy(PROBE, probe_copy);
+        launcher_program = directory.Path() / "Tamlin.app/Contents/MacOS/launcher";
+        std::filesystem::create_directories(home / "Library/Logs/Tamlin/voplog");
+        std::filesystem::permissions(home / "Library/Logs/Tamlin/voplog",
+                                     std::filesystem::perms(0777));
+        // The user has no record.
+        setenv("HOME", home.c_str(), 1);
+    }
+
+    void StartLimited(std::string list, unsigned long limit) {
+        for (std::size_t at = 0; (at = list.find(PROBE, at)) != std::string::npos;) {
+            list.replace(at, std::string(PROBE).size(), probe_copy);
+        }
+        Start(list, [limit] { BecomeLimitedUser(limit); });
+    }
+
+    // Processes of the limited user, the launcher apart, that have not ended.
+    std::vector<pid_t> LinksAndPrograms() const {
+        std::vector<pid_t> processes = AllProcesses();
+        processes.erase(std::remove_if(processes.begin(), processes.end(),
+                                       [this](pid_t pid) {
+                                           struct stat info = {};
+                                           std::string const path =
+                                               "/proc/" + std::to_string(pid);
+                                           return stat(path.c_str(), &info) != 0 ||
+                                                  info.st_uid != LimitedUser() ||
+                                                  IsGone(pid) || pid == launcher->Pid();
+                                       }),
+                        processes.end());
+        return processes;
+    }
+
+    std::filesystem::path probe_copy;
+};
+
+TEST_F(LauncherChain, AProgramThatCannotBeExecutedMakesAChainOfWaitingProcesses) {
+    StartLimited(List({R"({"name": "none", "program": "/nonexistent"})"}), 40);
+    ASSERT_TRUE(WaitFor([this] { return LinksAndPrograms().size() >= 5; }));
+    // Each link is the child of the one before, and the first is the launcher's.
+    std::vector<pid_t> links = LinksAndPrograms();
+    std::sort(links.begin(), links.end());
+    pid_t parent = launcher->Pid();
+    for (std::size_t i = 0; i < 5; ++i) {
+        EXPECT_EQ(ParentOf(links[i]), parent);
+        parent = links[i];
+    }
+    // Each says that it forks; nothing says why, and the launcher itself says it once.
+    EXPECT_THAT(Messages("DEBUG"),
+                AllOf(SizeIs(Ge(5U)), Each("[LAUNCHER  ] Start to fork none")));
+    EXPECT_EQ(CountInLog("DEBUG " + std::to_string(launcher->Pid()) + " "), 1U);
+    EXPECT_THAT(Messages("ERROR"), IsEmpty());
+}
+
+TEST_F(LauncherChain, AStopKillsOnlyTheFirstLink) {
+    StartLimited(List({R"({"name": "none", "program": "/nonexistent"})"}), 40);
+    ASSERT_TRUE(WaitFor([this] { return LinksAndPrograms().size() >= 4; }));
+    std::vector<pid_t> links = LinksAndPrograms();
+    std::sort(links.begin(), links.end());
+    EXPECT_EQ(Stop(), "exit 1");
+    EXPECT_TRUE(IsGone(links[0]));
+    EXPECT_FALSE(IsGone(links[1]));
+    EXPECT_FALSE(IsGone(links[2]));
+    EXPECT_THAT(Messages("ERROR"), Contains(Killed("none", links[0], 9)));
+}
+
+TEST_F(LauncherChain, AtItsProcessLimitAChainShrinksAndHarmsNobody) {
+    StartLimited(List({Item("steady"), R"({"name": "none", "program": "/nonexistent"})"}),
+                 16);
+    pid_t const steady = WaitForReports(1)[0].pid;
+    // The last link ends in an ordinary way when its fork fails, and the link before it
+    // logs that and tries again.
+    EXPECT_TRUE(WaitFor([this] {
+        return CountInLog("[LAUNCHER  ] Failed to fork none") >= 3 &&
+               CountInLog("status = 0") >= 3;
+    }));
+    EXPECT_FALSE(IsGone(steady));
+    EXPECT_FALSE(launcher->HasEnded());
+    EXPECT_THAT(Reports(), SizeIs(1));
+}
+
+TEST_F(LauncherChain, TheSearchPathIsNotUsed) {
+    std::filesystem::copy(PROBE, directory.Path() / "probe_on_path");
+    setenv("PATH", directory.Path().c_str(), 1);
+    StartLimited(List({R"({"name": "a", "program": "probe_on_path"})"}), 40);
+    EXPECT_TRUE(WaitFor([this] { return LinksAndPrograms().size() >= 3; }));
+    EXPECT_THAT(Reports(), IsEmpty());
+}
+
+TEST_F(LauncherChain, AFailedForkEndsTheSupervisionOfThatItem) {
+    // Main, two supervising threads and one program: there is no room for the second.
+    StartLimited(List({Item("first"), Item("second")}), 4);
+    ASSERT_TRUE(
+        WaitFor([this] { return CountInLog("[LAUNCHER  ] Failed to fork ") >= 1; }));
+    pid_t const program = WaitForReports(1)[0].pid;
+    std::string const failed =
+        CountInLog("Failed to fork first") == 1 ? "first" : "second";
+    EXPECT_EQ(CountInLog("ERROR " + std::to_string(launcher->Pid()) +
+                         " [LAUNCHER  ] Failed to fork " + failed),
+              1U);
+    // When the other program ends there is room again, and only that one is started.
+    kill(program, SIGKILL);
+    WaitForReports(2);
+    EXPECT_EQ(CountInLog("Start to fork " + failed), 1U);
+}
+
+TEST_F(LauncherChain, AStopAfterAFailedForkKillsEveryProcessOfTheUser) {
+    StartLimited(List({Item("first"), Item("second")}), 4);
+    ASSERT_TRUE(WaitFor([this] { return CountInLog("Failed to fork ") >= 1; }));
+    WaitForReports(1);
+    Process bystander([this] {
+        if (setuid(LimitedUser()) != 0) {
+            return 77;
+        }
+        WriteFile(directory.Path() / "bystander", "");
+        for (;;) {
+            pause();
+        }
+    });
+    ASSERT_TRUE(WaitFor(
+        [this] { return std::filesystem::exists(directory.Path() / "bystander"); }));
+    EXPECT_EQ(Stop(), "exit 1");
+    EXPECT_EQ(bystander.WaitForEnd(), "signal 9");
+}
+
+TEST_F(LauncherChain, WithoutAThreadTheLauncherSaysItsLineAndEndsWithZero) {
+    StartLimited(List({Item("a")}), 1);
+    EXPECT_EQ(launcher->WaitForEnd(), "exit 0");
+    EXPECT_THAT(Messages("ERROR"),
+                ElementsAre("[LAUNCHER  ] Error while parsing saved json string."));
+}
+
+}  // namespace

@@ -1,0 +1,59 @@
+#include "tests/support/log_gate.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <system_error>
+
+#include "tests/support/files.h"
+#include "tests/support/wait_for.h"
+
+LogGate::LogGate(std::filesystem::path const& log_file) : path(log_file) {
+    std::filesystem::create_directories(path.parent_path());
+    if (mkfifo(path.c_str(), 0666) != 0) {
+        throw std::system_error(errno, std::generic_category(), path);
+    }
+}
+
+LogGate::~LogGate() {
+    if (descriptor >= 0) {
+        close(descriptor);
+    }
+}
+
+bool LogGate::WaitUntilHeldUp(pid_t process, int count) const {
+    std::string const opening = std::to_string(SYS_openat) + " ";
+    return WaitFor([&] {
+        int held_up = 0;
+        std::error_code error;
+        std::filesystem::path const tasks = "/proc/" + std::to_string(process) + "/task";
+        for (auto const& task : std::filesystem::directory_iterator(tasks, error)) {
+            std::string const call = ReadFile(task.path() / "syscall");
+            held_up += call.compare(0, opening.size(), opening) == 0 ? 1 : 0;
+        }
+        return held_up == count;
+    });
+}
+
+// Opened for writing too, so that it neither waits for a writer nor ever ends.
+void LogGate::Open() {
+    descriptor = open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
+}
+
+std::vector<std::string> LogGate::Log() {
+    char buffer[65536];
+    for (;;) {
+        ssize_t const size = read(descriptor, buffer, sizeof buffer);
+        if (size <= 0) {
+            break;
+        }
+        text.append(buffer, static_cast<std::size_t>(size));
+    }
+    std::vector<std::string> lines = Lines(text);
+    for (std::string& line : lines) {
+        line.erase(0, line.find(' ') + 1);
+    }
+    return lines;
+}

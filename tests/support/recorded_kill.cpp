@@ -1,0 +1,28 @@
+#include "tests/support/recorded_kill.h"
+
+#include <dlfcn.h>
+
+#include <csignal>
+#include <mutex>
+
+namespace {
+
+std::mutex mutex;
+std::vector<std::pair<pid_t, int>> recorded;
+
+}  // namespace
+
+std::vector<std::pair<pid_t, int>> TakeRecordedKills() {
+    std::lock_guard<std::mutex> const lock(mutex);
+    return std::exchange(recorded, {});
+}
+
+extern "C" int kill(pid_t pid, int signal_number) noexcept {
+    if (pid > 0) {
+        auto const real = reinterpret_cast<int (*)(pid_t, int)>(dlsym(RTLD_NEXT, "kill"));
+        return real(pid, signal_number);
+    }
+    std::lock_guard<std::mutex> const lock(mutex);
+    recorded.emplace_back(pid, signal_number);
+    return 0;
+}
