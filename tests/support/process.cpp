@@ -58,7 +58,12 @@ Process::Process(std::vector<std::string> arguments, std::function<void()> prepa
 
 Process::Process(std::function<int()> const& body) : pid(ForkIntoSession()) {
     if (pid == 0) {
-        _exit(body());
+        // An exception must not lead the copy on into the test's own code.
+        try {
+            _exit(body());
+        } catch (...) {
+            _exit(98);
+        }
     }
 }
 

@@ -63,7 +63,7 @@ uid_t LimitedUser();
 bool HasLimitedUser();
 
 // Makes this process one of the limited user's, and limits that user to `limit`
-// processes and threads. For a child that is about to execute a program.
+// processes and threads. For a child of the test.
 void BecomeLimitedUser(unsigned long limit);
 
 #endif
