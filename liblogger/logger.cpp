@@ -25,6 +25,7 @@
 #include <filesystem>
 #include <new>
 #include <string>
+#include <string_view>
 #include <system_error>
 
 #include "common/config/log.h"
@@ -176,36 +177,35 @@ bool IsControl(char byte) noexcept {
 }
 
 // Copies the message to `out`, control bytes in the form \x0A, and returns the end.
-char* CopyEscaped(char const* message, std::size_t length, char* out) noexcept {
+char* CopyEscaped(std::string_view message, char* out) noexcept {
     char const* const digits = "0123456789ABCDEF";
-    for (std::size_t i = 0; i < length; ++i) {
-        if (IsControl(message[i])) {
+    for (char const byte : message) {
+        if (IsControl(byte)) {
             *out++ = '\\';
             *out++ = 'x';
-            *out++ = digits[message[i] / 16];
-            *out++ = digits[message[i] % 16];
+            *out++ = digits[byte / 16];
+            *out++ = digits[byte % 16];
         } else {
-            *out++ = message[i];
+            *out++ = byte;
         }
     }
     return out;
 }
 
-// Formats into `buffer` and returns the text, null if there is no memory for it. What
-// cannot be formatted is recorded as its bare format.
-char const* Format(Buffer& buffer, char const* format, va_list arguments) noexcept {
+// Formats into `buffer` and returns the text, whose data is null if there is no memory
+// for it. What cannot be formatted is recorded as its bare format.
+std::string_view Format(Buffer& buffer, char const* format, va_list arguments) noexcept {
     va_list again;
     va_copy(again, arguments);
     int const length = std::vsnprintf(buffer.Data(), buffer.Size(), format, arguments);
-    char const* text = buffer.Data();
+    std::string_view text;
     if (length < 0) {
         text = format;
-    } else if (static_cast<std::size_t>(length) >= buffer.Size()) {
-        text = nullptr;
-        if (buffer.Reserve(static_cast<std::size_t>(length) + 1)) {
-            std::vsnprintf(buffer.Data(), buffer.Size(), format, again);
-            text = buffer.Data();
-        }
+    } else if (static_cast<std::size_t>(length) < buffer.Size()) {
+        text = {buffer.Data(), static_cast<std::size_t>(length)};
+    } else if (buffer.Reserve(static_cast<std::size_t>(length) + 1)) {
+        std::vsnprintf(buffer.Data(), buffer.Size(), format, again);
+        text = {buffer.Data(), static_cast<std::size_t>(length)};
     }
     va_end(again);
     return text;
@@ -225,20 +225,20 @@ class Log final : public ILog {
         }
         ErrnoKeeper const errno_keeper;
         Buffer message;
-        char const* const text = Format(message, format, arguments);
-        if (text != nullptr) {
-            WriteLine(level, text, std::strlen(text));
+        std::string_view const text = Format(message, format, arguments);
+        if (text.data() != nullptr) {
+            WriteLine(level, text);
         }
     }
 
   private:
-    void WriteLine(LOGLEVEL level, char const* message, std::size_t length) noexcept {
+    void WriteLine(LOGLEVEL level, std::string_view message) noexcept {
         char head[kHeadSize];
         std::size_t const head_length = FormatHead(head, level);
-        auto const escapes =
-            static_cast<std::size_t>(std::count_if(message, message + length, IsControl));
+        auto const escapes = static_cast<std::size_t>(
+            std::count_if(message.begin(), message.end(), IsControl));
         Buffer line;
-        if (!line.Reserve(1 + head_length + length + 3 * escapes + 1)) {
+        if (!line.Reserve(1 + head_length + message.size() + 3 * escapes + 1)) {
             return;
         }
         char* end = line.Data();
@@ -246,7 +246,7 @@ class Log final : public ILog {
             *end++ = '\n';
         }
         end = std::copy_n(head, head_length, end);
-        end = CopyEscaped(message, length, end);
+        end = CopyEscaped(message, end);
         *end++ = '\n';
         auto const size = end - line.Data();
         ssize_t const written = LogFile(path).Write(line.Data(), end - line.Data());
