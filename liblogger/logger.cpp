@@ -242,24 +242,34 @@ class Log final : public ILog {
             return;
         }
         char* end = line.Data();
-        if (cut_short.exchange(false, std::memory_order_relaxed)) {
+        unsigned int const cuts = lines_cut.load(std::memory_order_relaxed);
+        bool const ends_cut_line = cuts != cuts_ended.load(std::memory_order_relaxed);
+        if (ends_cut_line) {
             *end++ = '\n';
         }
         end = std::copy_n(head, head_length, end);
         end = CopyEscaped(message, end);
         *end++ = '\n';
-        auto const size = end - line.Data();
-        ssize_t const written = LogFile(path).Write(line.Data(), end - line.Data());
-        if (written > 0 && written < size) {
-            cut_short.store(true, std::memory_order_relaxed);
+        auto const size = static_cast<std::size_t>(end - line.Data());
+        ssize_t const written = LogFile(path).Write(line.Data(), size);
+        if (written <= 0) {
+            return;
+        }
+        if (ends_cut_line) {
+            cuts_ended.store(cuts, std::memory_order_relaxed);
+        }
+        if (line.Data()[written - 1] != '\n') {
+            lines_cut.fetch_add(1, std::memory_order_relaxed);
         }
     }
 
     std::string const path;
     LOGLEVEL const least;
 
-    // The disk filled up in the middle of a line, and the next one starts on a new one.
-    std::atomic<bool> cut_short{false};
+    // The lines in whose middle the disk filled up, and how many of them have been ended
+    // since, so that what follows stands on a line of its own.
+    std::atomic<unsigned int> lines_cut{0};
+    std::atomic<unsigned int> cuts_ended{0};
 };
 
 // Set by InitLogger and read by GetLogger, on the main thread.
