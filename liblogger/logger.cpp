@@ -27,6 +27,7 @@
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 #include "common/config/log.h"
 
@@ -211,10 +212,26 @@ std::string_view Format(Buffer& buffer, char const* format, va_list arguments) n
     return text;
 }
 
+// The lines in whose middle the disk filled up, and how many of them have been ended
+// since, so that what follows stands on a line of its own.
+struct Cuts {
+    std::atomic<unsigned int> made{0};
+    std::atomic<unsigned int> ended{0};
+};
+
+// Returns counts that the forked children of this process share, for a line that one of
+// them leaves unfinished is followed by one of another process; null if there is no
+// memory for them. They are never given back.
+Cuts* ShareCuts() noexcept {
+    void* const map =
+        mmap(nullptr, sizeof(Cuts), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANON, -1, 0);
+    return map == MAP_FAILED ? nullptr : new (map) Cuts;
+}
+
 class Log final : public ILog {
   public:
-    Log(std::string file_path, LOGLEVEL least_level)
-        : path(std::move(file_path)), least(least_level) {}
+    Log(std::string file_path, LOGLEVEL least_level, Cuts& shared_cuts)
+        : path(std::move(file_path)), least(least_level), cuts(shared_cuts) {}
 
     void Reserved0() override {}
     void Reserved1() override {}
@@ -242,8 +259,9 @@ class Log final : public ILog {
             return;
         }
         char* end = line.Data();
-        unsigned int const cuts = lines_cut.load(std::memory_order_relaxed);
-        bool const ends_cut_line = cuts != cuts_ended.load(std::memory_order_relaxed);
+        unsigned int const cuts_made = cuts.made.load(std::memory_order_relaxed);
+        bool const ends_cut_line =
+            cuts_made != cuts.ended.load(std::memory_order_relaxed);
         if (ends_cut_line) {
             *end++ = '\n';
         }
@@ -256,20 +274,16 @@ class Log final : public ILog {
             return;
         }
         if (ends_cut_line) {
-            cuts_ended.store(cuts, std::memory_order_relaxed);
+            cuts.ended.store(cuts_made, std::memory_order_relaxed);
         }
         if (line.Data()[written - 1] != '\n') {
-            lines_cut.fetch_add(1, std::memory_order_relaxed);
+            cuts.made.fetch_add(1, std::memory_order_relaxed);
         }
     }
 
     std::string const path;
     LOGLEVEL const least;
-
-    // The lines in whose middle the disk filled up, and how many of them have been ended
-    // since, so that what follows stands on a line of its own.
-    std::atomic<unsigned int> lines_cut{0};
-    std::atomic<unsigned int> cuts_ended{0};
+    Cuts& cuts;
 };
 
 // Set by InitLogger and read by GetLogger, on the main thread.
@@ -302,8 +316,13 @@ extern "C" [[gnu::visibility("default")]] int GetLogger(int /*kind*/, char const
         return EINVAL;
     }
     try {
+        std::string path = log_directory + "/" + name + ".log";
+        Cuts* const cuts = ShareCuts();
+        if (cuts == nullptr) {
+            return ENOMEM;
+        }
         // Never deleted: threads may log until the very end of the process.
-        *result = new Log(log_directory + "/" + name + ".log", level);
+        *result = new Log(std::move(path), level, *cuts);
         return 0;
     } catch (std::bad_alloc const&) {
         return ENOMEM;
