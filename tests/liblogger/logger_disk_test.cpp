@@ -1,0 +1,110 @@
+// The log on a disk that is full, or that takes no writing.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/mount.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "common/config/log.h"
+#include "tests/liblogger/log_directory.h"
+
+namespace {
+
+// A small disk of its own, on the directory `path`.
+class Disk {
+  public:
+    Disk(std::filesystem::path mount_point, unsigned long flags, char const* options)
+        : path(std::move(mount_point)) {
+        std::filesystem::create_directory(path);
+        EXPECT_EQ(mount("none", path.c_str(), "tmpfs", flags, options), 0) << errno;
+    }
+    ~Disk() { EXPECT_EQ(umount(path.c_str()), 0); }
+    Disk(Disk const&) = delete;
+    Disk& operator=(Disk const&) = delete;
+
+    [[nodiscard]] std::filesystem::path const& Path() const { return path; }
+
+  private:
+    std::filesystem::path const path;
+};
+
+std::string const kPadding(150, 'p');
+
+TEST(LogDisk, AFullDiskLosesLinesAndTheNextOneThatFitsStandsAlone) {
+    LogDirectory const directory;
+    Disk const disk(directory.Path() / "disk", 0, "size=64k");
+    ASSERT_EQ(InitLogger(disk.Path().c_str()), 0);
+    ILog* log = nullptr;
+    ASSERT_EQ(GetLogger(2, "test", LOGLEVEL_ERROR, &log), 0);
+    std::filesystem::path const file = disk.Path() / "test.log";
+
+    std::filesystem::path const ballast = disk.Path() / "ballast";
+    std::ofstream(ballast) << std::string(16384, 'b');
+    for (int i = 0; i < 1000; ++i) {
+        errno = 4711;
+        __LOG__A(log, LOGLEVEL_ERROR, "line %d %s", i, kPadding.c_str());
+        ASSERT_EQ(errno, 4711);
+    }
+    std::string const when_full = ReadText(file);
+    ASSERT_GT(when_full.size(), 8192U);
+    ASSERT_NE(when_full.back(), '\n') << "this disk cut no line short";
+
+    std::filesystem::remove(ballast);
+    __LOG__A(log, LOGLEVEL_ERROR, "there is room again");
+    __LOG__A(log, LOGLEVEL_ERROR, "and still");
+
+    std::string const text = ReadText(file);
+    ASSERT_EQ(text.compare(0, when_full.size(), when_full), 0);
+    std::vector<std::string> const lines = SplitLines(text);
+    std::size_t const cut = lines.size() - 3;
+    for (std::size_t i = 0; i < cut; ++i) {
+        EXPECT_EQ(ParseLine(lines[i]).message,
+                  "line " + std::to_string(i) + " " + kPadding);
+    }
+    EXPECT_EQ(ParseLine(lines.at(cut + 1)).message, "there is room again");
+    EXPECT_EQ(ParseLine(lines.at(cut + 2)).message, "and still");
+}
+
+TEST(LogDisk, ADiskThatIsFullFromTheStartLosesTheLinesAlone) {
+    LogDirectory const directory;
+    Disk const disk(directory.Path() / "disk", 0, "size=16k");
+    ASSERT_EQ(InitLogger(disk.Path().c_str()), 0);
+    std::filesystem::path const ballast = disk.Path() / "ballast";
+    std::ofstream(ballast) << std::string(65536, 'b');
+    ILog* log = nullptr;
+    ASSERT_EQ(GetLogger(2, "test", LOGLEVEL_ERROR, &log), 0);
+    __LOG__A(log, LOGLEVEL_ERROR, "lost");
+    EXPECT_EQ(ReadText(disk.Path() / "test.log"), "");
+    std::filesystem::remove(ballast);
+    __LOG__A(log, LOGLEVEL_ERROR, "kept");
+    EXPECT_THAT(ReadMessages(disk.Path() / "test.log"), testing::ElementsAre("kept"));
+}
+
+TEST(LogDisk, InitLoggerFailsOnADirectoryThatCannotBeWritten) {
+    LogDirectory const directory;
+    Disk const disk(directory.Path() / "disk", MS_RDONLY, "");
+    EXPECT_NE(InitLogger(disk.Path().c_str()), 0);
+    EXPECT_NE(InitLogger((disk.Path() / "log").c_str()), 0);
+}
+
+TEST(LogDisk, LinesAreLostOnADiskThatBecameReadOnlyAndComeAgain) {
+    LogDirectory const directory;
+    Disk const disk(directory.Path() / "disk", 0, "");
+    ASSERT_EQ(InitLogger(disk.Path().c_str()), 0);
+    ILog* log = nullptr;
+    ASSERT_EQ(GetLogger(2, "test", LOGLEVEL_ERROR, &log), 0);
+    ASSERT_EQ(mount(nullptr, disk.Path().c_str(), nullptr, MS_REMOUNT | MS_RDONLY, ""),
+              0);
+    __LOG__A(log, LOGLEVEL_ERROR, "lost");
+    ASSERT_EQ(mount(nullptr, disk.Path().c_str(), nullptr, MS_REMOUNT, ""), 0);
+    __LOG__A(log, LOGLEVEL_ERROR, "kept");
+    EXPECT_THAT(ReadMessages(disk.Path() / "test.log"), testing::ElementsAre("kept"));
+}
+
+}  // namespace

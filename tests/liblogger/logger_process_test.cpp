@@ -1,0 +1,291 @@
+// The log under many threads and processes at once.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <string>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+#include "common/config/log.h"
+#include "tests/liblogger/log_directory.h"
+
+namespace {
+
+using testing::ElementsAre;
+
+constexpr int kThreads = 8;
+constexpr int kProcesses = 8;
+constexpr int kLinesEach = 10000 / (kThreads + kProcesses);
+
+// Where writers wait for the word to start, all at once: the end of a pipe's input.
+class StartingLine {
+  public:
+    StartingLine() { EXPECT_EQ(pipe(ends.data()), 0); }
+    ~StartingLine() { close(ends[0]); }
+    StartingLine(StartingLine const&) = delete;
+    StartingLine& operator=(StartingLine const&) = delete;
+
+    void Go() const { close(ends[1]); }
+    void Wait() const {
+        char byte = 0;
+        EXPECT_EQ(read(ends[0], &byte, 1), 0);
+    }
+
+  private:
+    std::array<int, 2> ends = {};
+};
+
+// Some messages are longer than any buffer and than a page of the file.
+std::string Message(int writer, int number) {
+    std::size_t const length = number % 50 == 0 ? 10000 : number % 50;
+    return "writer " + std::to_string(writer) + " line " + std::to_string(number) + " " +
+           std::string(length, static_cast<char>('a' + writer)) + ".";
+}
+
+void WriteLines(ILog* log, int writer) {
+    for (int number = 0; number < kLinesEach; ++number) {
+        __LOG__A(log, LOGLEVEL_ERROR, "%s", Message(writer, number).c_str());
+    }
+}
+
+// Ends the process, and with it the test, if something hangs.
+class Deadline {
+  public:
+    Deadline() { alarm(100); }
+    ~Deadline() { alarm(0); }
+    Deadline(Deadline const&) = delete;
+    Deadline& operator=(Deadline const&) = delete;
+};
+
+// Each writer's lines are all there, whole and in order, with that writer's process id,
+// and there are no others.
+void ExpectTheLinesOf(std::map<int, int> const& process_ids,
+                      std::vector<LogLine> const& lines) {
+    EXPECT_EQ(lines.size(), process_ids.size() * kLinesEach);
+    std::map<int, int> next;
+    for (LogLine const& line : lines) {
+        int writer = -1;
+        ASSERT_EQ(std::sscanf(line.message.c_str(), "writer %d ", &writer), 1)
+            << line.message;
+        ASSERT_EQ(process_ids.count(writer), 1U) << line.message;
+        ASSERT_EQ(line.message, Message(writer, next[writer]++));
+        ASSERT_EQ(line.process_id, process_ids.at(writer)) << line.message;
+        ASSERT_EQ(line.level, "ERROR") << line.message;
+    }
+}
+
+TEST(LogProcesses, EightThreadsAndEightProcessesWriteTenThousandWholeLinesAtOnce) {
+    Deadline const deadline;
+    LogDirectory const directory;
+    ILog* const log = directory.OpenLog();
+    StartingLine starting_line;
+    std::map<int, int> process_ids;
+
+    std::vector<std::thread> threads;
+    for (int writer = 0; writer < kThreads; ++writer) {
+        process_ids[writer] = getpid();
+        threads.emplace_back([&starting_line, log, writer] {
+            starting_line.Wait();
+            WriteLines(log, writer);
+        });
+    }
+    std::vector<pid_t> children;
+    for (int writer = kThreads; writer < kThreads + kProcesses; ++writer) {
+        pid_t const child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            starting_line.Go();  // its own copy of the pipe's input
+            starting_line.Wait();
+            WriteLines(log, writer);
+            _exit(0);
+        }
+        process_ids[writer] = child;
+        children.push_back(child);
+    }
+    starting_line.Go();
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    for (pid_t const child : children) {
+        int status = -1;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_EQ(status, 0);
+    }
+    ExpectTheLinesOf(process_ids, ReadLog(directory.File()));
+}
+
+TEST(LogProcesses, EightThreadsOfOneProcessLoseNothing) {
+    Deadline const deadline;
+    LogDirectory const directory;
+    ILog* const log = directory.OpenLog();
+    StartingLine const starting_line;
+    std::map<int, int> process_ids;
+    std::vector<std::thread> threads;
+    for (int writer = 0; writer < kThreads; ++writer) {
+        process_ids[writer] = getpid();
+        threads.emplace_back([&starting_line, log, writer] {
+            starting_line.Wait();
+            WriteLines(log, writer);
+        });
+    }
+    starting_line.Go();
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    ExpectTheLinesOf(process_ids, ReadLog(directory.File()));
+}
+
+TEST(LogProcesses, RotationWhileThreadsWriteLosesNothing) {
+    Deadline const deadline;
+    LogDirectory const directory;
+    ILog* const log = directory.OpenLog();
+    std::map<int, int> process_ids;
+    std::vector<std::thread> threads;
+    std::atomic<int> writing{4};
+    for (int writer = 0; writer < 4; ++writer) {
+        process_ids[writer] = getpid();
+        threads.emplace_back([&writing, log, writer] {
+            WriteLines(log, writer);
+            --writing;
+        });
+    }
+    std::vector<std::filesystem::path> files;
+    while (writing > 0) {
+        std::filesystem::path const rotated =
+            directory.File().string() + "." + std::to_string(files.size());
+        std::error_code error;
+        std::filesystem::rename(directory.File(), rotated, error);
+        if (!error) {
+            files.push_back(rotated);
+        }
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    files.push_back(directory.File());  // read now that no thread has an old one open
+    std::size_t count = 0;
+    for (std::filesystem::path const& file : files) {
+        for (LogLine const& line : ReadLog(file)) {
+            int writer = -1;
+            int number = -1;
+            ASSERT_EQ(
+                std::sscanf(line.message.c_str(), "writer %d line %d ", &writer, &number),
+                2);
+            ASSERT_EQ(line.message, Message(writer, number));
+            ++count;
+        }
+    }
+    EXPECT_GT(files.size(), 1U);
+    EXPECT_EQ(count, 4U * kLinesEach);
+}
+
+TEST(LogProcesses, AThousandChildrenForkedWhileThreadsLogWriteTheirLineAndEnd) {
+    constexpr int kForks = 1000;
+    Deadline const deadline;
+    LogDirectory const directory;
+    ILog* const log = directory.OpenLog();
+    // The threads' log is a link to nowhere: they do all but fill the disk.
+    std::filesystem::create_symlink("/dev/null", directory.Path() / "threads.log");
+    ILog* threads_log = nullptr;
+    ASSERT_EQ(GetLogger(2, "threads", LOGLEVEL_VERBOSE, &threads_log), 0);
+
+    std::atomic<bool> stop{false};
+    std::vector<std::thread> threads;
+    threads.reserve(4);
+    for (int writer = 0; writer < 4; ++writer) {
+        threads.emplace_back([&stop, threads_log] {
+            std::string const long_text(10000, 'x');
+            while (!stop) {
+                __LOG__A(threads_log, LOGLEVEL_ERROR, "short");
+                __LOG__A(threads_log, LOGLEVEL_ERROR, "%s", long_text.c_str());
+            }
+        });
+    }
+    std::vector<int> expected;
+    bool all_ended = true;
+    for (int i = 0; i < kForks && all_ended; ++i) {
+        pid_t const child = fork();
+        if (child == 0) {
+            alarm(20);
+            __LOG__A(log, LOGLEVEL_ERROR, "child %d", i);
+            _exit(0);
+        }
+        expected.push_back(child);
+        int status = -1;
+        all_ended = child > 0 && waitpid(child, &status, 0) == child && status == 0;
+        EXPECT_TRUE(all_ended) << "child " << i << ": status " << status;
+    }
+    stop = true;
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    std::vector<LogLine> const lines = ReadLog(directory.File());
+    ASSERT_EQ(lines.size(), expected.size());
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        EXPECT_EQ(lines[i].message, "child " + std::to_string(i));
+        EXPECT_EQ(lines[i].process_id, expected[i]);
+    }
+}
+
+TEST(LogProcesses, GetLoggerFailsBeforeInitLogger) {
+    // A process of its own, in which no other test has opened the library.
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            ILog* log = nullptr;
+            int const result = GetLogger(2, "test", LOGLEVEL_ERROR, &log);
+            std::exit(result != 0 && log == nullptr ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(
+        {
+            ILog* log = nullptr;
+            InitLogger("");
+            std::exit(GetLogger(2, "test", LOGLEVEL_ERROR, &log) != 0 ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+TEST(LogProcesses, AProcessThatLogsInAnExitHandlerIsHeard) {
+    LogDirectory const directory;
+    static ILog* log = nullptr;
+    log = directory.OpenLog();
+    pid_t const child = fork();
+    if (child == 0) {
+        std::atexit([] { __LOG__A(log, LOGLEVEL_ERROR, "at exit"); });
+        std::exit(0);
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+    EXPECT_THAT(ReadMessages(directory.File()), ElementsAre("at exit"));
+}
+
+// The names in the third column of the output of `nm`.
+std::vector<std::string> Symbols(std::string const& nm) {
+    std::string const command = nm + " | awk '{ print $NF }' | LC_ALL=C sort";
+    std::FILE* const pipe = popen(command.c_str(), "r");
+    std::string output;
+    for (int c = 0; (c = std::fgetc(pipe)) != EOF;) {
+        output.push_back(static_cast<char>(c));
+    }
+    EXPECT_EQ(pclose(pipe), 0) << command;
+    return SplitLines(output);
+}
+
+TEST(Liblogger, ShowsItsTwoFunctionsAndNothingElse) {
+    EXPECT_THAT(Symbols(NM_DEFINED), ElementsAre(testing::MatchesRegex("_?GetLogger"),
+                                                 testing::MatchesRegex("_?InitLogger")));
+}
+
+}  // namespace
