@@ -83,12 +83,23 @@ class Buffer {
     std::size_t size = sizeof inside;
 };
 
+// Makes a system call anew as long as signal handlers of the program interrupt it.
+template <typename Call>
+auto RetryIfInterrupted(Call call) noexcept {
+    auto result = call();
+    while (result < 0 && errno == EINTR) {
+        result = call();
+    }
+    return result;
+}
+
 // An open log file, closed with the object.
 class LogFile {
   public:
     explicit LogFile(std::string const& path) noexcept
-        : descriptor(
-              open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644)) {
+        : descriptor(RetryIfInterrupted([&path] {
+              return open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+          })) {
         // A process that closed its standard streams must not find a log in their place.
         if (descriptor >= 0 && descriptor <= STDERR_FILENO) {
             int const low = descriptor;
@@ -106,7 +117,9 @@ class LogFile {
 
     // Returns the number of bytes written, -1 if there were none.
     ssize_t Write(char const* text, std::size_t length) const noexcept {
-        return descriptor < 0 ? -1 : write(descriptor, text, length);
+        return descriptor < 0
+                   ? -1
+                   : RetryIfInterrupted([=] { return write(descriptor, text, length); });
     }
 
   private:

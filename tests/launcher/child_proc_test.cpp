@@ -275,7 +275,7 @@ TEST_F(ChildProcTest, AFailedForkEndsTheSupervisionAndDestructionKillsEverything
     // There is room for the supervising thread, but not for its child.
     EXPECT_EQ(
         AsLimitedUser(2,
-                      [this] {
+                      [] {
                           RecordingLog fresh;
                           logger = &fresh;
                           {
