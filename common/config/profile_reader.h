@@ -26,8 +26,8 @@
 // Copies the value, with a NUL behind it, to `buffer`, which holds `size` bytes. Copies
 // `fallback` instead if there is no such value, or it is empty, or it does not fit.
 // Returns the length of what was copied; 0, with the buffer untouched, if `fallback`
-// does not fit either, if `buffer` is null or if `size` is 0. (An empty `fallback`
-// copies its NUL and returns 0.)
+// does not fit either, if `buffer` is null or if `size` is 0. (An empty value or an empty
+// `fallback` copies its NUL all the same, and the result is 0.)
 std::size_t GetPrivateProfileString(std::string section, std::string key,
                                     std::string fallback, char* buffer, int size,
                                     std::string path);
