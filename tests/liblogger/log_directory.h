@@ -10,41 +10,27 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <regex>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "common/config/log.h"
+#include "tests/support/files.h"
 
-// Makes an empty directory; removes it, with what is in it, in the end.
 class LogDirectory {
   public:
-    LogDirectory() {
-        std::string name = std::filesystem::temp_directory_path() / "liblogger.XXXXXX";
-        if (mkdtemp(name.data()) == nullptr) {
-            ADD_FAILURE() << "there is no directory to be had: " << name;
-        }
-        path = name;
-    }
-    ~LogDirectory() { std::filesystem::remove_all(path); }
-    LogDirectory(LogDirectory const&) = delete;
-    LogDirectory& operator=(LogDirectory const&) = delete;
-
-    [[nodiscard]] std::filesystem::path const& Path() const { return path; }
+    std::filesystem::path const& Path() const { return directory.Path(); }
 
     // The file of the log that OpenLog opens.
-    [[nodiscard]] std::filesystem::path File() const { return path / "test.log"; }
+    std::filesystem::path File() const { return Path() / "test.log"; }
 
     // Opens the library on this directory, and returns the log "test" in it; on failure
     // fails the test and returns null.
-    [[nodiscard]] ILog* OpenLog(LOGLEVEL level = LOGLEVEL_VERBOSE) const {
+    ILog* OpenLog(LOGLEVEL level = LOGLEVEL_VERBOSE) const {
         ILog* log = nullptr;
-        EXPECT_EQ(InitLogger(path.c_str()), 0);
+        EXPECT_EQ(InitLogger(Path().c_str()), 0);
         EXPECT_EQ(GetLogger(2, "test", level, &log), 0);
         // Logs live as long as the process; a leak checker is to find them here.
         static std::vector<ILog*> logs;
@@ -53,7 +39,7 @@ class LogDirectory {
     }
 
   private:
-    std::filesystem::path path;
+    TempDirectory const directory;
 };
 
 struct LogLine {
@@ -62,12 +48,6 @@ struct LogLine {
     int process_id;
     std::string message;
 };
-
-// Returns the bytes of `file`, none if it cannot be read.
-inline std::string ReadText(std::filesystem::path const& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
 
 // Cuts `text` at its newlines; fails the test if the last line lacks its own.
 inline std::vector<std::string> SplitLines(std::string const& text) {
@@ -99,7 +79,7 @@ inline LogLine ParseLine(std::string const& line) {
 // Returns the lines of the log file; fails the test at each that is none.
 inline std::vector<LogLine> ReadLog(std::filesystem::path const& file) {
     std::vector<LogLine> lines;
-    for (std::string const& line : SplitLines(ReadText(file))) {
+    for (std::string const& line : SplitLines(ReadFile(file))) {
         lines.push_back(ParseLine(line));
     }
     return lines;

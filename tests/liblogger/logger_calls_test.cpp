@@ -110,7 +110,7 @@ TEST_F(LogCalls, ALineIsOneWriteAtTheEndOfAFileThatIsClosedOnExec) {
         EXPECT_EQ(calls[0].descriptor_flags, FD_CLOEXEC);
         EXPECT_EQ(calls[0].file_flags & O_ACCMODE, O_WRONLY);
         EXPECT_NE(calls[0].file_flags & O_APPEND, 0);
-        EXPECT_TRUE(calls[0].bytes == ReadText(directory.File()));
+        EXPECT_TRUE(calls[0].bytes == ReadFile(directory.File()));
         EXPECT_EQ(fcntl(calls[0].descriptor, F_GETFD), -1) << "left open";
         std::filesystem::remove(directory.File());
     }
@@ -242,7 +242,7 @@ TEST_F(LogCalls, AWriteIsNotRepeatedWhateverComesOfIt) {
 
 // The lines of the file without their time, level and process id.
 std::vector<std::string> Shortened(std::filesystem::path const& file) {
-    std::vector<std::string> lines = SplitLines(ReadText(file));
+    std::vector<std::string> lines = SplitLines(ReadFile(file));
     for (std::string& line : lines) {
         std::size_t const head = line.find(" ERROR ");
         if (head == 24) {

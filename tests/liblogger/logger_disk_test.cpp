@@ -28,7 +28,7 @@ class Disk {
     Disk(Disk const&) = delete;
     Disk& operator=(Disk const&) = delete;
 
-    [[nodiscard]] std::filesystem::path const& Path() const { return path; }
+    std::filesystem::path const& Path() const { return path; }
 
   private:
     std::filesystem::path const path;
@@ -51,7 +51,7 @@ TEST(LogDisk, AFullDiskLosesLinesAndTheNextOneThatFitsStandsAlone) {
         __LOG__A(log, LOGLEVEL_ERROR, "line %d %s", i, kPadding.c_str());
         ASSERT_EQ(errno, 4711);
     }
-    std::string const when_full = ReadText(file);
+    std::string const when_full = ReadFile(file);
     ASSERT_GT(when_full.size(), 8192U);
     ASSERT_NE(when_full.back(), '\n') << "this disk cut no line short";
 
@@ -59,7 +59,7 @@ TEST(LogDisk, AFullDiskLosesLinesAndTheNextOneThatFitsStandsAlone) {
     __LOG__A(log, LOGLEVEL_ERROR, "there is room again");
     __LOG__A(log, LOGLEVEL_ERROR, "and still");
 
-    std::string const text = ReadText(file);
+    std::string const text = ReadFile(file);
     ASSERT_EQ(text.compare(0, when_full.size(), when_full), 0);
     std::vector<std::string> const lines = SplitLines(text);
     std::size_t const cut = lines.size() - 3;
@@ -80,7 +80,7 @@ TEST(LogDisk, ADiskThatIsFullFromTheStartLosesTheLinesAlone) {
     ILog* log = nullptr;
     ASSERT_EQ(GetLogger(2, "test", LOGLEVEL_ERROR, &log), 0);
     __LOG__A(log, LOGLEVEL_ERROR, "lost");
-    EXPECT_EQ(ReadText(disk.Path() / "test.log"), "");
+    EXPECT_EQ(ReadFile(disk.Path() / "test.log"), "");
     std::filesystem::remove(ballast);
     __LOG__A(log, LOGLEVEL_ERROR, "kept");
     EXPECT_THAT(ReadMessages(disk.Path() / "test.log"), testing::ElementsAre("kept"));

@@ -51,7 +51,7 @@ TEST(Log, ALineIsTimeLevelProcessIdAndMessage) {
     LogDirectory const directory;
     ILog* const log = directory.OpenLog();
     __LOG__A(log, LOGLEVEL_ERROR, "[LAUNCHER  ] %s is killed. ret = %d", "agent", 9);
-    std::string const text = ReadText(directory.File());
+    std::string const text = ReadFile(directory.File());
     EXPECT_THAT(text,
                 MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}\\."
                              "[0-9]{3}Z ERROR [0-9]+ \\[LAUNCHER  \\] agent is killed. "
@@ -369,7 +369,7 @@ TEST(InitLogger, FailsIfTheDirectoryIsNullOrEmptyOrAFileOrCannotBeMade) {
     EXPECT_NE(InitLogger((path + "/dangling").c_str()), 0);
     EXPECT_NE(InitLogger((path + "/" + std::string(300, 'n')).c_str()), 0);
     EXPECT_NE(InitLogger("/proc/nothing/of/the/kind"), 0);
-    EXPECT_EQ(ReadText(path + "/file"), "text");
+    EXPECT_EQ(ReadFile(path + "/file"), "text");
 }
 
 TEST(InitLogger, AFailureLeavesTheEarlierDirectoryInUse) {

@@ -12,13 +12,19 @@ TempDirectory::TempDirectory() {
     if (mkdtemp(name.data()) == nullptr) {
         throw std::runtime_error("no temporary directory");
     }
-    path = name;
+    path = std::filesystem::canonical(name);
     std::filesystem::permissions(path, std::filesystem::perms(0777));
 }
 
 TempDirectory::~TempDirectory() {
     std::error_code ignored;
     std::filesystem::remove_all(path, ignored);
+}
+
+std::string TempDirectory::Write(std::string const& name,
+                                 std::string const& content) const {
+    WriteFile(path / name, content);
+    return path / name;
 }
 
 void WriteFile(std::filesystem::path const& file, std::string const& content) {

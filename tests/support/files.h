@@ -7,7 +7,8 @@
 #include <string>
 #include <vector>
 
-// A new empty directory that every user may enter, removed with the object.
+// A new empty directory that every user may use, with a path free of symbolic links;
+// removed with the object.
 class TempDirectory {
   public:
     TempDirectory();
@@ -16,6 +17,9 @@ class TempDirectory {
     TempDirectory& operator=(TempDirectory const&) = delete;
 
     std::filesystem::path const& Path() const { return path; }
+
+    // Writes a file of this name in the directory, as WriteFile does; returns its path.
+    std::string Write(std::string const& name, std::string const& content) const;
 
   private:
     std::filesystem::path path;

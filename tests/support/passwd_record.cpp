@@ -4,37 +4,41 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
+#include <stdexcept>
 #include <system_error>
 
 namespace {
 
-char const kPasswd[] = "/etc/passwd";
-char const kSwitch[] = "/etc/nsswitch.conf";
-
-void Mount(std::filesystem::path const& file, char const* target) {
-    if (mount(file.c_str(), target, nullptr, MS_BIND, nullptr) != 0) {
-        throw std::system_error(errno, std::generic_category(), target);
-    }
+std::string RecordOfRunningUser(std::string const& home, std::string const& user) {
+    return user + ":x:" + std::to_string(getuid()) + ":" + std::to_string(getgid()) +
+           "::" + home + ":/bin/sh\n";
 }
 
 }  // namespace
 
+PasswdRecord::Mount::Mount(std::string const& file, char const* where) : place(where) {
+    if (std::getenv("CONTAINED_FROM") == nullptr) {
+        throw std::logic_error("a passwd record is mounted inside the containment only");
+    }
+    if (mount(file.c_str(), place, nullptr, MS_BIND, nullptr) != 0) {
+        throw std::system_error(errno, std::generic_category(), place);
+    }
+}
+
+PasswdRecord::Mount::~Mount() {
+    umount2(place, MNT_DETACH);
+}
+
 PasswdRecord::PasswdRecord(std::string const& home, std::string const& user)
-    : PasswdRecord(Content{user + ":x:" + std::to_string(getuid()) + ":0::" + home +
-                           ":/bin/sh\n"}) {}
+    : PasswdRecord(Records{RecordOfRunningUser(home, user)}) {}
 
 PasswdRecord PasswdRecord::None() {
-    return PasswdRecord(Content{""});
+    return PasswdRecord(Records{""});
 }
 
-PasswdRecord::PasswdRecord(Content const& content) {
-    WriteFile(directory.Path() / "passwd", content.text);
-    WriteFile(directory.Path() / "switch", "passwd: files\n");
-    Mount(directory.Path() / "passwd", kPasswd);
-    Mount(directory.Path() / "switch", kSwitch);
-}
+PasswdRecord::PasswdRecord(Records const& records)
+    : sources(directory.Write("nsswitch.conf", "passwd: files\n"), "/etc/nsswitch.conf"),
+      users(directory.Write("passwd", records.text), "/etc/passwd") {}
 
-PasswdRecord::~PasswdRecord() {
-    umount(kPasswd);
-    umount(kSwitch);
-}
+PasswdRecord::~PasswdRecord() = default;

@@ -1,4 +1,9 @@
-// The passwd record of the user who runs a test, as getpwuid finds it.
+// The user's record as the C library finds it: a test says what is in it.
+//
+//   PasswdRecord const record("/home/of/the/test", "alice");
+//   getpwuid(getuid())->pw_dir  -> "/home/of/the/test", here and in programs started now
+//
+// For programs that run inside tests/support/contained only, whose mounts are their own.
 
 #ifndef TESTS_SUPPORT_PASSWD_RECORD_H
 #define TESTS_SUPPORT_PASSWD_RECORD_H
@@ -7,14 +12,16 @@
 
 #include "tests/support/files.h"
 
-// Mounts a passwd file with one record over the system's, in the mount namespace that
-// tests/support/contained has made; undone with the object. Child processes see it too.
+// Stands in for the system's users as long as it lives; then they are back. Objects that
+// live at the same time are destroyed in the reverse order of their making.
 class PasswdRecord {
   public:
-    // A record of this home directory and login name for the user of this process.
+    // The only record is that of the running user, with this home directory and login
+    // name, in which there is no ":". Throws std::logic_error outside the containment,
+    // and std::system_error if the file cannot be mounted.
     explicit PasswdRecord(std::string const& home, std::string const& user = "root");
 
-    // No record at all.
+    // No user has a record.
     static PasswdRecord None();
 
     ~PasswdRecord();
@@ -22,12 +29,27 @@ class PasswdRecord {
     PasswdRecord& operator=(PasswdRecord const&) = delete;
 
   private:
-    struct Content {
+    // A file mounted in the place of another. The file must stay as long as the mount, or
+    // a second mount cannot be laid over it.
+    class Mount {
+      public:
+        Mount(std::string const& file, char const* place);
+        ~Mount();
+        Mount(Mount const&) = delete;
+        Mount& operator=(Mount const&) = delete;
+
+      private:
+        char const* place;
+    };
+
+    struct Records {
         std::string text;
     };
-    explicit PasswdRecord(Content const& content);
+    explicit PasswdRecord(Records const& records);
 
     TempDirectory const directory;
+    Mount const sources;
+    Mount const users;
 };
 
 #endif
