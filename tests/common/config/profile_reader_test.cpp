@@ -115,8 +115,9 @@ TEST_F(ProfileReader, AHeaderIsWhatStandsBetweenTheBracketsOfAWholeLine) {
     EXPECT_EQ(Value("[S]]\nK=v\n", "S]", "K"), "v");
     EXPECT_EQ(Value("[[S]\nK=v\n", "[S", "K"), "v");
     EXPECT_EQ(Value("[]]\nK=v\n", "]", "K"), "v");
-    for (char const* const header : {"[S", "S]", "S", "[S]x", "x[S]", "[S] ;", "[ S S ]",
-                                     "[S S]", "[SS]", "(S)", "[[S]]"}) {
+    for (char const* const header :
+         {"[S", "[Sx", "S]", "xS]", "S", "[S]x", "x[S]", "[S] ;", "[ S S ]", "[S S]",
+          "[SS]", "(S)", "[[S]]"}) {
         EXPECT_EQ(Value(header + "\nK=v\n"s, "S", "K"), "fallback") << header;
     }
 }
