@@ -335,6 +335,21 @@ TEST_F(LogCalls, AnotherThreadsCutRightAfterTheLineThatBeginsANewOneIsNotForgott
                 ElementsAre(kCutLine, "second", "", kCutLine, "last"));
 }
 
+TEST_F(LogCalls, ALineComposedBeforeAnotherThreadsCutWasEndedLeavesNoEmptyLine) {
+    g_time = timespec{951782400, 0};
+    g_write = [this](int descriptor, void const* bytes, std::size_t size) {
+        g_write = CutAfter(kWithinTime);
+        __LOG__A(log, LOGLEVEL_ERROR, "cut");
+        g_write = nullptr;
+        __LOG__A(log, LOGLEVEL_ERROR, "ends it");
+        return SystemWrite(descriptor, bytes, size);
+    };
+    __LOG__A(log, LOGLEVEL_ERROR, "composed first");
+    __LOG__A(log, LOGLEVEL_ERROR, "last");
+    EXPECT_THAT(Shortened(directory.File()),
+                ElementsAre(kCutLine, "ends it", "composed first", "last"));
+}
+
 TEST_F(LogCalls, TheCutLineOfAForkedChildIsEndedByItsParent) {
     g_time = timespec{951782400, 0};
     pid_t const child = fork();

@@ -360,6 +360,7 @@ TEST(InitLogger, FailsIfTheDirectoryIsNullOrEmptyOrAFileOrCannotBeMade) {
     LogDirectory const directory;
     std::string const path = directory.Path();
     std::ofstream(path + "/file") << "text";
+    std::filesystem::permissions(path + "/file", std::filesystem::perms::all);
     std::filesystem::create_symlink("missing", path + "/dangling");
     EXPECT_NE(InitLogger(nullptr), 0);
     EXPECT_NE(InitLogger(""), 0);

@@ -21,20 +21,19 @@ char const* const kExtension =
 class AppLocations : public testing::Test {
   protected:
     // Copies the reporting program to this place and returns its whole path.
-    [[nodiscard]] std::string Installed(std::string const& place) const {
+    std::string Installed(std::string const& place) const {
         fs::path const path = directory.Path() / place;
         InstallReporter(path);
         return path;
     }
 
-    [[nodiscard]] std::string MakeDirectory(std::string const& place) const {
+    std::string MakeDirectory(std::string const& place) const {
         fs::create_directories(directory.Path() / place);
         return directory.Path() / place;
     }
 
     // Returns a path of exactly `length` bytes in the directory that ends in `name`.
-    [[nodiscard]] std::string PathOfLength(std::size_t length,
-                                           std::string const& name) const {
+    std::string PathOfLength(std::size_t length, std::string const& name) const {
         std::string path = directory.Path();
         std::size_t const longest_part = 200;
         std::size_t const last_part = name.size() + 1;

@@ -27,7 +27,7 @@ class LogLocation : public testing::Test {
     }
 
     // Returns the level that is found when "log.ini" holds these lines.
-    [[nodiscard]] std::string LevelIn(std::string const& contents) const {
+    std::string LevelIn(std::string const& contents) const {
         directory.Write("home/Library/Application Support/Tamlin/log.ini", contents);
         auto report = ReportOf(program);
         EXPECT_EQ(report.count("logged"), 0U);

@@ -42,7 +42,7 @@ class ForbiddenMemory {
     ForbiddenMemory(ForbiddenMemory const&) = delete;
     ForbiddenMemory& operator=(ForbiddenMemory const&) = delete;
 
-    [[nodiscard]] char const* Text() const { return static_cast<char const*>(page); }
+    char const* Text() const { return static_cast<char const*>(page); }
 
   private:
     static constexpr std::size_t kSize = 4096;

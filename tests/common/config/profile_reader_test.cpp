@@ -39,9 +39,8 @@ std::ostream& operator<<(std::ostream& out, Placed const& placed) {
 class ProfileReader : public testing::Test {
   protected:
     // Returns the value found in a file of these contents, "fallback" if there is none.
-    [[nodiscard]] std::string Value(std::string const& contents,
-                                    std::string const& section,
-                                    std::string const& key) const {
+    std::string Value(std::string const& contents, std::string const& section,
+                      std::string const& key) const {
         std::string buffer(5000, kUntouched);
         std::size_t const length = GetPrivateProfileString(
             section, key, "fallback", buffer.data(), static_cast<int>(buffer.size()),
@@ -52,14 +51,14 @@ class ProfileReader : public testing::Test {
         return buffer.substr(0, length);
     }
 
-    [[nodiscard]] int Number(std::string const& contents) const {
+    int Number(std::string const& contents) const {
         return GetPrivateProfileInt("S", "K", 99,
                                     directory.Write("profile.ini", contents));
     }
 
     // Returns what is placed in a buffer that says it has `size` bytes and has 20.
-    [[nodiscard]] Placed PlacedIn(int size, std::string const& contents,
-                                  std::string const& fallback) const {
+    Placed PlacedIn(int size, std::string const& contents,
+                    std::string const& fallback) const {
         std::string buffer(20, kUntouched);
         std::size_t const length =
             GetPrivateProfileString("S", "K", fallback, buffer.data(), size,
