@@ -1,0 +1,57 @@
+#include "common/strings/trim.h"
+
+#include <gtest/gtest.h>
+
+#include <clocale>
+
+namespace {
+
+std::string Trimmed(std::string text) {
+    return trim(text);
+}
+
+TEST(Trim, TheExampleOfItsHeader) {
+    std::string line = "\t[LOG]\r\n";
+    EXPECT_EQ(trim(line), "[LOG]");
+}
+
+TEST(Trim, ChangesTheTextInPlaceAndReturnsTheVeryText) {
+    std::string text = " a ";
+    EXPECT_EQ(&trim(text), &text);
+    EXPECT_EQ(text, "a");
+}
+
+TEST(Trim, KeepsWhatStandsInside) {
+    EXPECT_EQ(Trimmed("  a \t\n b  "), "a \t\n b");
+    EXPECT_EQ(Trimmed("a b"), "a b");
+    EXPECT_EQ(Trimmed("a "), "a");
+    EXPECT_EQ(Trimmed(" a"), "a");
+}
+
+TEST(Trim, TextOfBlanksAndLineBreaksAloneBecomesEmpty) {
+    EXPECT_EQ(Trimmed(" \t\n\v\f\r "), "");
+    EXPECT_EQ(Trimmed("\n"), "");
+    EXPECT_EQ(Trimmed(""), "");
+}
+
+TEST(Trim, RemovesTheSixAsciiBlanksAndNoOtherByteWhateverTheLocale) {
+    for (char const* const locale : {"C", "C.UTF-8"}) {
+        ASSERT_NE(std::setlocale(LC_ALL, locale), nullptr);
+        for (int byte = 0; byte < 256; ++byte) {
+            std::string const one(1, static_cast<char>(byte));
+            bool const blank = byte == 32 || (byte >= 9 && byte <= 13);
+            EXPECT_EQ(Trimmed(one), blank ? "" : one) << byte;
+            std::string around = one;
+            around.append("a").append(one);
+            EXPECT_EQ(Trimmed(around), blank ? "a" : around) << byte;
+        }
+    }
+    std::setlocale(LC_ALL, "C");
+}
+
+TEST(Trim, KeepsANonBreakingSpaceOfUtf8) {
+    EXPECT_EQ(Trimmed("a\xC2\xA0"), "a\xC2\xA0");
+    EXPECT_EQ(Trimmed("\xC2\xA0 \n"), "\xC2\xA0");
+}
+
+}  // namespace
