@@ -1,12 +1,14 @@
 #include "common/json/json_object.h"
 
 #include <json/reader.h>
+#include <json/writer.h>
 
 #include <cstdint>
 #include <cstring>
 #include <utility>
 
 #include "common/json/text_encoding.h"
+#include "common/strings/trim.h"
 
 JsonObject::JsonObject(char const* buffer, unsigned int length) : target(&ownValue) {
     bool const collect_comments = false;
@@ -107,6 +109,54 @@ JsonObject JsonObject::operator[](int index) {
 }
 unsigned int JsonObject::GetArraySize() {
     return target->size();
+}
+
+// What is inserted is complete before the document is touched, since it may be a part of
+// the document, or fail to convert.
+bool JsonObject::Insert(char const* key, JsonObject const& value) {
+    Json::Value copy(*value.target);
+    (*target)[key] = std::move(copy);
+    return true;
+}
+bool JsonObject::Insert(char const* key, std::wstring const& text) {
+    Json::Value string(ws2s(text));
+    (*target)[key] = std::move(string);
+    return true;
+}
+
+bool JsonObject::InsertArrayItem(std::string text) {
+    target->append(Json::Value(text));
+    return true;
+}
+bool JsonObject::InsertArrayItem(JsonObject& item) {
+    target->append(Json::Value(*item.target));
+    return true;
+}
+
+bool JsonObject::RemoveArrayItem(unsigned long index) {
+    Json::Value removed;
+    return target->removeIndex(static_cast<Json::ArrayIndex>(index), &removed);
+}
+bool JsonObject::Remove(char const* key) {
+    Json::Value removed;
+    return target->removeMember(key, &removed);
+}
+
+std::vector<std::string> JsonObject::GetKeys() {
+    return target->getMemberNames();
+}
+
+JsonObject JsonObject::Copy() {
+    return *target;
+}
+
+std::string JsonObject::ToText() {
+    std::string text = Json::FastWriter().write(*target);
+    return trim(text);
+}
+std::string JsonObject::ToStyledText() {
+    std::string text = Json::StyledWriter().write(*target);
+    return trim(text);
 }
 
 // Returns the value at `path`, or null if a member is missing. A forked child of a

@@ -5,6 +5,9 @@
 //   std::string name = item.GetObject("/name");     // "agent"
 //   int count = item["argc"];                       // 1
 //   list.HasObject("0/program");                    // false
+//   item.Remove("argc");
+//   item.Insert("name", L"caf\u00E9");
+//   list.ToText();                                  // {"0":{"name":"caf\u00e9"}}
 //
 // A handle plays one of two roles. An owning object holds a document of its own; a view
 // refers to a value inside another object's document, or to a caller's Json::Value. A
@@ -22,6 +25,7 @@
 #include <json/value.h>
 
 #include <string>
+#include <vector>
 
 #include "common/json/aerror.h"
 
@@ -93,6 +97,42 @@ class JsonObject {
 
     // The number of elements of an array or of members of an object, else 0.
     unsigned int GetArraySize();
+
+    // Editing. All of it acts on this value, through a view in the viewed document; keys
+    // are single member names, taken literally, never paths. What is inserted is a deep
+    // copy of what was there before the call, so a document may be inserted into itself.
+    // Views to what is replaced or removed dangle. `key` is not null.
+
+    // Sets the member `key`, replacing one that exists; a null value first becomes an
+    // object. Returns true. A char const* given for `value` is parsed as JSON, as the
+    // constructor does. Wide text becomes a JSON string in UTF-8; if it is invalid, what
+    // ws2s throws passes through and the document is as it was.
+    bool Insert(char const* key, JsonObject const& value);
+    bool Insert(char const* key, std::wstring const& text);
+
+    // Appends an element to an array; a null value first becomes an array. Returns true.
+    // `text` becomes a JSON string, it is not parsed. `item` must be a variable: a
+    // temporary, such as the result of GetObject, would be read out as text.
+    bool InsertArrayItem(std::string text);
+    bool InsertArrayItem(JsonObject& item);
+
+    // Remove an array element, and those behind it move down, or a member. Return false,
+    // and change nothing, if there is none or this value is not an array, or not an
+    // object. Only the low 32 bits of `index` count: 4294967296 removes element 0.
+    bool RemoveArrayItem(unsigned long index);
+    bool Remove(char const* key);
+
+    // The names of the members, sorted by their bytes; none if this value is null.
+    std::vector<std::string> GetKeys();
+
+    // A view on this value. Despite the name it copies nothing: assign to an owning
+    // object for a deep copy.
+    JsonObject Copy();
+
+    // This value as JSON text on one line, or indented over several lines and with its
+    // comments; neither has white space at its ends. Text beyond ASCII is escaped.
+    std::string ToText();
+    std::string ToStyledText();
 
   private:
     Json::Value* FindValue(char const* path);
