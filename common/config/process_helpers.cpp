@@ -1,0 +1,46 @@
+#include "common/config/process_helpers.h"
+
+#include <sys/types.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <memory>
+#include <stdexcept>
+
+namespace {
+
+// A shared handle releases null, too, which pclose does not take.
+void CloseIfOpen(std::FILE* pipe) {
+    if (pipe != nullptr) {
+        pclose(pipe);
+    }
+}
+
+// Says whether a signal handler, and nothing worse, made the last read from `pipe` fail.
+bool WasInterrupted(std::FILE* pipe) {
+    return std::ferror(pipe) != 0 && errno == EINTR;
+}
+
+}  // namespace
+
+std::string pexec(std::string command) {
+    std::string output;
+    std::shared_ptr<std::FILE> const pipe(popen(command.c_str(), "r"), CloseIfOpen);
+    if (pipe == nullptr) {
+        throw std::runtime_error("popen() failed!");
+    }
+    char piece[128];
+    while (std::feof(pipe.get()) == 0) {
+        if (std::fgets(piece, sizeof piece, pipe.get()) != nullptr) {
+            output += piece;
+        } else if (!WasInterrupted(pipe.get())) {
+            break;
+        }
+    }
+    return output;
+}
+
+bool IsRunningPID(long long pid) {
+    return kill(static_cast<pid_t>(pid), 0) == 0;
+}
