@@ -1,0 +1,80 @@
+#include "common/strings/format.h"
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cwchar>
+#include <memory>
+#include <new>
+
+namespace {
+
+// A stream into memory that grows by itself. vswprintf cannot do the work: it does not
+// tell a buffer that is too small from text that no buffer would make convertible.
+class WideMemoryStream {
+  public:
+    WideMemoryStream() : stream(open_wmemstream(&text, &length)) {
+        if (stream == nullptr) {
+            throw std::bad_alloc();
+        }
+    }
+    ~WideMemoryStream() {
+        Close();
+        std::free(text);
+    }
+    WideMemoryStream(WideMemoryStream const&) = delete;
+    WideMemoryStream& operator=(WideMemoryStream const&) = delete;
+
+    std::FILE* Stream() { return stream; }
+
+    // Ends the writing and says whether all that was written has arrived.
+    bool Close() {
+        std::FILE* const closed = stream;
+        stream = nullptr;
+        return closed != nullptr && std::fclose(closed) == 0;
+    }
+
+    // What was written, with a NUL behind it; call it after Close.
+    wchar_t const* Text() { return text; }
+
+  private:
+    wchar_t* text = nullptr;
+    std::size_t length = 0;
+    std::FILE* stream;
+};
+
+}  // namespace
+
+std::string string_format(std::string format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    int const length = std::vsnprintf(nullptr, 0, format.c_str(), arguments);
+    va_end(arguments);
+    if (length < 0) {
+        return "";
+    }
+    std::size_t const size = static_cast<std::size_t>(length) + 1;
+    auto const text = std::make_unique<char[]>(size);
+    va_start(arguments, format);
+    std::vsnprintf(text.get(), size, format.c_str(), arguments);
+    va_end(arguments);
+    return text.get();
+}
+
+std::wstring wstring_format(std::wstring format, ...) {
+    WideMemoryStream output;
+    va_list arguments;
+    va_start(arguments, format);
+    errno = 0;
+    bool const formatted =
+        std::vfwprintf(output.Stream(), format.c_str(), arguments) >= 0 && output.Close();
+    va_end(arguments);
+    if (formatted) {
+        return output.Text();
+    }
+    if (errno == ENOMEM) {
+        throw std::bad_alloc();
+    }
+    return L"";
+}
