@@ -2,7 +2,35 @@
 
 #include <algorithm>
 
+namespace {
+
+// An empty text is found where the search begins.
+template <typename Text>
+void ReplaceAll(Text& text, Text const& searched, Text const& replacement) {
+    typename Text::size_type position = 0;
+    while (position <= text.size()) {
+        position = text.find(searched, position);
+        if (position == Text::npos) {
+            return;
+        }
+        text.replace(position, searched.size(), replacement);
+        position += searched.size();
+    }
+}
+
+}  // namespace
+
 bool ends_with(std::string const& text, std::string const& suffix) {
     return suffix.size() <= text.size() &&
            std::equal(suffix.rbegin(), suffix.rend(), text.rbegin());
+}
+
+void replace_all(std::string& text, std::string const& searched,
+                 std::string const& replacement) {
+    ReplaceAll(text, searched, replacement);
+}
+
+void replace_all(std::wstring& text, std::wstring const& searched,
+                 std::wstring const& replacement) {
+    ReplaceAll(text, searched, replacement);
 }
