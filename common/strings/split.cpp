@@ -1,5 +1,7 @@
 #include "common/strings/split.h"
 
+#include <sstream>
+
 namespace {
 
 template <typename Text, typename Regex>
@@ -7,6 +9,47 @@ std::vector<Text> SplitAtMatches(Text const& text, Regex const& separator) {
     using Pieces = std::regex_token_iterator<typename Text::const_iterator>;
     int const between_matches = -1;
     return {Pieces(text.begin(), text.end(), separator, between_matches), Pieces()};
+}
+
+template <typename Text, typename Transform>
+std::vector<Text> SplitAtRuns(Text const& text, Text const& delimiters,
+                              Transform const& transform) {
+    std::vector<Text> pieces;
+    auto begin = text.find_first_not_of(delimiters);
+    while (begin != Text::npos) {
+        auto const end = text.find_first_of(delimiters, begin);
+        Text piece = text.substr(begin, end - begin);
+        pieces.push_back(transform(piece));
+        begin = text.find_first_not_of(delimiters, end);
+    }
+    return pieces;
+}
+
+template <typename Text, typename Transform>
+std::vector<Text> ReadLines(Text const& text, typename Text::value_type line_end,
+                            Transform const& transform) {
+    std::vector<Text> pieces;
+    std::basic_istringstream<typename Text::value_type> stream(text);
+    for (Text piece; std::getline(stream, piece, line_end);) {
+        pieces.push_back(transform(piece));
+    }
+    return pieces;
+}
+
+template <typename Text, typename Transform>
+std::vector<Text> SplitAtText(Text const& text, Text const& delimiter,
+                              Transform const& transform) {
+    std::vector<Text> pieces;
+    typename Text::size_type begin = 0;
+    for (;;) {
+        auto const end = text.find(delimiter, begin);
+        Text piece = text.substr(begin, end - begin);
+        pieces.push_back(transform(piece));
+        if (end == Text::npos) {
+            return pieces;
+        }
+        begin = end + delimiter.size();
+    }
 }
 
 }  // namespace
@@ -17,4 +60,45 @@ std::vector<std::string> split(std::string const& text, std::regex const& separa
 
 std::vector<std::wstring> split(std::wstring const& text, std::wregex const& separator) {
     return SplitAtMatches(text, separator);
+}
+
+std::vector<std::string> split_delim(std::string const& text,
+                                     std::string const& delimiters,
+                                     std::function<std::string(std::string&)> transform) {
+    return SplitAtRuns(text, delimiters, transform);
+}
+
+std::vector<std::wstring> split_delim(
+    std::wstring const& text, std::wstring const& delimiters,
+    std::function<std::wstring(std::wstring&)> transform) {
+    return SplitAtRuns(text, delimiters, transform);
+}
+
+std::vector<std::string> tokenize(std::string const& text, char delimiter,
+                                  std::function<std::string(std::string&)> transform) {
+    return ReadLines(text, delimiter, transform);
+}
+
+std::vector<std::wstring> tokenize(std::wstring const& text, wchar_t delimiter,
+                                   std::function<std::wstring(std::wstring&)> transform) {
+    return ReadLines(text, delimiter, transform);
+}
+
+std::vector<std::string> tokenize(std::string const& text, std::string delimiter,
+                                  std::function<std::string(std::string&)> transform) {
+    return SplitAtText(text, delimiter, transform);
+}
+
+std::vector<std::wstring> tokenize(std::wstring const& text, std::wstring delimiter,
+                                   std::function<std::wstring(std::wstring&)> transform) {
+    return SplitAtText(text, delimiter, transform);
+}
+
+std::string join(std::vector<std::string> const& items, std::string separator) {
+    std::string text = items.at(0);
+    for (std::size_t i = 1; i < items.size(); ++i) {
+        text += separator;
+        text += items[i];
+    }
+    return text;
 }
