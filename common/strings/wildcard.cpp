@@ -1,0 +1,112 @@
+#include "common/strings/wildcard.h"
+
+#include <cstddef>
+#include <string>
+
+namespace {
+
+template <typename Char>
+Char Upper(Char character) {
+    return character >= 'a' && character <= 'z' ? Char(character - 'a' + 'A') : character;
+}
+
+template <typename Char>
+class Matcher {
+  public:
+    Matcher(Char const* matched_expression, Char const* matched_name, bool ignore_case)
+        : expression(matched_expression),
+          name(matched_name),
+          length(std::char_traits<Char>::length(matched_name)),
+          ignoreCase(ignore_case) {}
+
+    // Says whether the expression from `i` on matches the name from `p` on.
+    bool MatchesRest(std::size_t i, std::size_t p);
+
+  private:
+    // A position may lie behind the end of the name, which "?" and ">" step over; all
+    // that is there reads as the terminator.
+    Char At(std::size_t p) { return p < length ? name[p] : Char(0); }
+
+    // Returns the position of the last dot at or after `p`, and 0 if there is none.
+    std::size_t LastDot(std::size_t p) {
+        for (std::size_t k = length; k > p; --k) {
+            if (name[k - 1] == '.') {
+                return k - 1;
+            }
+        }
+        return 0;
+    }
+
+    // Says whether the expression from `i` on matches the name from a position at or
+    // after `p` and before `end` on.
+    bool MatchesFromAnyOf(std::size_t i, std::size_t p, std::size_t end) {
+        for (std::size_t k = p; k < end; ++k) {
+            if (MatchesRest(i, k)) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    bool Equal(Char a, Char b) { return ignoreCase ? Upper(a) == Upper(b) : a == b; }
+
+    Char const* const expression;
+    Char const* const name;
+    std::size_t const length;  // of the name
+    bool const ignoreCase;
+};
+
+template <typename Char>
+bool Matcher<Char>::MatchesRest(std::size_t i, std::size_t p) {
+    for (;;) {
+        Char const c = expression[i];
+        if (c == 0) {
+            return p == length;
+        }
+        ++i;
+        switch (c) {
+            case '"':
+                p += At(p) == '.' ? 1 : 0;
+                break;
+            case '?':
+                ++p;
+                break;
+            case '>':
+                p += At(p) != '.' || LastDot(p) != p ? 1 : 0;
+                break;
+            case '*':
+            case '<': {
+                if (c == '*' && expression[i] == 0) {
+                    return true;
+                }
+                // Where no dot is ahead LastDot is 0, which is no end for a run that is
+                // under way, but is where one would begin at the start of the name.
+                std::size_t const dot = c == '<' ? LastDot(p) : length;
+                if (p >= length || p == dot) {
+                    break;
+                }
+                std::size_t const end = dot == 0 ? length : dot;
+                if (MatchesFromAnyOf(i, p, end)) {
+                    return true;
+                }
+                p = end;  // the longest run needs no call of its own
+                break;
+            }
+            default:
+                if (!Equal(c, At(p))) {
+                    return false;
+                }
+                ++p;
+        }
+    }
+}
+
+}  // namespace
+
+bool IsNameInExpression(wchar_t const* expression, wchar_t const* name, bool ignoreCase) {
+    return Matcher<wchar_t>(expression, name, ignoreCase).MatchesRest(0, 0);
+}
+
+bool IsNameInExpressionA(char const* expression, char const* name, bool ignoreCase) {
+    return Matcher<char>(expression, name, ignoreCase).MatchesRest(0, 0);
+}
