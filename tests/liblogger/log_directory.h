@@ -19,6 +19,17 @@
 #include "common/config/log.h"
 #include "tests/support/files.h"
 
+// Returns the log `name` in the directory that the library is open on; on failure fails
+// the test and returns null.
+inline ILog* GetLog(char const* name, LOGLEVEL level, int kind = 2) {
+    ILog* log = nullptr;
+    EXPECT_EQ(GetLogger(kind, name, level, &log), 0);
+    // Logs live as long as the process; a leak checker is to find them here at its end.
+    static auto& logs = *new std::vector<ILog*>;
+    logs.push_back(log);
+    return log;
+}
+
 class LogDirectory {
   public:
     std::filesystem::path const& Path() const { return directory.Path(); }
@@ -29,17 +40,12 @@ class LogDirectory {
     // Opens the library on this directory, and returns the log "test" in it; on failure
     // fails the test and returns null.
     ILog* OpenLog(LOGLEVEL level = LOGLEVEL_VERBOSE) const {
-        ILog* log = nullptr;
         EXPECT_EQ(InitLogger(Path().c_str()), 0);
-        EXPECT_EQ(GetLogger(2, "test", level, &log), 0);
-        // Logs live as long as the process; a leak checker is to find them here.
-        static std::vector<ILog*> logs;
-        logs.push_back(log);
-        return log;
+        return GetLog("test", level);
     }
 
   private:
-    TempDirectory const directory;
+    TempDirectory const directory{};
 };
 
 struct LogLine {

@@ -146,7 +146,7 @@ class ClosedStreams {
     ClosedStreams& operator=(ClosedStreams const&) = delete;
 
   private:
-    std::array<int, 3> kept = {};
+    int kept[3] = {};
 };
 
 // The bits of those of the descriptors 0 to 2 that are closed.
@@ -179,6 +179,7 @@ TEST_F(LogCalls, StandardStreamsThatWereClosedStayClosedAndAreNotWrittenThrough)
 }
 
 TEST_F(LogCalls, ALineIsLostIfOnlyAStandardStreamsDescriptorIsFree) {
+    __LOG__A(log, LOGLEVEL_ERROR, "first");
     rlimit limit = {};
     ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limit), 0);
     rlimit const three = {3, limit.rlim_max};
@@ -195,8 +196,8 @@ TEST_F(LogCalls, ALineIsLostIfOnlyAStandardStreamsDescriptorIsFree) {
     }
     EXPECT_EQ(closed_after, 1U);
     EXPECT_THAT(calls, SizeIs(0));
-    __LOG__A(log, LOGLEVEL_ERROR, "kept");
-    EXPECT_THAT(ReadMessages(directory.File()), ElementsAre("kept"));
+    __LOG__A(log, LOGLEVEL_ERROR, "third");
+    EXPECT_THAT(ReadMessages(directory.File()), ElementsAre("first", "third"));
 }
 
 TEST_F(LogCalls, NoDescriptorIsLeftBehind) {

@@ -40,8 +40,7 @@ TEST(LogDisk, AFullDiskLosesLinesAndTheNextOneThatFitsStandsAlone) {
     LogDirectory const directory;
     Disk const disk(directory.Path() / "disk", 0, "size=64k");
     ASSERT_EQ(InitLogger(disk.Path().c_str()), 0);
-    ILog* log = nullptr;
-    ASSERT_EQ(GetLogger(2, "test", LOGLEVEL_ERROR, &log), 0);
+    ILog* const log = GetLog("test", LOGLEVEL_ERROR);
     std::filesystem::path const file = disk.Path() / "test.log";
 
     std::filesystem::path const ballast = disk.Path() / "ballast";
@@ -77,8 +76,7 @@ TEST(LogDisk, ADiskThatIsFullFromTheStartLosesTheLinesAlone) {
     ASSERT_EQ(InitLogger(disk.Path().c_str()), 0);
     std::filesystem::path const ballast = disk.Path() / "ballast";
     std::ofstream(ballast) << std::string(65536, 'b');
-    ILog* log = nullptr;
-    ASSERT_EQ(GetLogger(2, "test", LOGLEVEL_ERROR, &log), 0);
+    ILog* const log = GetLog("test", LOGLEVEL_ERROR);
     __LOG__A(log, LOGLEVEL_ERROR, "lost");
     EXPECT_EQ(ReadFile(disk.Path() / "test.log"), "");
     std::filesystem::remove(ballast);
@@ -97,8 +95,7 @@ TEST(LogDisk, LinesAreLostOnADiskThatBecameReadOnlyAndComeAgain) {
     LogDirectory const directory;
     Disk const disk(directory.Path() / "disk", 0, "");
     ASSERT_EQ(InitLogger(disk.Path().c_str()), 0);
-    ILog* log = nullptr;
-    ASSERT_EQ(GetLogger(2, "test", LOGLEVEL_ERROR, &log), 0);
+    ILog* const log = GetLog("test", LOGLEVEL_ERROR);
     ASSERT_EQ(mount(nullptr, disk.Path().c_str(), nullptr, MS_REMOUNT | MS_RDONLY, ""),
               0);
     __LOG__A(log, LOGLEVEL_ERROR, "lost");

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cstddef>
 #include <filesystem>
+#include <initializer_list>
 #include <string>
 
 #include "common/config/log.h"
@@ -61,7 +62,8 @@ TEST(LogMemory, TheCountSeesWhatTheLibraryAllocates) {
 TEST(LogMemory, ALogCallAllocatesNothingHoweverLongTheLine) {
     LogDirectory const directory;
     ILog* const log = directory.OpenLog(LOGLEVEL_ERROR);
-    for (std::size_t length : {1, 100, 4000, 4096, 5000, 1 << 20}) {
+    for (std::size_t const length :
+         std::initializer_list<std::size_t>{1, 100, 4000, 4096, 5000, 1 << 20}) {
         std::string const message(length, 'm');
         EXPECT_EQ(AllocationsOf(log, message), 0) << length;
         std::string const escaped(length, '\n');

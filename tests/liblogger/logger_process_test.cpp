@@ -5,11 +5,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <string>
 #include <system_error>
@@ -47,9 +50,11 @@ class StartingLine {
 
 // Some messages are longer than any buffer and than a page of the file.
 std::string Message(int writer, int number) {
-    std::size_t const length = number % 50 == 0 ? 10000 : number % 50;
+    int const length = number % 50 == 0 ? 10000 : number % 50;
     return "writer " + std::to_string(writer) + " line " + std::to_string(number) + " " +
-           std::string(length, static_cast<char>('a' + writer)) + ".";
+           std::string(static_cast<std::size_t>(length),
+                       static_cast<char>('a' + writer)) +
+           ".";
 }
 
 // Every writer has its level, so that a head in the wrong place shows.
@@ -162,21 +167,20 @@ TEST(LogProcesses, RotationWhileThreadsWriteLosesNothing) {
     Deadline const deadline;
     LogDirectory const directory;
     ILog* const log = directory.OpenLog();
-    // The threads write until the file was moved away often enough.
-    constexpr std::size_t kRotations = 20;
-    std::atomic<bool> writing{true};
-    std::atomic<std::size_t> written{0};
+    std::array<int, 4> written = {};
+    std::atomic<bool> stop{false};
     std::vector<std::thread> threads;
-    for (int writer = 0; writer < 4; ++writer) {
-        threads.emplace_back([&, writer] {
-            for (int number = 0; writing; ++number) {
-                __LOG__A(log, LOGLEVEL_ERROR, "%s", Message(writer, number).c_str());
-                ++written;
+    threads.reserve(written.size());
+    for (int& lines : written) {
+        int const writer = static_cast<int>(threads.size());
+        threads.emplace_back([&stop, &lines, log, writer] {
+            while (!stop) {
+                __LOG__A(log, LOGLEVEL_ERROR, "%s", Message(writer, lines++).c_str());
             }
         });
     }
     std::vector<std::filesystem::path> files;
-    while (files.size() < kRotations) {
+    while (files.size() < 200) {
         std::filesystem::path const rotated =
             directory.File().string() + "." + std::to_string(files.size());
         std::error_code error;
@@ -185,72 +189,99 @@ TEST(LogProcesses, RotationWhileThreadsWriteLosesNothing) {
             files.push_back(rotated);
         }
     }
-    writing = false;
+    stop = true;
     for (std::thread& thread : threads) {
         thread.join();
     }
-    files.push_back(directory.File());  // read now that no thread has an old one open
-    std::size_t count = 0;
+    // Read now that no thread has an old file open.
+    files.push_back(directory.File());
+    std::vector<std::string> found;
     for (std::filesystem::path const& file : files) {
-        for (LogLine const& line : ReadLog(file)) {
-            int writer = -1;
-            int number = -1;
-            ASSERT_EQ(
-                std::sscanf(line.message.c_str(), "writer %d line %d ", &writer, &number),
-                2);
-            ASSERT_EQ(line.message, Message(writer, number));
-            ++count;
+        std::vector<std::string> const messages = ReadMessages(file);
+        found.insert(found.end(), messages.begin(), messages.end());
+    }
+    std::vector<std::string> expected;
+    for (std::size_t writer = 0; writer < written.size(); ++writer) {
+        for (int number = 0; number < written[writer]; ++number) {
+            expected.push_back(Message(static_cast<int>(writer), number));
         }
     }
-    EXPECT_EQ(count, written);
+    std::sort(found.begin(), found.end());
+    std::sort(expected.begin(), expected.end());
+    EXPECT_TRUE(found == expected) << found.size() << " of " << expected.size();
 }
 
-TEST(LogProcesses, AThousandChildrenForkedWhileThreadsLogWriteTheirLineAndEnd) {
-    constexpr int kForks = 1000;
-    Deadline const deadline;
-    LogDirectory const directory;
-    ILog* const log = directory.OpenLog();
-    // The threads' log is a link to nowhere: they do all but fill the disk.
-    std::filesystem::create_symlink("/dev/null", directory.Path() / "threads.log");
-    ILog* threads_log = nullptr;
-    ASSERT_EQ(GetLogger(2, "threads", LOGLEVEL_VERBOSE, &threads_log), 0);
-
+// Forks a thousand children while four threads do `work` without pause. Each child writes
+// a line to `log`, whose file is `file`, and ends.
+void ExpectALineOfEveryChild(std::function<void()> const& work, ILog* log,
+                             std::filesystem::path const& file) {
     std::atomic<bool> stop{false};
     std::vector<std::thread> threads;
     threads.reserve(4);
-    for (int writer = 0; writer < 4; ++writer) {
-        threads.emplace_back([&stop, threads_log] {
-            std::string const long_text(10000, 'x');
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&stop, &work] {
             while (!stop) {
-                __LOG__A(threads_log, LOGLEVEL_ERROR, "short");
-                __LOG__A(threads_log, LOGLEVEL_ERROR, "%s", long_text.c_str());
+                work();
             }
         });
     }
-    std::vector<int> expected;
+    std::map<int, std::string> expected;
     bool all_ended = true;
-    for (int i = 0; i < kForks && all_ended; ++i) {
-        pid_t const child = fork();
-        if (child == 0) {
-            alarm(20);
-            __LOG__A(log, LOGLEVEL_ERROR, "child %d", i);
-            _exit(0);
+    while (expected.size() < 1000 && all_ended) {
+        std::vector<pid_t> children(10);
+        for (pid_t& child : children) {
+            child = fork();
+            if (child == 0) {
+                alarm(60);
+                __LOG__A(log, LOGLEVEL_ERROR, "child %d", getpid());
+                _exit(0);
+            }
+            expected[child] = "child " + std::to_string(child);
         }
-        expected.push_back(child);
-        int status = -1;
-        all_ended = child > 0 && waitpid(child, &status, 0) == child && status == 0;
-        EXPECT_TRUE(all_ended) << "child " << i << ": status " << status;
+        for (pid_t const child : children) {
+            int status = -1;
+            all_ended &= child > 0 && waitpid(child, &status, 0) == child && status == 0;
+            EXPECT_TRUE(all_ended) << expected[child] << ": status " << status;
+        }
     }
     stop = true;
     for (std::thread& thread : threads) {
         thread.join();
     }
-    std::vector<LogLine> const lines = ReadLog(directory.File());
-    ASSERT_EQ(lines.size(), expected.size());
-    for (std::size_t i = 0; i < lines.size(); ++i) {
-        EXPECT_EQ(lines[i].message, "child " + std::to_string(i));
-        EXPECT_EQ(lines[i].process_id, expected[i]);
+    std::vector<LogLine> const lines = ReadLog(file);
+    std::map<int, std::string> found;
+    for (LogLine const& line : lines) {
+        found[line.process_id] = line.message;
     }
+    EXPECT_EQ(found, expected);
+    EXPECT_EQ(lines.size(), expected.size());
+}
+
+TEST(LogProcesses, AThousandChildrenForkedWhileThreadsLogWriteTheirLineAndEnd) {
+    LogDirectory const directory;
+    ILog* const log = directory.OpenLog();
+    // The threads' log is a link to nowhere: they do all but fill the disk.
+    std::filesystem::create_symlink("/dev/null", directory.Path() / "threads.log");
+    ILog* const threads_log = GetLog("threads", LOGLEVEL_VERBOSE);
+    std::string const long_text(10000, 'x');
+    ExpectALineOfEveryChild(
+        [&] {
+            __LOG__A(threads_log, LOGLEVEL_ERROR, "short");
+            __LOG__A(threads_log, LOGLEVEL_ERROR, "%s", long_text.c_str());
+        },
+        log, directory.File());
+}
+
+// A fork leaves the locks held in the child that other threads held in the C library.
+TEST(LogProcesses, AThousandChildrenForkedWhileThreadsAskForTheLocalTimeDoSoToo) {
+    LogDirectory const directory;
+    ExpectALineOfEveryChild(
+        [] {
+            std::time_t const now = 0;
+            std::tm parts = {};
+            localtime_r(&now, &parts);
+        },
+        directory.OpenLog(), directory.File());
 }
 
 TEST(LogProcesses, GetLoggerFailsBeforeInitLogger) {

@@ -16,6 +16,7 @@
 #include <cwchar>
 #include <filesystem>
 #include <fstream>
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <vector>
@@ -93,8 +94,7 @@ TEST(Log, AMessageIsRecordedFromTheLoggersLevelOnAndByAVerboseLoggerAlways) {
 TEST(Log, TwoLoggersKeepTheirOwnLevelsAndFiles) {
     LogDirectory const directory;
     ILog* const test = directory.OpenLog(LOGLEVEL_ERROR);
-    ILog* other = nullptr;
-    ASSERT_EQ(GetLogger(2, "other", LOGLEVEL_DEBUG, &other), 0);
+    ILog* const other = GetLog("other", LOGLEVEL_DEBUG);
     for (ILog* log : {test, other}) {
         __LOG__A(log, LOGLEVEL_MESSAGE, "message");
         __LOG__A(log, LOGLEVEL_ERROR, "error");
@@ -119,9 +119,7 @@ TEST(Log, TheKindOfALoggerChangesNothing) {
     LogDirectory const directory;
     ASSERT_NE(directory.OpenLog(), nullptr);
     for (int kind : {-1, 0, 1, 2, 3}) {
-        ILog* log = nullptr;
-        ASSERT_EQ(GetLogger(kind, "test", LOGLEVEL_ERROR, &log), 0) << kind;
-        __LOG__A(log, LOGLEVEL_ERROR, "%d", kind);
+        __LOG__A(GetLog("test", LOGLEVEL_ERROR, kind), LOGLEVEL_ERROR, "%d", kind);
     }
     EXPECT_THAT(ReadMessages(directory.File()), ElementsAre("-1", "0", "1", "2", "3"));
 }
@@ -215,7 +213,8 @@ TEST(Log, MessagesArriveWholeWhateverTheirLength) {
     for (std::size_t length = 4000; length <= 4100; ++length) {
         messages.emplace_back(length, 'm');
     }
-    for (std::size_t length : {8191, 8192, 65536, 1 << 20}) {
+    for (std::size_t const length :
+         std::initializer_list<std::size_t>{8191, 8192, 65536, 1 << 20}) {
         messages.emplace_back(length, 'l');
     }
     for (std::string const& message : messages) {
@@ -231,7 +230,8 @@ TEST(Log, MessagesArriveWholeWhateverTheirLength) {
 TEST(Log, AMessageOfControlBytesAloneArrivesWholeAtEveryLength) {
     LogDirectory const directory;
     ILog* const log = directory.OpenLog();
-    for (std::size_t length : {1000, 1005, 1010, 1015, 1020, 1024, 4095, 4096, 100000}) {
+    for (std::size_t const length : std::initializer_list<std::size_t>{
+             1000, 1005, 1010, 1015, 1020, 1024, 4095, 4096, 100000}) {
         __LOG__A(log, LOGLEVEL_ERROR, "%s", std::string(length, '\n').c_str());
         std::string const message = ReadMessages(directory.File()).back();
         ASSERT_EQ(message.size(), 4 * length);
@@ -299,8 +299,7 @@ TEST(Log, LinesAreLostWhileThereIsNoDirectoryAndNothingElseIs) {
     LogDirectory const directory;
     std::string const path = directory.Path() / "log";
     ASSERT_EQ(InitLogger(path.c_str()), 0);
-    ILog* log = nullptr;
-    ASSERT_EQ(GetLogger(2, "test", LOGLEVEL_ERROR, &log), 0);
+    ILog* const log = GetLog("test", LOGLEVEL_ERROR);
     std::filesystem::remove(path);
     __LOG__A(log, LOGLEVEL_ERROR, "lost");
     std::filesystem::create_directory(path);
@@ -312,8 +311,7 @@ TEST(Log, ErrnoIsKeptWhateverBecomesOfTheLine) {
     LogDirectory const directory;
     std::string const path = directory.Path() / "log";
     ASSERT_EQ(InitLogger(path.c_str()), 0);
-    ILog* log = nullptr;
-    ASSERT_EQ(GetLogger(2, "test", LOGLEVEL_ERROR, &log), 0);
+    ILog* const log = GetLog("test", LOGLEVEL_ERROR);
     auto const expect_kept = [log](LOGLEVEL level, std::string const& message) {
         for (int value : {0, ENOSPC, 12345}) {
             errno = value;
@@ -336,8 +334,7 @@ TEST(InitLogger, MakesTheDirectoryWithItsParents) {
     std::string const path = directory.Path() / "a" / "b b" / "\xC3\xA9";
     EXPECT_EQ(InitLogger(path.c_str()), 0);
     EXPECT_TRUE(std::filesystem::is_directory(path));
-    ILog* log = nullptr;
-    ASSERT_EQ(GetLogger(2, "test", LOGLEVEL_ERROR, &log), 0);
+    ILog* const log = GetLog("test", LOGLEVEL_ERROR);
     __LOG__A(log, LOGLEVEL_ERROR, "a line");
     EXPECT_THAT(ReadMessages(path + "/test.log"), ElementsAre("a line"));
 }
@@ -350,8 +347,7 @@ TEST(InitLogger, TakesADirectoryThatIsThereALinkToOneAndASlashAtTheEnd) {
     EXPECT_EQ(InitLogger((path + "/link").c_str()), 0);
     EXPECT_EQ(InitLogger((path + "/").c_str()), 0);
     EXPECT_EQ(InitLogger((path + "/new/").c_str()), 0);
-    ILog* log = nullptr;
-    ASSERT_EQ(GetLogger(2, "test", LOGLEVEL_ERROR, &log), 0);
+    ILog* const log = GetLog("test", LOGLEVEL_ERROR);
     __LOG__A(log, LOGLEVEL_ERROR, "a line");
     EXPECT_THAT(ReadMessages(path + "/new/test.log"), ElementsAre("a line"));
 }
@@ -378,8 +374,7 @@ TEST(InitLogger, AFailureLeavesTheEarlierDirectoryInUse) {
     ASSERT_NE(directory.OpenLog(), nullptr);
     EXPECT_NE(InitLogger(""), 0);
     EXPECT_NE(InitLogger("/proc/nothing/of/the/kind"), 0);
-    ILog* log = nullptr;
-    ASSERT_EQ(GetLogger(2, "test", LOGLEVEL_ERROR, &log), 0);
+    ILog* const log = GetLog("test", LOGLEVEL_ERROR);
     __LOG__A(log, LOGLEVEL_ERROR, "a line");
     EXPECT_THAT(ReadMessages(directory.File()), ElementsAre("a line"));
 }

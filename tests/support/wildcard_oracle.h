@@ -38,7 +38,7 @@ class WildcardOracle {
         }
     }
 
-    [[nodiscard]] bool Matches(Text const& expression) const {
+    bool Matches(Text const& expression) const {
         Positions reached = Start();
         bool const star_at_end = !expression.empty() && expression.back() == '*';
         for (std::size_t i = 0; i < expression.size() - (star_at_end ? 1 : 0); ++i) {
@@ -48,11 +48,11 @@ class WildcardOracle {
     }
 
     // Where every match begins.
-    [[nodiscard]] Positions Start() const { return At(0); }
+    Positions Start() const { return At(0); }
 
     // What is reached from `reached` by the next character of the expression, which is
     // not a star at its end.
-    [[nodiscard]] Positions After(Positions reached, Char c) const {
+    Positions After(Positions reached, Char c) const {
         Positions next = 0;
         for (std::size_t p = 0; p <= name.size(); ++p) {
             if ((reached & At(p)) != 0) {
@@ -65,20 +65,20 @@ class WildcardOracle {
 
     // Says whether the name matches an expression that has led to `reached`, with nothing
     // but a star to come or with nothing to come.
-    [[nodiscard]] bool IsMatch(Positions reached, bool star_to_come) const {
+    bool IsMatch(Positions reached, bool star_to_come) const {
         return star_to_come ? reached != 0 : (reached & At(name.size())) != 0;
     }
 
   private:
     static Positions At(std::size_t p) { return Positions(1) << p; }
-    [[nodiscard]] Positions Behind() const { return At(name.size() + 1); }
+    Positions Behind() const { return At(name.size() + 1); }
     static Positions FromTo(std::size_t first, std::size_t last) {
         Positions const up_to_last = (At(last) - 1) | At(last);
         return up_to_last & ~(At(first) - 1);
     }
 
     // What one character of the expression makes of the position `p`.
-    [[nodiscard]] Positions AfterOne(std::size_t p, Char c) const {
+    Positions AfterOne(std::size_t p, Char c) const {
         bool const at_dot = p < name.size() && name[p] == '.';
         bool const dot_ahead = lastDot != Text::npos && lastDot >= p;
         switch (c) {
@@ -100,7 +100,7 @@ class WildcardOracle {
         }
     }
 
-    [[nodiscard]] bool Same(Char a, Char b) const {
+    bool Same(Char a, Char b) const {
         static char const lower[] = "abcdefghijklmnopqrstuvwxyz";
         static char const upper[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZ";
         for (std::size_t i = 0; ignoreCase && i < 26; ++i) {
