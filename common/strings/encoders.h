@@ -4,8 +4,8 @@
 //   base64(data, 4)           -> "YWJjZD==" (see below)
 //   URLEncode("a b/c", false) -> "a%20b/c"
 //   URLEncode("a b/c", true)  -> "a%20b%2Fc"
-//   NewUUID()                 -> "4a8f0c1e-58d3-4f0b-9d0e-6f3f5d0f7c11", another each
-//   time octalToDecimal(777)       -> 511
+//   NewUUID()                 -> "4a8f0c1e-58d3-4f0b-9d0e-6f3f5d0f7c11", say
+//   octalToDecimal(777)       -> 511
 
 #ifndef COMMON_STRINGS_ENCODERS_H
 #define COMMON_STRINGS_ENCODERS_H

@@ -64,7 +64,7 @@ class LogCalls : public testing::Test {
         g_time.reset();
     }
 
-    LogDirectory const directory;
+    LogDirectory const directory{};
     ILog* const log = directory.OpenLog();
 };
 
