@@ -93,8 +93,9 @@ TEST_F(LauncherSupervision, TheLauncherKeepsNoDescriptorOpen) {
 }
 
 TEST_F(LauncherSupervision, ArgumentsArriveByteForByte) {
-    std::string const item = R"({"name": "a", "program": ")" + std::string(PROBE) +
-                             R"(", "argc": 6, "args": {"0": "", "1": "two words",
+    std::string const item =
+        R"({"name": "a", "program": ")" + std::string(PROBE) +
+        R"(", "more": [1], "argc": 6, "args": {"0": "", "1": "two words",
                              "2": "'\"$HOME\\*", "3": "\u00e9\ud83d\ude00",
                              "4": "line\nfeed\t", "5": "cut\u0000off", "6": "ignored"}})";
     Start(List({item}));

@@ -1,4 +1,4 @@
-// What the library asks of the system: its calls of write and of clock_gettime come to
+// What the library asks of the system: its calls of open, write and clock_gettime come to
 // the definitions in this program, which the dynamic linker prefers to the C library's.
 
 #include <fcntl.h>
@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdarg>
 #include <ctime>
 #include <filesystem>
 #include <functional>
@@ -30,9 +31,10 @@ using testing::SizeIs;
 
 using WriteFunction = std::function<ssize_t(int, void const*, std::size_t)>;
 
-// What takes the place of the two calls, null for the system's own. Set by the test
-// that is running, on its one thread.
+// What takes the place of the calls, null for the system's own. Set by the test that is
+// running, on its one thread.
 WriteFunction g_write;
+int g_interrupted_opens = 0;  // so many fail before one is made
 std::optional<timespec> g_time;
 
 ssize_t SystemWrite(int descriptor, void const* bytes, std::size_t size) {
@@ -45,6 +47,19 @@ extern "C" ssize_t write(int descriptor, void const* bytes, std::size_t size) {
     WriteFunction const replacement = g_write;  // which may set g_write
     return replacement ? replacement(descriptor, bytes, size)
                        : SystemWrite(descriptor, bytes, size);
+}
+
+extern "C" int open(char const* path, int flags, ...) {
+    if (g_interrupted_opens > 0) {
+        --g_interrupted_opens;
+        errno = EINTR;
+        return -1;
+    }
+    va_list arguments;
+    va_start(arguments, flags);
+    mode_t const mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    return static_cast<int>(syscall(SYS_openat, AT_FDCWD, path, flags, mode));
 }
 
 extern "C" int clock_gettime(clockid_t clock, timespec* time) noexcept {
@@ -228,7 +243,7 @@ TEST_F(LogCalls, AFailedWriteLosesItsLineAloneAndKeepsErrno) {
     EXPECT_THAT(ReadMessages(directory.File()), ElementsAre("first", "third"));
 }
 
-TEST_F(LogCalls, AWriteIsNotRepeatedWhateverComesOfIt) {
+TEST_F(LogCalls, AWriteThatFailsOrIsCutShortIsNotRepeated) {
     for (ssize_t result : {-1, 0, 10}) {
         int calls = 0;
         g_write = [&calls, result](int, void const*, std::size_t) {
@@ -239,6 +254,23 @@ TEST_F(LogCalls, AWriteIsNotRepeatedWhateverComesOfIt) {
         __LOG__A(log, LOGLEVEL_ERROR, "a line");
         EXPECT_EQ(calls, 1) << result;
     }
+}
+
+TEST_F(LogCalls, AnOpenOrAWriteThatASignalInterruptsIsMadeAnew) {
+    g_interrupted_opens = 2;
+    int interrupted_writes = 2;
+    g_write = [&interrupted_writes](int descriptor, void const* bytes, std::size_t size) {
+        if (interrupted_writes > 0) {
+            --interrupted_writes;
+            errno = EINTR;
+            return ssize_t{-1};
+        }
+        return SystemWrite(descriptor, bytes, size);
+    };
+    __LOG__A(log, LOGLEVEL_ERROR, "a line");
+    EXPECT_EQ(g_interrupted_opens, 0);
+    EXPECT_EQ(interrupted_writes, 0);
+    EXPECT_THAT(ReadMessages(directory.File()), ElementsAre("a line"));
 }
 
 // The lines of the file without their time, level and process id.
