@@ -1,5 +1,7 @@
 #include "tests/support/files.h"
 
+#include <unistd.h>
+
 #include <cstdlib>
 #include <fstream>
 #include <iterator>

@@ -1,14 +1,11 @@
 #include "tests/support/launcher_fixture.h"
 
-#include <linux/futex.h>
-#include <sys/syscall.h>
-
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
-#include <sstream>
 #include <utility>
 
+#include "tests/support/system.h"
 #include "tests/support/wait_for.h"
 
 namespace {
@@ -115,20 +112,7 @@ void LauncherTest::StartWith(std::vector<std::string> arguments,
 }
 
 bool LauncherTest::WaitUntilMainWaits() const {
-    std::string const file = "/proc/" + std::to_string(launcher->Pid()) + "/task/" +
-                             std::to_string(launcher->Pid()) + "/syscall";
-    // The kernel says by its number and arguments what the thread waits in. Unlike the
-    // wait for a thread's end, that for a condition is private to the process.
-    constexpr unsigned long kConditionWait = FUTEX_WAIT_BITSET | FUTEX_PRIVATE_FLAG;
-    return WaitFor([&file] {
-        std::istringstream call(ReadFile(file));
-        long number = 0;
-        std::string address;
-        unsigned long operation = 0;
-        call >> number >> address >> std::hex >> operation;
-        return number == SYS_futex &&
-               (operation & ~FUTEX_CLOCK_REALTIME) == kConditionWait;
-    });
+    return WaitFor([this] { return MainThreadWaitsOnCondition(launcher->Pid()); });
 }
 
 std::string LauncherTest::Stop() {

@@ -2,12 +2,12 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <system_error>
 
 #include "tests/support/files.h"
+#include "tests/support/system.h"
 #include "tests/support/wait_for.h"
 
 LogGate::LogGate(std::filesystem::path const& log_file) : path(log_file) {
@@ -24,17 +24,7 @@ LogGate::~LogGate() {
 }
 
 bool LogGate::WaitUntilHeldUp(pid_t process, int count) const {
-    std::string const opening = std::to_string(SYS_openat) + " ";
-    return WaitFor([&] {
-        int held_up = 0;
-        std::error_code error;
-        std::filesystem::path const tasks = "/proc/" + std::to_string(process) + "/task";
-        for (auto const& task : std::filesystem::directory_iterator(tasks, error)) {
-            std::string const call = ReadFile(task.path() / "syscall");
-            held_up += call.compare(0, opening.size(), opening) == 0 ? 1 : 0;
-        }
-        return held_up == count;
-    });
+    return WaitFor([=] { return CountOpeningThreads(process) == count; });
 }
 
 // Opened for writing too, so that it neither waits for a writer nor ever ends.

@@ -1,12 +1,11 @@
 #include "tests/support/passwd_record.h"
 
-#include <sys/mount.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdlib>
 #include <stdexcept>
-#include <system_error>
+
+#include "tests/support/system.h"
 
 namespace {
 
@@ -21,13 +20,11 @@ PasswdRecord::Mount::Mount(std::string const& file, char const* where) : place(w
     if (std::getenv("CONTAINED_FROM") == nullptr) {
         throw std::logic_error("a passwd record is mounted inside the containment only");
     }
-    if (mount(file.c_str(), place, nullptr, MS_BIND, nullptr) != 0) {
-        throw std::system_error(errno, std::generic_category(), place);
-    }
+    MountFile(file, place);
 }
 
 PasswdRecord::Mount::~Mount() {
-    umount2(place, MNT_DETACH);
+    UnmountFile(place);
 }
 
 PasswdRecord::PasswdRecord(std::string const& home, std::string const& user)

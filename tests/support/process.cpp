@@ -13,6 +13,7 @@
 #include <stdexcept>
 
 #include "tests/support/files.h"
+#include "tests/support/system.h"
 #include "tests/support/wait_for.h"
 
 namespace {
@@ -24,7 +25,7 @@ pid_t ForkIntoSession() {
     }
     if (pid == 0) {
         setsid();
-        close_range(STDERR_FILENO + 1, ~0U, 0);
+        CloseDescriptorsFrom(STDERR_FILENO + 1);
     }
     return pid;
 }

@@ -17,7 +17,8 @@ std::vector<std::pair<pid_t, int>> TakeRecordedKills() {
     return std::exchange(recorded, {});
 }
 
-extern "C" int kill(pid_t pid, int signal_number) noexcept {
+// The system's header decides whether it is noexcept.
+extern "C" int kill(pid_t pid, int signal_number) noexcept(noexcept(kill(pid, 0))) {
     if (pid > 0) {
         auto const real = reinterpret_cast<int (*)(pid_t, int)>(dlsym(RTLD_NEXT, "kill"));
         return real(pid, signal_number);

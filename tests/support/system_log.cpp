@@ -1,5 +1,6 @@
 #include "tests/support/system_log.h"
 
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -14,8 +15,8 @@ char const kAddress[] = "/dev/log";
 
 }  // namespace
 
-SystemLog::SystemLog()
-    : socket_descriptor(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)) {
+SystemLog::SystemLog() : socket_descriptor(socket(AF_UNIX, SOCK_DGRAM, 0)) {
+    fcntl(socket_descriptor, F_SETFD, FD_CLOEXEC);
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
     std::memcpy(address.sun_path, kAddress, sizeof kAddress);
@@ -35,7 +36,7 @@ std::vector<std::string> SystemLog::Received() const {
     std::vector<std::string> datagrams;
     char buffer[8192];
     for (;;) {
-        ssize_t const size = recv(socket_descriptor, buffer, sizeof buffer, 0);
+        ssize_t const size = recv(socket_descriptor, buffer, sizeof buffer, MSG_DONTWAIT);
         if (size < 0) {
             return datagrams;
         }

@@ -1,0 +1,26 @@
+#include "tests/support/system.h"
+
+#include <unistd.h>
+
+#include <stdexcept>
+
+void CloseDescriptorsFrom(int first) {
+    int const end = getdtablesize();
+    for (int descriptor = first; descriptor < end; ++descriptor) {
+        close(descriptor);
+    }
+}
+
+void MountFile(std::string const& /*file*/, char const* /*place*/) {
+    throw std::logic_error("files are mounted on Linux only");
+}
+
+void UnmountFile(char const* /*place*/) noexcept {}
+
+int CountOpeningThreads(pid_t /*process*/) {
+    throw std::logic_error("threads are looked at on Linux only");
+}
+
+bool MainThreadWaitsOnCondition(pid_t /*process*/) {
+    throw std::logic_error("threads are looked at on Linux only");
+}
