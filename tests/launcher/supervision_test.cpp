@@ -2,11 +2,11 @@
 
 #include <sys/resource.h>
 
-#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 
 #include "tests/support/launcher_fixture.h"
+#include "tests/support/limited_launcher.h"
 #include "tests/support/log_gate.h"
 #include "tests/support/wait_for.h"
 
@@ -161,65 +161,14 @@ TEST_F(LauncherSupervision, AProgramThatIsNoTextEndsTheLauncherAbnormally) {
     EXPECT_EQ(CountInLog("Start to fork"), 0U);
 }
 
-// The chains below grow under the process limit of a user who is not root, from a bundle
-// and with a home that this user can reach.
-class LauncherChain : public LauncherTest {
-  protected:
-    void SetUp() override {
-        if (!HasLimitedUser()) {
-            GTEST_SKIP() << "this namespace has no second user";
-        }
-        std::filesystem::copy(std::filesystem::path(BUNDLE).parent_path(),
-                              directory.Path() / "Tamlin.app",
-                              std::filesystem::copy_options::recursive);
-        probe_copy = directory.Path() / "probe";
-        std::filesystem::copy(PROBE, probe_copy);
-        launcher_program = directory.Path() / "Tamlin.app/Contents/MacOS/launcher";
-        std::filesystem::create_directories(home / "Library/Logs/Tamlin/voplog");
-        std::filesystem::permissions(home / "Library/Logs/Tamlin/voplog",
-                                     std::filesystem::perms(0777));
-        // The user has no record.
-        setenv("HOME", home.c_str(), 1);
-    }
-
-    void StartLimited(std::string list, unsigned long limit) {
-        // The leak check needs a process more than the limit allows.
-        char const* const options = std::getenv("ASAN_OPTIONS");
-        setenv(
-            "ASAN_OPTIONS",
-            (std::string(options != nullptr ? options : "") + ":detect_leaks=0").c_str(),
-            1);
-        for (std::size_t at = 0; (at = list.find(PROBE, at)) != std::string::npos;) {
-            list.replace(at, std::string(PROBE).size(), probe_copy);
-        }
-        Start(list, [limit] { BecomeLimitedUser(limit + SANITIZER_THREADS); });
-    }
-
-    // Processes of the limited user, the launcher apart, that have not ended.
-    std::vector<pid_t> LinksAndPrograms() const {
-        std::vector<pid_t> processes = AllProcesses();
-        processes.erase(std::remove_if(processes.begin(), processes.end(),
-                                       [this](pid_t pid) {
-                                           struct stat info = {};
-                                           std::string const path =
-                                               "/proc/" + std::to_string(pid);
-                                           return stat(path.c_str(), &info) != 0 ||
-                                                  info.st_uid != LimitedUser() ||
-                                                  IsGone(pid) || pid == launcher->Pid();
-                                       }),
-                        processes.end());
-        return processes;
-    }
-
-    std::filesystem::path probe_copy;
-};
+// The chains below grow under the process limit of a user who is not root.
+using LauncherChain = LimitedLauncherTest;
 
 TEST_F(LauncherChain, AProgramThatCannotBeExecutedMakesAChainOfWaitingProcesses) {
     StartLimited(List({R"({"name": "none", "program": "/nonexistent"})"}), 40);
     ASSERT_TRUE(WaitFor([this] { return LinksAndPrograms().size() >= 5; }));
     // Each link is the child of the one before, and the first is the launcher's.
-    std::vector<pid_t> links = LinksAndPrograms();
-    std::sort(links.begin(), links.end());
+    std::vector<pid_t> const links = LinksAndPrograms();
     pid_t parent = launcher->Pid();
     for (std::size_t i = 0; i < 5; ++i) {
         EXPECT_EQ(ParentOf(links[i]), parent);
@@ -235,8 +184,7 @@ TEST_F(LauncherChain, AProgramThatCannotBeExecutedMakesAChainOfWaitingProcesses)
 TEST_F(LauncherChain, AStopKillsOnlyTheFirstLink) {
     StartLimited(List({R"({"name": "none", "program": "/nonexistent"})"}), 40);
     ASSERT_TRUE(WaitFor([this] { return LinksAndPrograms().size() >= 4; }));
-    std::vector<pid_t> links = LinksAndPrograms();
-    std::sort(links.begin(), links.end());
+    std::vector<pid_t> const links = LinksAndPrograms();
     EXPECT_EQ(Stop(), "exit 1");
     EXPECT_TRUE(IsGone(links[0]));
     EXPECT_FALSE(IsGone(links[1]));

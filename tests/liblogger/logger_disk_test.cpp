@@ -8,31 +8,13 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "common/config/log.h"
 #include "tests/liblogger/log_directory.h"
+#include "tests/support/disk.h"
 
 namespace {
-
-// A small disk of its own, on the directory `path`.
-class Disk {
-  public:
-    Disk(std::filesystem::path mount_point, unsigned long flags, char const* options)
-        : path(std::move(mount_point)) {
-        std::filesystem::create_directory(path);
-        EXPECT_EQ(mount("none", path.c_str(), "tmpfs", flags, options), 0) << errno;
-    }
-    ~Disk() { EXPECT_EQ(umount(path.c_str()), 0); }
-    Disk(Disk const&) = delete;
-    Disk& operator=(Disk const&) = delete;
-
-    std::filesystem::path const& Path() const { return path; }
-
-  private:
-    std::filesystem::path const path;
-};
 
 std::string const kPadding(150, 'p');
 
@@ -96,10 +78,9 @@ TEST(LogDisk, LinesAreLostOnADiskThatBecameReadOnlyAndComeAgain) {
     Disk const disk(directory.Path() / "disk", 0, "");
     ASSERT_EQ(InitLogger(disk.Path().c_str()), 0);
     ILog* const log = GetLog("test", LOGLEVEL_ERROR);
-    ASSERT_EQ(mount(nullptr, disk.Path().c_str(), nullptr, MS_REMOUNT | MS_RDONLY, ""),
-              0);
+    ASSERT_TRUE(disk.SetReadOnly(true));
     __LOG__A(log, LOGLEVEL_ERROR, "lost");
-    ASSERT_EQ(mount(nullptr, disk.Path().c_str(), nullptr, MS_REMOUNT, ""), 0);
+    ASSERT_TRUE(disk.SetReadOnly(false));
     __LOG__A(log, LOGLEVEL_ERROR, "kept");
     EXPECT_THAT(ReadMessages(disk.Path() / "test.log"), testing::ElementsAre("kept"));
 }

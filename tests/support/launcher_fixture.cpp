@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <utility>
 
-#include "tests/support/system.h"
 #include "tests/support/wait_for.h"
 
 namespace {
@@ -112,7 +111,9 @@ void LauncherTest::StartWith(std::vector<std::string> arguments,
 }
 
 bool LauncherTest::WaitUntilMainWaits() const {
-    return WaitFor([this] { return MainThreadWaitsOnCondition(launcher->Pid()); });
+    return WaitFor([this] {
+        return WaitsForCondition(SystemCallOf(launcher->Pid(), launcher->Pid()));
+    });
 }
 
 std::string LauncherTest::Stop() {

@@ -1,8 +1,10 @@
 #include "tests/support/process.h"
 
 #include <fcntl.h>
+#include <linux/futex.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -37,6 +39,11 @@ std::istringstream StatOf(pid_t pid) {
     std::size_t const name_end = stat.rfind(')');
     return std::istringstream(name_end == std::string::npos ? ""
                                                             : stat.substr(name_end + 1));
+}
+
+bool IsFutexWait(SystemCall const& call, unsigned long flags) {
+    return call.number == SYS_futex &&
+           (call.arguments[1] & ~FUTEX_CLOCK_REALTIME) == (FUTEX_WAIT_BITSET | flags);
 }
 
 }  // namespace
@@ -120,6 +127,31 @@ pid_t ParentOf(pid_t pid) {
     pid_t parent = 0;
     StatOf(pid) >> state >> parent;
     return parent;
+}
+
+SystemCall SystemCallOf(pid_t process, pid_t thread) {
+    std::istringstream text(ReadFile("/proc/" + std::to_string(process) + "/task/" +
+                                     std::to_string(thread) + "/syscall"));
+    SystemCall call;
+    if (text >> call.number) {
+        text >> std::hex;
+        for (unsigned long& argument : call.arguments) {
+            text >> argument;
+        }
+    } else {
+        call.number = -1;
+    }
+    return call;
+}
+
+bool WaitsForCondition(SystemCall const& call) {
+    return IsFutexWait(call, FUTEX_PRIVATE_FLAG);
+}
+
+// Unlike the wait for a condition, that for a thread's end is not private to the process:
+// the kernel notifies it.
+bool WaitsForThread(SystemCall const& call) {
+    return IsFutexWait(call, 0);
 }
 
 uid_t LimitedUser() {

@@ -24,7 +24,4 @@ void UnmountFile(char const* place) noexcept;
 // Returns how many threads of the process are in the middle of opening a file.
 int CountOpeningThreads(pid_t process);
 
-// Says whether the first thread of the process waits on a condition variable.
-bool MainThreadWaitsOnCondition(pid_t process);
-
 #endif

@@ -1,13 +1,11 @@
 #include "tests/support/system.h"
 
-#include <linux/futex.h>
 #include <sys/mount.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <filesystem>
-#include <sstream>
 #include <system_error>
 
 #include "tests/support/files.h"
@@ -36,17 +34,4 @@ int CountOpeningThreads(pid_t process) {
         count += call.compare(0, opening.size(), opening) == 0 ? 1 : 0;
     }
     return count;
-}
-
-// The kernel says by its number and arguments what a thread waits in. Unlike the wait for
-// a thread's end, that for a condition is private to the process.
-bool MainThreadWaitsOnCondition(pid_t process) {
-    constexpr unsigned long kConditionWait = FUTEX_WAIT_BITSET | FUTEX_PRIVATE_FLAG;
-    std::string const id = std::to_string(process);
-    std::istringstream call(ReadFile("/proc/" + id + "/task/" + id + "/syscall"));
-    long number = 0;
-    std::string address;
-    unsigned long operation = 0;
-    call >> number >> address >> std::hex >> operation;
-    return number == SYS_futex && (operation & ~FUTEX_CLOCK_REALTIME) == kConditionWait;
 }

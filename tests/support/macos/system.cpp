@@ -20,7 +20,3 @@ void UnmountFile(char const* /*place*/) noexcept {}
 int CountOpeningThreads(pid_t /*process*/) {
     throw std::logic_error("threads are looked at on Linux only");
 }
-
-bool MainThreadWaitsOnCondition(pid_t /*process*/) {
-    throw std::logic_error("threads are looked at on Linux only");
-}
