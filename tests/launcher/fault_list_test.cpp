@@ -1,0 +1,162 @@
+// Launch lists that are not what they should be.
+
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <csignal>
+
+#include "tests/support/launcher_fixture.h"
+#include "tests/support/limited_launcher.h"
+#include "tests/support/wait_for.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+class FaultList : public LauncherTest {
+  protected:
+    // Waits until the launcher's main thread waits in this system call.
+    bool WaitUntilItIsIn(long system_call) const {
+        return WaitFor([&] {
+            return SystemCallOf(launcher->Pid(), launcher->Pid()).number == system_call;
+        });
+    }
+
+    // Expects that the launcher does not take the list that it was started with.
+    void ExpectThatItSaysItsLineAndEndsWithZero() {
+        EXPECT_EQ(launcher->WaitForEnd(), "exit 0");
+        EXPECT_THAT(Messages("ERROR"),
+                    ElementsAre("[LAUNCHER  ] Error while parsing saved json string."));
+        EXPECT_THAT(Reports(), IsEmpty());
+        EXPECT_THAT(system_log.Received(), IsEmpty());
+    }
+};
+
+using FaultUnreadableList = LimitedLauncherTest;
+
+TEST_F(FaultUnreadableList, EndsItWithZeroInSilence) {
+    WriteFile(list_file, "");
+    std::filesystem::permissions(list_file, std::filesystem::perms(0600));
+    StartLimited(List({Item("a")}), 20);
+    EXPECT_EQ(launcher->WaitForEnd(), "exit 0");
+    EXPECT_THAT(Reports(), IsEmpty());
+    EXPECT_THAT(Log(), IsEmpty());
+    EXPECT_THAT(system_log.Received(), IsEmpty());
+}
+
+TEST_F(FaultList, AFifoIsWaitedForAndReadUntilItsWriterCloses) {
+    ASSERT_EQ(mkfifo(list_file.c_str(), 0666), 0);
+    StartWith({"test", list_file});
+    ASSERT_TRUE(WaitUntilItIsIn(SYS_openat));
+    // There is nothing to stop yet, and the opening goes on.
+    launcher->Signal(SIGTERM);
+    ASSERT_TRUE(WaitUntilItIsIn(SYS_openat));
+    int const writer = open(list_file.c_str(), O_WRONLY | O_CLOEXEC);
+    ASSERT_TRUE(WaitUntilItIsIn(SYS_read));
+    std::string const list = List({Item("a")});
+    ASSERT_EQ(write(writer, list.data(), list.size()), static_cast<ssize_t>(list.size()));
+    // It has taken the whole list and reads on.
+    ASSERT_TRUE(WaitFor([writer] {
+        int unread = 1;
+        return ioctl(writer, FIONREAD, &unread) == 0 && unread == 0;
+    }));
+    ASSERT_TRUE(WaitUntilItIsIn(SYS_read));
+    EXPECT_THAT(Reports(), IsEmpty());
+    EXPECT_FALSE(std::filesystem::exists(home / "Library/Logs"));
+    close(writer);
+    WaitForReports(1);
+    EXPECT_EQ(Stop(), "exit 1");
+    EXPECT_THAT(Reports(), SizeIs(1));
+}
+
+TEST_F(FaultList, AFifoWhoseWriterWritesNothingEndsItWithZeroInSilence) {
+    ASSERT_EQ(mkfifo(list_file.c_str(), 0666), 0);
+    StartWith({"test", list_file});
+    close(open(list_file.c_str(), O_WRONLY | O_CLOEXEC));
+    EXPECT_EQ(launcher->WaitForEnd(), "exit 0");
+    EXPECT_FALSE(std::filesystem::exists(home / "Library/Logs"));
+    EXPECT_THAT(system_log.Received(), IsEmpty());
+}
+
+std::string HundredMegabytes() {
+    std::string text;
+    text.resize(100'000'000, 'b');
+    return text;
+}
+
+TEST_F(FaultList, AHundredMegabytesAreRead) {
+    Start(R"({"ballast": ")" + HundredMegabytes() + R"(", "0": )" + Item("a") + "}");
+    WaitForReports(1);
+    EXPECT_EQ(Stop(), "exit 1");
+}
+
+TEST_F(FaultList, AHundredMegabytesThatAreNoJsonEndItWithZero) {
+    Start(HundredMegabytes());
+    ExpectThatItSaysItsLineAndEndsWithZero();
+}
+
+// Returns a list whose item holds so many arrays, each in the one before, that with the
+// list and the item there are `levels`.
+std::string NestedList(std::string item, std::size_t levels) {
+    item.insert(1, R"("deep": )" + std::string(levels - 2, '[') +
+                       std::string(levels - 2, ']') + ", ");
+    return R"({"0": )" + item + "}";
+}
+
+TEST_F(FaultList, AThousandLevelsAreRead) {
+    Start(NestedList(Item("a"), 1000));
+    WaitForReports(1);
+    EXPECT_EQ(Stop(), "exit 1");
+}
+
+TEST_F(FaultList, AThousandAndOneLevelsEndItWithZero) {
+    Start(NestedList(Item("a"), 1001));
+    ExpectThatItSaysItsLineAndEndsWithZero();
+}
+
+TEST_F(FaultList, BytesThatAreNoUtf8ArePassedOnAsTheyAre) {
+    std::string const name = "caf\xE9 \xFF\xC0\x80";
+    Start(List({Item(name, {"--hold", "\xE9", "\xED\xA0\x80", "\xF5"})}));
+    Report const report = WaitForReports(1)[0];
+    EXPECT_THAT(report.arguments,
+                ElementsAre(PROBE, "--hold", "\xE9", "\xED\xA0\x80", "\xF5"));
+    EXPECT_EQ(Stop(), "exit 1");
+    std::string const id = std::to_string(report.pid);
+    EXPECT_THAT(Messages("DEBUG"), ElementsAre("[LAUNCHER  ] Start to fork " + name));
+    EXPECT_THAT(Messages("ERROR"),
+                ElementsAre("[LAUNCHER  ] " + name + " " + id +
+                            " is killed. ret = " + id + ", status = 9"));
+}
+
+TEST_F(FaultList, ByteOrderMarksOfUtf16EndItWithZero) {
+    Start("\xFF\xFE" + List({Item("a")}));
+    ExpectThatItSaysItsLineAndEndsWithZero();
+}
+
+TEST_F(FaultList, Utf16EndsItWithZero) {
+    std::string wide;
+    for (char const byte : List({Item("a")})) {
+        wide += byte;
+        wide += '\0';
+    }
+    Start(wide);
+    ExpectThatItSaysItsLineAndEndsWithZero();
+}
+
+TEST_F(FaultList, OfTwoMembersWithTheSameKeyTheLaterOneCounts) {
+    std::string item = Item("later name", {"--hold", "later"});
+    item.insert(1, R"("name": "earlier name", "program": "/nonexistent", "argc": 7, )");
+    Start(R"({"0": )" + Item("b", {"--hold", "earlier"}) + R"(, "0": )" + item + "}");
+    pid_t const program = WaitForReports(1, "later")[0].pid;
+    EXPECT_EQ(Stop(), "exit 1");
+    EXPECT_TRUE(IsGone(program));
+    EXPECT_THAT(Reports(), SizeIs(1));
+    EXPECT_THAT(Messages("DEBUG"), ElementsAre("[LAUNCHER  ] Start to fork later name"));
+}
+
+}  // namespace

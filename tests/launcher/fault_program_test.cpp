@@ -1,0 +1,203 @@
+// Programs that vanish, change, do not obey, or go their own ways; and signals that reach
+// more than the launcher, or leave it no time.
+
+#include <csignal>
+
+#include "tests/support/launcher_fixture.h"
+#include "tests/support/limited_launcher.h"
+#include "tests/support/log_gate.h"
+#include "tests/support/wait_for.h"
+
+namespace {
+
+using testing::AnyOf;
+using testing::Each;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::Ge;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+std::string Killed(std::string const& name, pid_t pid, int status) {
+    return "[LAUNCHER  ] " + name + " " + std::to_string(pid) +
+           " is killed. ret = " + std::to_string(pid) +
+           ", status = " + std::to_string(status);
+}
+
+using FaultDeletedProgram = LimitedLauncherTest;
+
+TEST_F(FaultDeletedProgram, MakesAChainFromItsEndOnWhoseLastLinkRunsItOnceItIsBack) {
+    StartLimited(List({Item("a")}), 200);
+    pid_t const first = WaitForReports(1)[0].pid;
+    std::filesystem::path const aside = directory.Path() / "aside";
+    std::filesystem::rename(probe_copy, aside);
+    ASSERT_TRUE(WaitUntilMainWaits());
+    EXPECT_THAT(LinksAndPrograms(), ElementsAre(first));
+    kill(first, SIGKILL);
+    ASSERT_TRUE(WaitFor([this] { return LinksAndPrograms().size() >= 4; }));
+    std::string const launcher_id = std::to_string(launcher->Pid());
+    EXPECT_EQ(CountInLog("DEBUG " + launcher_id + " [LAUNCHER  ] Start to fork a"), 2U);
+    EXPECT_THAT(Messages("ERROR"), ElementsAre(Killed("a", first, 9)));
+
+    std::filesystem::rename(aside, probe_copy);
+    Report const again = WaitForReports(2)[1];
+    std::vector<pid_t> const chain = LinksAndPrograms();
+    ASSERT_THAT(chain, SizeIs(Ge(4U)));
+    EXPECT_EQ(ParentOf(chain[0]), launcher->Pid());
+    EXPECT_EQ(again.parent, chain[chain.size() - 2]);
+    EXPECT_EQ(again.pid, chain.back());
+    // A stop reaches the first link alone; the others and the program are not stopped.
+    EXPECT_EQ(Stop(), "exit 1");
+    EXPECT_THAT(LinksAndPrograms(),
+                testing::ElementsAreArray(chain.begin() + 1, chain.end()));
+    EXPECT_THAT(Messages("ERROR"),
+                ElementsAre(Killed("a", first, 9), Killed("a", chain[0], 9)));
+}
+
+class FaultProgram : public LauncherTest {
+  protected:
+    // Returns an item whose program is a shell script, which is written to `script`.
+    std::string Script(std::string const& name, std::string const& text) const {
+        WriteScript(script, text);
+        return R"({"name": ")" + name + R"(", "program": ")" + script.string() + R"("})";
+    }
+
+    static void WriteScript(std::filesystem::path const& file, std::string const& text) {
+        WriteFile(file, "#!/bin/sh\n" + text + "\n");
+        std::filesystem::permissions(file, std::filesystem::perms(0755));
+    }
+
+    // Waits until a program that ends all the time was started three times more.
+    void WaitForThreeStartsOf(std::string const& tag) const {
+        WaitForReports(Reports(tag).size() + 3, tag);
+    }
+
+    std::filesystem::path const script = directory.Path() / "script";
+};
+
+TEST_F(FaultProgram, AReplacedExecutableRunsFromTheNextStartOn) {
+    std::string const probe = PROBE;
+    Start(List({Script("a", "exec " + probe + " --hold old")}));
+    pid_t const before = WaitForReports(1, "old")[0].pid;
+    std::filesystem::path const replacement = directory.Path() / "replacement";
+    WriteScript(replacement, "exec " + probe + " --hold new");
+    std::filesystem::rename(replacement, script);
+    ASSERT_TRUE(WaitUntilMainWaits());
+    EXPECT_FALSE(IsGone(before));
+    EXPECT_THAT(Messages("ERROR"), IsEmpty());
+    kill(before, SIGKILL);
+    pid_t const after = WaitForReports(1, "new")[0].pid;
+    EXPECT_EQ(ParentOf(after), launcher->Pid());
+    EXPECT_EQ(Stop(), "exit 1");
+    EXPECT_TRUE(IsGone(after));
+    EXPECT_THAT(Messages("ERROR"),
+                ElementsAre(Killed("a", before, 9), Killed("a", after, 9)));
+    EXPECT_THAT(Reports(), SizeIs(2));
+}
+
+TEST_F(FaultProgram, OneThatIgnoresEverySignalRunsOnUntilTheStopKillsIt) {
+    // SIGKILL and SIGSTOP cannot be ignored.
+    Start(List({Script("deaf",
+                       "trap '' 1 2 3 4 5 6 7 8 10 11 12 13 14 15 16 17 18 20 "
+                       "21 22 23 24 25 26 27 28 29 30 31\nexec " +
+                           std::string(PROBE) + " --hold deaf"),
+                Item("clock", {"--exit=0", "clock"})}));
+    pid_t const program = WaitForReports(1, "deaf")[0].pid;
+    for (int number = 1; number <= 31; ++number) {
+        if (number != SIGKILL && number != SIGSTOP) {
+            kill(program, number);
+        }
+    }
+    WaitForThreeStartsOf("clock");
+    EXPECT_FALSE(IsGone(program));
+    EXPECT_EQ(CountInLog("deaf " + std::to_string(program)), 0U);
+    EXPECT_EQ(Stop(), "exit 1");
+    EXPECT_TRUE(IsGone(program));
+    EXPECT_EQ(CountInLog(Killed("deaf", program, 9)), 1U);
+    EXPECT_THAT(Reports("deaf"), SizeIs(1));
+}
+
+TEST_F(FaultProgram, OneThatStopsItselfIsLeftInPeaceAndGoesOnWhenItIsContinued) {
+    Start(List({Item("a", {"--raise=19", "a"}), Item("clock", {"--exit=0", "clock"})}));
+    pid_t const program = WaitForReports(1, "a")[0].pid;
+    ASSERT_TRUE(WaitFor([program] { return StateOf(program) == 'T'; }));
+    WaitForThreeStartsOf("clock");
+    EXPECT_EQ(StateOf(program), 'T');
+    kill(program, SIGCONT);
+    EXPECT_TRUE(WaitFor([program] { return StateOf(program) == 'S'; }));
+    WaitForThreeStartsOf("clock");
+    EXPECT_EQ(CountInLog("] a "), 0U);
+    EXPECT_THAT(Reports("a"), SizeIs(1));
+}
+
+TEST_F(FaultProgram, OneThatHasStoppedItselfIsKilledByTheStop) {
+    Start(List({Item("a", {"--raise=19"})}));
+    pid_t const program = WaitForReports(1)[0].pid;
+    ASSERT_TRUE(WaitFor([program] { return StateOf(program) == 'T'; }));
+    EXPECT_EQ(Stop(), "exit 1");
+    EXPECT_TRUE(IsGone(program));
+    EXPECT_THAT(Messages("ERROR"), ElementsAre(Killed("a", program, 9)));
+}
+
+TEST_F(FaultProgram, OneThatForksAndLeavesIsStartedAgainAndItsCopiesOutliveTheStop) {
+    Start(List({Script("a", std::string(PROBE) + " --hold copy &\nexit 3")}));
+    std::vector<Report> const copies = WaitForReports(3, "copy");
+    EXPECT_EQ(Stop(), "exit 1");
+    for (Report const& copy : copies) {
+        EXPECT_FALSE(IsGone(copy.pid));
+        EXPECT_NE(ParentOf(copy.pid), launcher->Pid());
+        // What is logged is the end of the one that left.
+        EXPECT_EQ(CountInLog("] a " + std::to_string(copy.pid) + " "), 0U);
+    }
+    EXPECT_THAT(Messages("ERROR"), SizeIs(Ge(3U)));
+    EXPECT_THAT(Messages("ERROR"),
+                Each(AnyOf(EndsWith(", status = 768"), EndsWith(", status = 9"))));
+}
+
+using FaultSignal = LauncherTest;
+
+TEST_F(FaultSignal, SigkillOfTheLauncherLeavesItsProgramsRunningAndTheNextOneStartsMore) {
+    std::string const list =
+        List({Item("a", {"--hold", "a"}), Item("b", {"--hold", "b"})});
+    Start(list);
+    WaitForReports(2);
+    ASSERT_TRUE(WaitUntilMainWaits());
+    launcher->Signal(SIGKILL);
+    EXPECT_EQ(launcher->WaitForEnd(), "signal 9");
+    pid_t const dead = launcher->Pid();
+    std::vector<pid_t> const left = RunningProbes();
+    EXPECT_THAT(left, SizeIs(2));
+    for (pid_t const program : left) {
+        EXPECT_NE(ParentOf(program), dead);
+    }
+    EXPECT_THAT(Messages("ERROR"), IsEmpty());
+
+    Start(list);
+    WaitForReports(4);
+    EXPECT_EQ(Stop(), "exit 1");
+    EXPECT_THAT(RunningProbes(), testing::UnorderedElementsAreArray(left));
+    EXPECT_THAT(system_log.Received(), IsEmpty());
+}
+
+TEST_F(FaultSignal, SigtermToTheWholeProcessGroupStopsTheLauncherAndItsProgram) {
+    LogGate gate(log_file);
+    SetLogLevel("ERROR");
+    Start(List({Item("a")}));
+    pid_t const program = WaitForReports(1)[0].pid;
+    ASSERT_TRUE(WaitUntilMainWaits());
+    kill(-launcher->Pid(), SIGTERM);
+    // The end of the program is logged once the stop is under way.
+    ASSERT_TRUE(WaitFor([this] {
+        return WaitsForThread(SystemCallOf(launcher->Pid(), launcher->Pid()));
+    }));
+    ASSERT_TRUE(gate.WaitUntilHeldUp(launcher->Pid(), 1));
+    EXPECT_TRUE(IsGone(program));
+    gate.Open();
+    EXPECT_EQ(launcher->WaitForEnd(), "exit 1");
+    // Whichever signal came first.
+    EXPECT_THAT(gate.Log(), ElementsAre(AnyOf(EndsWith(Killed("a", program, 15)),
+                                              EndsWith(Killed("a", program, 9)))));
+    EXPECT_THAT(Reports(), SizeIs(1));
+}
+
+}  // namespace

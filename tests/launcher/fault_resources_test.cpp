@@ -1,0 +1,323 @@
+// The launcher where the system refuses it something: processes, threads, descriptors,
+// the place for its log.
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+
+#include "tests/support/disk.h"
+#include "tests/support/launcher_fixture.h"
+#include "tests/support/limited_launcher.h"
+#include "tests/support/log_gate.h"
+#include "tests/support/wait_for.h"
+
+int launcher_main(int argc, char** argv);
+
+namespace {
+
+using testing::Each;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+using FaultNoTask = LimitedLauncherTest;
+
+TEST_F(FaultNoTask, WithoutAProcessForOneItemTheOthersRunOnUntilTheStopKillsAll) {
+    std::filesystem::path const word = directory.Path() / "word";
+    std::vector<std::string> const names = {"a", "b", "c"};
+    std::vector<std::string> items;
+    for (std::string const& name : names) {
+        items.push_back(Item(name, {"--until=" + word.string(), name}));
+    }
+    // Main, three supervising threads and two programs.
+    StartLimited(List(items), 6);
+    WaitForReports(2);
+    ASSERT_TRUE(WaitFor([this] { return CountInLog("Failed to fork ") == 1; }));
+    auto const failed =
+        std::find_if(names.begin(), names.end(),
+                     [this](std::string const& name) { return Reports(name).empty(); });
+    ASSERT_NE(failed, names.end());
+    EXPECT_THAT(Messages("ERROR"), ElementsAre("[LAUNCHER  ] Failed to fork " + *failed));
+    for (Report const& report : Reports()) {
+        kill(report.pid, SIGKILL);
+        WaitForReports(2, report.arguments[2]);
+    }
+    std::vector<pid_t> const others = LinksAndPrograms();
+    EXPECT_THAT(others, SizeIs(2));
+    EXPECT_EQ(CountInLog("Start to fork " + *failed), 1U);
+
+    ASSERT_TRUE(WaitUntilMainWaits());
+    launcher->Signal(SIGTERM);
+    for (pid_t const program : others) {
+        EXPECT_TRUE(WaitFor([program] { return IsGone(program); }));
+    }
+    // A program that the failed item's stop kills before its own has come is started
+    // once more.
+    WriteFile(word, "");
+    EXPECT_EQ(launcher->WaitForEnd(), "exit 1");
+    EXPECT_THAT(LinksAndPrograms(), IsEmpty());
+    for (pid_t const program : others) {
+        std::string const id = std::to_string(program);
+        EXPECT_EQ(CountInLog(id + " is killed. ret = " + id + ", status = 9"), 1U);
+    }
+    EXPECT_EQ(CountInLog("Start to fork " + *failed), 1U);
+    EXPECT_THAT(system_log.Received(), IsEmpty());
+}
+
+TEST_F(FaultNoTask, WithoutAThreadItSaysItsLineStopsWhatItStartedAndEndsWithZero) {
+    LogGate gate(log_file);
+    std::filesystem::permissions(log_file, std::filesystem::perms(0666));
+    SetLogLevel("ERROR");
+    // Main, one supervising thread and its program. The second item holds main up until
+    // the program runs.
+    StartLimited(List({Item("a"), "{}", Item("c"), Item("d")}), 3);
+    pid_t const program = WaitForReports(1)[0].pid;
+    ASSERT_TRUE(gate.WaitUntilHeldUp(launcher->Pid(), 1));
+    gate.Open();
+    EXPECT_EQ(launcher->WaitForEnd(), "exit 0");
+    EXPECT_THAT(LinksAndPrograms(), IsEmpty());
+    std::string const id = std::to_string(program);
+    EXPECT_THAT(
+        gate.Log(),
+        ElementsAre(EndsWith("[LAUNCHER  ] There is an item has no name."),
+                    EndsWith("[LAUNCHER  ] Error while parsing saved json string."),
+                    EndsWith("[LAUNCHER  ] a " + id + " is killed. ret = " + id +
+                             ", status = 9")));
+    EXPECT_THAT(Reports(), SizeIs(1));
+    EXPECT_THAT(system_log.Received(), IsEmpty());
+}
+
+// Limits the number of descriptors of a process, and of what it starts from now on.
+void LimitDescriptors(pid_t pid, rlim_t number) {
+    rlimit const limit = {number, 1024};
+    ASSERT_EQ(prlimit(pid, RLIMIT_NOFILE, &limit, nullptr), 0);
+}
+
+class FaultNoDescriptor : public LauncherTest {
+  protected:
+    // Runs main in a forked copy of the test that has no descriptor to be had: a program
+    // could not be loaded there.
+    std::string RunMainWithoutDescriptors(std::vector<std::string> arguments) {
+        Process process([&arguments] {
+            rlimit const none = {0, 0};
+            setrlimit(RLIMIT_NOFILE, &none);
+            std::vector<char*> pointers;
+            for (std::string& argument : arguments) {
+                pointers.push_back(argument.data());
+            }
+            pointers.push_back(nullptr);
+            return launcher_main(static_cast<int>(arguments.size()), pointers.data());
+        });
+        return process.WaitForEnd();
+    }
+};
+
+TEST_F(FaultNoDescriptor, BesideItsStandardStreamsTheSystemCannotLoadIt) {
+    rlimit const three = {3, 3};
+    Start(List({Item("a")}), [&three] { setrlimit(RLIMIT_NOFILE, &three); });
+    EXPECT_EQ(launcher->WaitForEnd(), "exit 127");
+    EXPECT_THAT(Reports(), IsEmpty());
+    EXPECT_FALSE(std::filesystem::exists(home / "Library/Logs"));
+    EXPECT_THAT(system_log.Received(), IsEmpty());
+}
+
+TEST_F(FaultNoDescriptor, InPlaceOfItsStandardStreamsItRunsWithoutALog) {
+    Start(List({Item("a", {"--exit=0", "a"}), Item("b", {"--hold", "b"})}), [] {
+        rlimit const three = {3, 3};
+        setrlimit(RLIMIT_NOFILE, &three);
+        close_range(STDIN_FILENO, STDERR_FILENO, 0);
+    });
+    WaitForReports(3, "a");
+    pid_t const program = WaitForReports(1, "b")[0].pid;
+    EXPECT_EQ(Stop(), "exit 1");
+    EXPECT_TRUE(IsGone(program));
+    // The file is there, since it was opened in the place of standard input.
+    EXPECT_TRUE(std::filesystem::exists(log_file));
+    EXPECT_THAT(Log(), IsEmpty());
+    EXPECT_THAT(system_log.Received(), IsEmpty());
+}
+
+TEST_F(FaultNoDescriptor, AtTheStartItEndsWithZeroInSilence) {
+    WriteFile(list_file, List({Item("a")}));
+    EXPECT_EQ(RunMainWithoutDescriptors({"launcher", "test", list_file}), "exit 0");
+    // The event about the arguments needs one too.
+    EXPECT_EQ(RunMainWithoutDescriptors({"launcher"}), "exit 0");
+    EXPECT_THAT(Reports(), IsEmpty());
+    EXPECT_FALSE(std::filesystem::exists(home / "Library/Logs"));
+    EXPECT_THAT(system_log.Received(), IsEmpty());
+}
+
+TEST_F(FaultNoDescriptor, AfterTheListIsOpenItFindsNeitherItsConfigurationNorItsUser) {
+    std::filesystem::path const other_home = directory.Path() / "other";
+    setenv("HOME", other_home.c_str(), 1);
+    ASSERT_EQ(mkfifo(list_file.c_str(), 0666), 0);
+    StartWith({"test", list_file});
+    // Opened as soon as the launcher has opened its end.
+    int const list = open(list_file.c_str(), O_WRONLY | O_CLOEXEC);
+    LimitDescriptors(launcher->Pid(), 0);
+    std::string const text = List({Item("a")});
+    ASSERT_EQ(write(list, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    close(list);
+    ASSERT_TRUE(WaitUntilMainWaits());
+    EXPECT_THAT(Reports(), IsEmpty());
+    // No product name, no level DEBUG; its lines are lost, and the program, which cannot
+    // be loaded, is started again and again.
+    std::filesystem::path const logs = other_home / "Library/Logs";
+    EXPECT_TRUE(std::filesystem::is_empty(logs / "voplog"));
+    LimitDescriptors(launcher->Pid(), 1024);
+    pid_t const program = WaitForReports(1)[0].pid;
+    EXPECT_EQ(Stop(), "exit 1");
+    std::string const id = std::to_string(program);
+    std::string const log = ReadFile(logs / "voplog/launcher.log");
+    EXPECT_THAT(log, EndsWith("[LAUNCHER  ] a " + id + " is killed. ret = " + id +
+                              ", status = 9\n"));
+    EXPECT_THAT(Lines(log), Each(HasSubstr(" ERROR ")));
+    EXPECT_FALSE(std::filesystem::exists(home / "Library/Logs"));
+    EXPECT_THAT(system_log.Received(), IsEmpty());
+}
+
+// The log of a launcher that runs, and whose program ends all the time.
+class FaultNoLog : public LauncherTest {
+  protected:
+    // Waits until the program was started three times more.
+    void WaitForThreeStarts() const { WaitForReports(Reports().size() + 3); }
+
+    // Runs the launcher with a log that works, works no longer after `break_log`, and
+    // works again after `mend_log`.
+    template <typename Break, typename Mend>
+    void ExpectThatItRunsOnWithoutItsLog(Break break_log, Mend mend_log) {
+        // The long name fills disks.
+        std::string const name(2000, 'n');
+        Start(List({Item(name, {"--exit=0"})}));
+        EXPECT_TRUE(WaitFor([this] { return CountInLog("status = 0") >= 2; }));
+        break_log();
+        // A line whose file was open may still come.
+        WaitForThreeStarts();
+        std::string const before = ReadFile(log_file);
+        WaitForThreeStarts();
+        EXPECT_EQ(ReadFile(log_file), before);
+        mend_log();
+        std::size_t const lines = Log().size();
+        EXPECT_TRUE(WaitFor([this, lines] { return Log().size() >= lines + 4; }));
+        EXPECT_EQ(Stop(), "exit 1");
+        EXPECT_THAT(RunningProbes(), IsEmpty());
+        EXPECT_THAT(Log().back(), HasSubstr(" is killed. ret = "));
+        EXPECT_THAT(system_log.Received(), IsEmpty());
+    }
+
+    // Expects that the launcher, which cannot make its log, sends an event and runs on.
+    void ExpectAnEventAndProgramsWithoutALog() {
+        Start(List({Item("a", {"--exit=0", "a"}), Item("b", {"--hold", "b"})}));
+        WaitForReports(3, "a");
+        pid_t const program = WaitForReports(1, "b")[0].pid;
+        EXPECT_EQ(Stop(), "exit 1");
+        EXPECT_TRUE(IsGone(program));
+        EXPECT_THAT(system_log.Received(),
+                    ElementsAre(EndsWith(
+                        ": Tamlin Launcher for test : Failed to initialize logger")));
+        EXPECT_FALSE(std::filesystem::exists(log_file));
+    }
+
+    std::filesystem::path const log_directory = log_file.parent_path();
+    std::filesystem::path const elsewhere = directory.Path() / "elsewhere";
+};
+
+TEST_F(FaultNoLog, ForLackOfDescriptors) {
+    ExpectThatItRunsOnWithoutItsLog([this] { LimitDescriptors(launcher->Pid(), 3); },
+                                    [this] { LimitDescriptors(launcher->Pid(), 1024); });
+}
+
+TEST_F(FaultNoLog, OnAFullDisk) {
+    Disk const disk(log_directory, 0, "size=64k");
+    std::filesystem::path const ballast = disk.Path() / "ballast";
+    WriteFile(ballast, std::string(16384, 'b'));
+    ExpectThatItRunsOnWithoutItsLog(
+        [&] {
+            EXPECT_TRUE(WaitFor([&] {
+                struct statvfs space = {};
+                return statvfs(disk.Path().c_str(), &space) == 0 && space.f_bavail == 0;
+            }));
+            // The last block may have room for a line or two.
+            WaitForReports(Reports().size() + 10);
+        },
+        [&] { std::filesystem::remove(ballast); });
+}
+
+TEST_F(FaultNoLog, OnADiskThatBecomesReadOnly) {
+    Disk const disk(log_directory, 0, "");
+    ExpectThatItRunsOnWithoutItsLog(
+        [&disk] {
+            // As long as a line is being written the system refuses.
+            EXPECT_TRUE(WaitFor([&disk] { return disk.SetReadOnly(true); }));
+        },
+        [&disk] { EXPECT_TRUE(disk.SetReadOnly(false)); });
+}
+
+TEST_F(FaultNoLog, WhenItsDirectoryIsRemoved) {
+    ExpectThatItRunsOnWithoutItsLog(
+        [this] {
+            std::filesystem::rename(log_directory, elsewhere);
+            std::filesystem::remove_all(elsewhere);
+        },
+        [this] {
+            EXPECT_FALSE(std::filesystem::exists(log_directory));
+            std::filesystem::create_directory(log_directory);
+        });
+}
+
+TEST_F(FaultNoLog, WhenAFileTakesThePlaceOfItsDirectory) {
+    ExpectThatItRunsOnWithoutItsLog(
+        [this] {
+            std::filesystem::rename(log_directory, elsewhere);
+            WriteFile(log_directory, "a file");
+        },
+        [this] {
+            EXPECT_EQ(ReadFile(log_directory), "a file");
+            std::filesystem::remove(log_directory);
+            std::filesystem::rename(elsewhere, log_directory);
+        });
+}
+
+TEST_F(FaultNoLog, FromTheStartOnADiskThatIsReadOnly) {
+    Disk const disk(home / "Library/Logs", MS_RDONLY, "");
+    ExpectAnEventAndProgramsWithoutALog();
+}
+
+TEST_F(FaultNoLog, FromTheStartOnADiskThatHasNoRoomForADirectory) {
+    Disk const disk(home / "Library/Logs", 0, "nr_inodes=1");
+    ExpectAnEventAndProgramsWithoutALog();
+}
+
+TEST_F(FaultNoLog, FromTheStartOnADiskThatHasNoRoomForALine) {
+    Disk const disk(home / "Library/Logs", 0, "nr_inodes=3");
+    Start(List({Item("a", {"--exit=0", "a"}), Item("b", {"--hold", "b"})}));
+    WaitForReports(3, "a");
+    EXPECT_EQ(Stop(), "exit 1");
+    EXPECT_THAT(RunningProbes(), IsEmpty());
+    EXPECT_TRUE(std::filesystem::is_empty(log_directory));
+    EXPECT_THAT(system_log.Received(), IsEmpty());
+}
+
+using FaultNoHome = LimitedLauncherTest;
+
+TEST_F(FaultNoHome, WithoutARecordAndAHomeItMayNotLogWhereTheSystemDoesAndRunsOn) {
+    unsetenv("HOME");
+    StartLimited(List({Item("a", {"--exit=0", "a"}), Item("b", {"--hold", "b"})}), 20);
+    WaitForReports(3, "a");
+    WaitForReports(1, "b");
+    EXPECT_EQ(Stop(), "exit 1");
+    EXPECT_THAT(LinksAndPrograms(), IsEmpty());
+    EXPECT_THAT(system_log.Received(),
+                ElementsAre(EndsWith(
+                    ": Tamlin Launcher for test : Failed to initialize logger")));
+    EXPECT_FALSE(std::filesystem::exists(log_file));
+}
+
+}  // namespace
