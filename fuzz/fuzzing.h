@@ -11,6 +11,8 @@
 #include <cstdlib>
 #include <string>
 
+#include "tests/support/utf8_oracle.h"
+
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size);
 
 // Ends the process with the sentence, which says what should hold, if it does not.
@@ -27,6 +29,12 @@ inline std::string TakeLine(std::string& text) {
     std::string const line = text.substr(0, end);
     text.erase(0, end == std::string::npos ? end : end + 1);
     return line;
+}
+
+// Returns `text` as wide text: decoded if it is UTF-8, else with an element for each
+// byte.
+inline std::wstring Widen(std::string const& text) {
+    return DecodeUtf8Strictly(text).value_or(std::wstring(text.begin(), text.end()));
 }
 
 #endif

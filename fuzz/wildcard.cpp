@@ -5,7 +5,6 @@
 
 #include "common/strings/wildcard.h"
 #include "fuzz/fuzzing.h"
-#include "tests/support/utf8_oracle.h"
 #include "tests/support/wildcard_oracle.h"
 
 namespace {
@@ -48,11 +47,6 @@ bool IsTooMuch(std::string const& expression, std::string const& name) {
     }
     return runs > kMostRuns || expression.size() > kLongestExpression ||
            name.size() > WildcardOracle<char>::kLongestName;
-}
-
-// As UTF-8 if it is that, else with one element for each byte.
-std::wstring Widen(std::string const& text) {
-    return DecodeUtf8Strictly(text).value_or(std::wstring(text.begin(), text.end()));
 }
 
 }  // namespace

@@ -54,7 +54,8 @@ std::vector<std::wstring> split_delim(
     std::function<std::wstring(std::wstring&)> transform);
 
 // Cuts `text` as lines are read, with `delimiter` as the end of a line: there is no piece
-// behind a delimiter that ends the text, and an empty text has no piece.
+// behind a delimiter that ends the text, and an empty text has no piece. What
+// becomes of the wide element WEOF, which is no character, is up to the C++ library.
 std::vector<std::string> tokenize(std::string const& text, char delimiter,
                                   std::function<std::string(std::string&)> transform);
 std::vector<std::wstring> tokenize(std::wstring const& text, wchar_t delimiter,
