@@ -12,7 +12,8 @@
 // "k=a=b" the value "a", and "k=" is no entry. Section and key are found in any case.
 // There are no comments. Only the first section of a name counts, in it only the first
 // entry of a key, and it ends at the next line that begins with "[". Lines are read in
-// pieces of at most 2047 bytes, and each piece counts as a line.
+// pieces of at most 2047 bytes, and each piece counts as a line; it ends at its first
+// NUL.
 //
 // Both functions read the file anew, take no lock, and never fail: what cannot be read
 // is not there.
@@ -32,8 +33,9 @@ std::size_t GetPrivateProfileString(std::string section, std::string key,
                                     std::string fallback, char* buffer, int size,
                                     std::string path);
 
-// Returns the value as atoi reads it. `fallback` is returned only if the file cannot be
-// opened; in a file without such a value the result is 0.
+// Returns the value as atoi reads it, which leaves open what a number beyond int gives.
+// `fallback` is returned only if the file cannot be opened; in a file without such a
+// value the result is 0.
 int GetPrivateProfileInt(std::string section, std::string key, unsigned int fallback,
                          std::string path);
 
