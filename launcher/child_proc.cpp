@@ -5,64 +5,14 @@
 
 #include <chrono>
 #include <csignal>
-#include <cstdlib>
-#include <cstring>
-#include <stdexcept>
 #include <system_error>
-#include <vector>
 
 #include "common/config/log.h"
+#include "launcher/argument_vector.h"
 
 namespace {
 
 constexpr std::chrono::nanoseconds kRestartDelay(50'000'000);
-
-// More arguments than any system takes; their pointers alone would overflow a stack.
-constexpr long long kMaxArguments = 1 << 20;
-
-// Returns the number of entries of a program's argument vector, the program included.
-long long CountArguments(JsonObject& item) {
-    long long count = 1;
-    if (item.HasObject("argc")) {
-        count = static_cast<int>(item["argc"]) + 1LL;
-    }
-    if (count > kMaxArguments) {
-        throw std::length_error("too many arguments");
-    }
-    return count < 0 ? 0 : count;
-}
-
-// The argument vector for execv: the program's path, the item's arguments, and null.
-class ArgumentVector {
-  public:
-    // Borrows `program`; copies the arguments.
-    ArgumentVector(std::string& program, JsonObject& item) {
-        long long const count = CountArguments(item);
-        pointers.reserve(static_cast<std::size_t>(count) + 1);
-        if (count > 0) {
-            pointers.push_back(program.data());
-        }
-        for (long long i = 1; i < count; ++i) {
-            std::string const argument = item["args"][std::to_string(i - 1).c_str()];
-            pointers.push_back(strdup(argument.c_str()));
-        }
-        pointers.push_back(nullptr);
-    }
-
-    ~ArgumentVector() {
-        for (std::size_t i = 1; i + 1 < pointers.size(); ++i) {
-            std::free(pointers[i]);
-        }
-    }
-
-    ArgumentVector(ArgumentVector const&) = delete;
-    ArgumentVector& operator=(ArgumentVector const&) = delete;
-
-    char* const* Data() const noexcept { return pointers.data(); }
-
-  private:
-    std::vector<char*> pointers;
-};
 
 }  // namespace
 

@@ -21,24 +21,6 @@ namespace {
 
 unsigned short const kErrorEvent = 3;
 
-// Starts the supervisors of the items "0", "1", ... up to the first number that is
-// missing. Of two items with the same name the later one replaces the earlier.
-void StartItems(std::string const& launcher_name, std::string const& text) {
-    JsonObject list(text.data(), static_cast<unsigned int>(text.size()));
-    for (int i = 0; list.HasObject(std::to_string(i).c_str()); ++i) {
-        JsonObject item = list[std::to_string(i).c_str()];
-        if (!item.HasObject("/name")) {
-            __LOG__A(logger, LOGLEVEL_ERROR,
-                     "[LAUNCHER  ] There is an item has no name.");
-            continue;
-        }
-        std::string const name = item.GetObject("name");
-        // The table's reference is the only one: what this replaces ends on the spot.
-        g_child_map[name] =
-            std::shared_ptr<ChildProc>(new ChildProc(launcher_name, item));
-    }
-}
-
 void WaitForStop() {
     std::unique_lock<std::mutex> lock(g_process_mutex);
     // Without a predicate: whatever wakes main ends the launcher. The handler notifies
@@ -134,4 +116,20 @@ void InitLog(std::string launcher_name) {
     ILog* log = nullptr;
     GetLogger(2, "launcher", level, &log);
     logger = log;
+}
+
+void StartItems(std::string const& launcher_name, std::string const& text) {
+    JsonObject list(text.data(), static_cast<unsigned int>(text.size()));
+    for (int i = 0; list.HasObject(std::to_string(i).c_str()); ++i) {
+        JsonObject item = list[std::to_string(i).c_str()];
+        if (!item.HasObject("/name")) {
+            __LOG__A(logger, LOGLEVEL_ERROR,
+                     "[LAUNCHER  ] There is an item has no name.");
+            continue;
+        }
+        std::string const name = item.GetObject("name");
+        // The table's reference is the only one: what this replaces ends on the spot.
+        g_child_map[name] =
+            std::shared_ptr<ChildProc>(new ChildProc(launcher_name, item));
+    }
 }

@@ -40,4 +40,11 @@ bool ReadData(std::string path, std::string& text);
 // system event names the launcher. Call it before other threads exist.
 void InitLog(std::string launcher_name);
 
+// Starts a supervisor for each of the items "0", "1", ... of the launch list in `text`,
+// up to the first number that is missing, and puts them into g_child_map. An item without
+// a name is logged and skipped; of two with the same name the later one replaces the
+// earlier. Throws what JsonObject and ChildProc throw; the supervisors that are started
+// then stay.
+void StartItems(std::string const& launcher_name, std::string const& text);
+
 #endif

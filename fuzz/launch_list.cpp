@@ -1,0 +1,220 @@
+// Takes every input for a launch list and does all that the launcher does with one, short
+// of starting programs: reads the file, walks the items, and makes each program's
+// argument vector. Compares what comes of it with a model that reads jsoncpp's values by
+// itself.
+
+#include <json/reader.h>
+
+#include <exception>
+#include <optional>
+#include <set>
+#include <stdexcept>
+#include <vector>
+
+#include "fuzz/fuzzing.h"
+#include "fuzz/input_pipe.h"
+#include "launcher/argument_vector.h"
+#include "launcher/main.h"
+
+namespace {
+
+// What a supervisor reads of its item. What cannot be read is not there, nor what is not
+// read because of it: in the launcher a process ends abnormally at that point.
+struct Supervised {
+    std::string name;
+    std::optional<std::string> program;
+    std::optional<std::vector<std::string>> arguments;
+};
+
+bool operator==(Supervised const& a, Supervised const& b) {
+    return a.name == b.name && a.program == b.program && a.arguments == b.arguments;
+}
+
+// What the walk of a launch list gave, and whether something stopped it that was thrown.
+struct Walk {
+    std::vector<Supervised> supervised;
+    bool failed = false;
+};
+
+// The supervisors that the walk has created.
+std::vector<Supervised> created;
+
+// Returns what `read` returns, or nothing if it throws an error that may be thrown.
+template <typename Read>
+auto Result(Read const& read) -> std::optional<decltype(read())> {
+    try {
+        return read();
+    } catch (AERROR) {
+        return std::nullopt;
+    } catch (std::exception const&) {
+        return std::nullopt;
+    }
+}
+
+std::vector<std::string> ReadArguments(std::string program, JsonObject& item) {
+    ArgumentVector const vector(program, item);
+    std::vector<std::string> arguments;
+    for (char* const* argument = vector.Data(); *argument != nullptr; ++argument) {
+        arguments.emplace_back(*argument);
+    }
+    return arguments;
+}
+
+}  // namespace
+
+// Stands in for the supervisor. It reads what the supervisor and its forked child read,
+// in their order, and starts nothing.
+ChildProc::ChildProc(std::string launcher_name, JsonObject launch_item)
+    : pid(0), running(false), item(nullptr) {
+    item = launch_item;
+    launcherName = launcher_name;
+    name = std::string(item["name"]);
+
+    Supervised supervised;
+    supervised.name = name;
+    supervised.program = Result([&] { return std::string(item["program"]); });
+    if (supervised.program && !supervised.program->empty()) {
+        supervised.arguments =
+            Result([&] { return ReadArguments(*supervised.program, item); });
+    }
+    created.push_back(supervised);
+}
+
+ChildProc::~ChildProc() = default;
+
+namespace {
+
+std::string UpToNul(std::string const& text) {
+    return text.substr(0, text.find('\0'));
+}
+
+// Does with `content` what main does with the file of the launch list.
+Walk WalkAsTheLauncherDoes(std::string const& content) {
+    std::string text = "before";
+    if (!ReadData(InputPipe(content).Path(), text)) {
+        Require(content.empty() && text == "before", "only an empty list is not read");
+        return {};
+    }
+    Require(text == UpToNul(content), "a list is read up to its first NUL");
+
+    created.clear();
+    g_child_map.clear();
+    auto const start = [&text] {
+        StartItems("fuzz", text);
+        return true;
+    };
+    bool const failed = !Result(start);
+    return {created, failed};
+}
+
+// The model. A value of the wrong type throws here as it does in the launcher: whichever
+// way it is asked, it is jsoncpp that throws. But nothing is added to what is read.
+Json::Value Member(Json::Value const& object, std::string const& name) {
+    return object.isMember(name) ? object[name] : Json::Value();
+}
+
+std::string Text(Json::Value const& value) {
+    return UpToNul(value.asString());
+}
+
+std::int32_t CountModel(Json::Value const& item) {
+    // The low 32 bits.
+    return static_cast<std::int32_t>(Member(item, "argc").asInt64());
+}
+
+std::vector<std::string> ArgumentsModel(Json::Value const& item) {
+    std::int32_t const count = CountModel(item);
+    if (count < 0) {
+        return {};
+    }
+    if (count >= 1 << 20) {
+        throw std::length_error("too many arguments");
+    }
+    std::vector<std::string> arguments{Text(item["program"])};
+    for (std::int32_t i = 0; i < count; ++i) {
+        arguments.push_back(Text(Member(Member(item, "args"), std::to_string(i))));
+    }
+    return arguments;
+}
+
+Supervised SupervisedModel(Json::Value const& item) {
+    Supervised supervised;
+    supervised.name = Text(item["name"]);
+    supervised.program = Result([&] { return Text(Member(item, "program")); });
+    if (supervised.program && !supervised.program->empty()) {
+        supervised.arguments = Result([&] { return ArgumentsModel(item); });
+    }
+    return supervised;
+}
+
+Walk WalkModel(Json::Value const& list) {
+    Walk walk;
+    auto const read_items = [&] {
+        for (int i = 0; list.isMember(std::to_string(i)); ++i) {
+            Json::Value const& item = list[std::to_string(i)];
+            if (item.isMember("name")) {
+                walk.supervised.push_back(SupervisedModel(item));
+            }
+        }
+        return true;
+    };
+    walk.failed = !Result(read_items);
+    return walk;
+}
+
+// Returns nothing if the text is not JSON.
+std::optional<Json::Value> Parsed(std::string const& text) {
+    Json::Value value;
+    auto const parse = [&] { return Json::Reader().parse(text, value, false); };
+    return Result(parse).value_or(false) ? std::optional<Json::Value>(value)
+                                         : std::nullopt;
+}
+
+// Left out: items with so many arguments that all they show is how long that takes.
+bool IsTooMuch(Json::Value const& list) {
+    if (!list.isObject()) {
+        return false;
+    }
+    for (Json::Value const& item : list) {
+        std::int32_t const count = Result([&] { return CountModel(item); }).value_or(0);
+        if (count > 1000 && count < 1 << 20) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void CheckTable(std::vector<Supervised> const& supervised) {
+    std::set<std::string> names;
+    for (Supervised const& one : supervised) {
+        names.insert(one.name);
+    }
+    Require(g_child_map.size() == names.size(), "there is one supervisor for each name");
+    for (std::string const& name : names) {
+        Require(g_child_map.count(name) == 1, "every name has a supervisor");
+    }
+}
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
+    std::string const content(data, data + size);
+    std::optional<Json::Value> const list = Parsed(UpToNul(content));
+    if (content.size() > InputPipe::kCapacity || (list && IsTooMuch(*list))) {
+        return 0;
+    }
+    Walk const walk = WalkAsTheLauncherDoes(content);
+    if (content.empty()) {
+        return 0;
+    }
+    if (!list) {
+        Require(walk.failed && walk.supervised.empty(), "what is no JSON fails");
+        return 0;
+    }
+    Walk const expected = WalkModel(*list);
+    Require(walk.failed == expected.failed, "a wrong type ends the walk, and only that");
+    Require(walk.supervised == expected.supervised,
+            "all items are read as the model does");
+    CheckTable(expected.supervised);
+    return 0;
+}
