@@ -117,9 +117,13 @@ std::string Text(Json::Value const& value) {
     return UpToNul(value.asString());
 }
 
+// The low 32 bits of "argc". What jsoncpp makes of 2 to the power of 63 is undefined.
 std::int32_t CountModel(Json::Value const& item) {
-    // The low 32 bits.
-    return static_cast<std::int32_t>(Member(item, "argc").asInt64());
+    Json::Value const count = Member(item, "argc");
+    if (count.type() == Json::realValue && count.asDouble() == 0x1p63) {
+        throw std::out_of_range("argc");
+    }
+    return static_cast<std::int32_t>(count.asInt64());
 }
 
 std::vector<std::string> ArgumentsModel(Json::Value const& item) {

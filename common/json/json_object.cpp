@@ -10,6 +10,28 @@
 #include "common/json/text_encoding.h"
 #include "common/strings/trim.h"
 
+namespace {
+
+// What jsoncpp says of numbers beyond a range it does not say of the first one beyond,
+// the power of two, which it lets through to a conversion that is undefined.
+void RefuseFrom(double limit, Json::Value const& value, char const* message) {
+    if (value.type() == Json::realValue && value.asDouble() >= limit) {
+        Json::throwLogicError(message);
+    }
+}
+
+Json::Int64 AsInt64(Json::Value const& value) {
+    RefuseFrom(0x1p63, value, "double out of Int64 range");
+    return value.asInt64();
+}
+
+Json::UInt64 AsUInt64(Json::Value const& value) {
+    RefuseFrom(0x1p64, value, "double out of UInt64 range");
+    return value.asUInt64();
+}
+
+}  // namespace
+
 JsonObject::JsonObject(char const* buffer, unsigned int length) : target(&ownValue) {
     bool const collect_comments = false;
     if (!Json::Reader().parse(buffer, buffer + length, ownValue, collect_comments)) {
@@ -61,16 +83,16 @@ JsonObject::operator std::wstring() {
     return s2ws(*this);
 }
 JsonObject::operator unsigned long long() {
-    return target->asUInt64();
+    return AsUInt64(*target);
 }
 JsonObject::operator long long() {
-    return target->asInt64();
+    return AsInt64(*target);
 }
 JsonObject::operator long() {
-    return target->asInt64();
+    return AsInt64(*target);
 }
 JsonObject::operator int() {
-    return static_cast<std::int32_t>(target->asInt64());
+    return static_cast<std::int32_t>(AsInt64(*target));
 }
 JsonObject::operator AERROR() {
     return static_cast<AERROR>(static_cast<int>(*this));

@@ -68,8 +68,9 @@ class JsonObject {
     operator std::string();
     operator std::wstring();
 
-    // The value as a number; null is 0. int and AERROR take the low 32 bits of the
-    // 64-bit value, without a range check: 4294967297 reads as 1.
+    // The value as a number; null is 0. A number that 64 bits cannot hold throws
+    // Json::LogicError. int and AERROR take the low 32 bits of the 64-bit value, without
+    // a range check: 4294967297 reads as 1.
     operator unsigned long long();
     operator long long();
     operator long();

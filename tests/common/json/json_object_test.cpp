@@ -582,16 +582,30 @@ TEST(JsonObjectConversion, WholeNumbersInTheirRange) {
 }
 
 TEST(JsonObjectConversion, WholeNumbersOutOfTheirRangeThrowWhatTheParserThrows) {
-    EXPECT_THROW((void)static_cast<unsigned long long>(JsonObject("-1")),
-                 Json::LogicError);
-    for (char const* const text : {"9223372036854775808", "18446744073709551615", "1e19",
-                                   "-1e19", "1e300", "18446744073709551616"}) {
+    for (char const* const text :
+         {"-1", "-1.0", "18446744073709551616", "18446744073709551616.0", "1e300"}) {
+        EXPECT_THROW((void)static_cast<unsigned long long>(JsonObject(text)),
+                     Json::LogicError)
+            << text;
+    }
+    for (char const* const text :
+         {"9223372036854775808", "18446744073709551615", "9223372036854775808.0", "1e19",
+          "-1e19", "1e300", "18446744073709551616"}) {
         JsonObject number(text);
         EXPECT_THROW((void)static_cast<long long>(number), Json::LogicError) << text;
         EXPECT_THROW((void)static_cast<long>(number), Json::LogicError) << text;
         EXPECT_THROW((void)static_cast<int>(number), Json::LogicError) << text;
         EXPECT_THROW((void)static_cast<AERROR>(number), Json::LogicError) << text;
     }
+}
+
+TEST(JsonObjectConversion, TheLastFractionsInTheirRangeAreNumbers) {
+    EXPECT_EQ(static_cast<long long>(JsonObject("9223372036854774784.0")),
+              9223372036854774784);
+    EXPECT_EQ(static_cast<long long>(JsonObject("-9223372036854775808.0")),
+              std::numeric_limits<std::int64_t>::min());
+    EXPECT_EQ(static_cast<unsigned long long>(JsonObject("18446744073709549568.0")),
+              18446744073709549568U);
 }
 
 TEST(JsonObjectConversion, IntIsTheLow32BitsWithoutARangeCheck) {
