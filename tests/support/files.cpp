@@ -4,7 +4,6 @@
 
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
 #include <sstream>
 #include <stdexcept>
 #include <system_error>
@@ -40,7 +39,11 @@ void WriteFile(std::filesystem::path const& file, std::string const& content) {
 
 std::string ReadFile(std::filesystem::path const& file) {
     std::ifstream in(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    std::ostringstream out;
+    // Unlike the stream's iterators this throws nothing if the file is one of /proc whose
+    // process ends meanwhile.
+    out << in.rdbuf();
+    return out.str();
 }
 
 std::vector<std::string> Lines(std::string const& text) {

@@ -1,0 +1,251 @@
+// The launcher over a long time and over many starts. The environment says how long:
+// SOAK_SECONDS (60 if it is not set) and SOAK_CYCLES (1000).
+
+#include <sys/syscall.h>
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <sstream>
+#include <thread>
+#include <utility>
+
+#include "tests/soak/launcher_log.h"
+#include "tests/soak/watch.h"
+#include "tests/support/launcher_fixture.h"
+#include "tests/support/wait_for.h"
+
+namespace {
+
+using std::chrono::duration;
+using std::chrono::seconds;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Not;
+using testing::SizeIs;
+
+int constexpr kQuickItems = 100;
+int constexpr kSteadyItems = 20;
+int constexpr kItems = kQuickItems + kSteadyItems;
+
+// The memory that a launcher takes for good, its threads' stacks and its allocator's
+// arenas, is in use by then.
+seconds constexpr kWarmUp(10);
+
+// Less than 10 bytes for each pass of a run of a minute.
+long constexpr kGrowthKiB = 256;
+
+// A thread that is kept from the processor leaves its zombie for a while.
+seconds constexpr kZombieStays(5);
+
+int NumberFromEnvironment(char const* name, int otherwise) {
+    char const* const value = std::getenv(name);
+    return value == nullptr ? otherwise : std::atoi(value);
+}
+
+// Prints what the tests measured, as one table at the end.
+class Figures : public testing::Environment {
+  public:
+    void Add(std::string const& what, std::string const& value) {
+        rows.emplace_back(what, value);
+    }
+
+    void TearDown() override {
+        for (auto const& [what, value] : rows) {
+            std::printf("%-58s %12s\n", what.c_str(), value.c_str());
+        }
+    }
+
+  private:
+    std::vector<std::pair<std::string, std::string>> rows;
+};
+
+Figures* const figures = [] {
+    auto* const environment = new Figures;
+    testing::AddGlobalTestEnvironment(environment);
+    return environment;
+}();
+
+void Add(std::string const& what, std::size_t value) {
+    figures->Add(what, std::to_string(value));
+}
+
+void Add(std::string const& what, duration<double> value) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.1f s", value.count());
+    figures->Add(what, text);
+}
+
+// The process ids that a file of recorders' lines holds, by name and in their order.
+std::map<std::string, std::vector<pid_t>> Recorded(std::filesystem::path const& file) {
+    std::map<std::string, std::vector<pid_t>> starts;
+    std::istringstream in(ReadFile(file));
+    std::string name;
+    for (pid_t pid = 0; in >> name >> pid;) {
+        starts[name].push_back(pid);
+    }
+    return starts;
+}
+
+std::size_t CountZombies() {
+    std::vector<pid_t> const all = AllProcesses();
+    return static_cast<std::size_t>(std::count_if(
+        all.begin(), all.end(), [](pid_t pid) { return StateOf(pid) == 'Z'; }));
+}
+
+class Soak : public LauncherTest {
+  protected:
+    // Returns an item whose program is the recorder, which stays.
+    std::string SteadyItem(std::string const& name) const {
+        return RecorderItem(name, {starts, name});
+    }
+
+    // The same, but the recorder ends at once as long as there is no file `hold`.
+    std::string QuickItem(std::string const& name) const {
+        return RecorderItem(name, {starts, name, hold});
+    }
+
+    // Waits until main waits for a stop and every supervising thread for its program, so
+    // that a SIGTERM finds the process ids of all programs in their place.
+    bool WaitUntilAllWait(std::size_t items) const {
+        std::string const tasks = "/proc/" + std::to_string(launcher->Pid()) + "/task";
+        return WaitUntilMainWaits() && WaitFor([&] {
+                   std::size_t waiting = 0;
+                   for (auto const& task : std::filesystem::directory_iterator(tasks)) {
+                       std::string const call = ReadFile(task.path() / "syscall");
+                       waiting += std::atol(call.c_str()) == SYS_wait4 ? 1 : 0;
+                   }
+                   return waiting == items;
+               });
+    }
+
+    // Looks at the launcher for the time of the soak, and gives its figures.
+    void WatchFor(seconds length) const {
+        Watch watch(launcher->Pid());
+        auto const begin = Watch::Clock::now();
+        long warm = 0;
+        for (auto now = begin; now < begin + length; now = Watch::Clock::now()) {
+            if (warm == 0 && now >= begin + kWarmUp) {
+                warm = ResidentKiB(launcher->Pid());
+                watch.most_resident = warm;
+            }
+            watch.Look();
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        }
+        EXPECT_EQ(watch.least_threads, 1U + kItems);
+        EXPECT_EQ(watch.most_threads, 1U + kItems);
+        // A thread that logs has the log open, and for a moment two descriptors.
+        EXPECT_LE(watch.most_descriptors, 2U * kItems);
+        EXPECT_LT(watch.longest_zombie, kZombieStays);
+        EXPECT_GT(warm, 0);
+        EXPECT_LT(watch.most_resident - warm, kGrowthKiB);
+        Add("looks at the launcher", watch.looks);
+        Add("threads, fewest", watch.least_threads);
+        Add("threads, most", watch.most_threads);
+        Add("descriptors open at a look, most", watch.most_descriptors);
+        Add("zombies at a look, most", watch.most_zombies);
+        Add("one process seen as a zombie, longest", watch.longest_zombie);
+        Add("resident memory after 10 s, KiB", static_cast<std::size_t>(warm));
+        Add("resident memory afterwards, most, KiB",
+            static_cast<std::size_t>(watch.most_resident));
+    }
+
+    std::filesystem::path const starts = directory.Path() / "starts";
+    std::filesystem::path const hold = directory.Path() / "hold";
+
+  private:
+    static std::string RecorderItem(std::string const& name,
+                                    std::vector<std::string> const& arguments) {
+        std::string item = Item(name, arguments);
+        return item.replace(item.find(PROBE), std::string(PROBE).size(), RECORDER);
+    }
+};
+
+TEST_F(Soak, ItemsThatEndAtOnceBesideSteadyOnesLeaveNothingBehindAndAreAllLogged) {
+    seconds const length(NumberFromEnvironment("SOAK_SECONDS", 60));
+    ASSERT_GT(length, kWarmUp) << "SOAK_SECONDS leaves no time after the warm-up";
+    std::vector<std::string> items;
+    for (int i = 0; i < kQuickItems; ++i) {
+        items.push_back(QuickItem("quick" + std::to_string(i)));
+    }
+    for (int i = 0; i < kSteadyItems; ++i) {
+        items.push_back(SteadyItem("steady" + std::to_string(i)));
+    }
+    Start(List(items));
+    ASSERT_TRUE(WaitFor([this] { return Recorded(starts).size() == kItems; }));
+
+    figures->Add("seconds", std::to_string(length.count()));
+    WatchFor(length);
+
+    // From here every program stays.
+    WriteFile(hold, "");
+    ASSERT_TRUE(WaitFor([this] { return Recorded(hold).size() == kQuickItems; }));
+    ASSERT_TRUE(WaitUntilAllWait(kItems));
+    EXPECT_EQ(CountZombies(), 0U);
+    EXPECT_EQ(CountDescriptors(launcher->Pid()), 0U);
+    EXPECT_EQ(CountThreads(launcher->Pid()), 1U + kItems);
+    Add("zombies at the end", CountZombies());
+    Add("descriptors at the end", CountDescriptors(launcher->Pid()));
+    EXPECT_EQ(Stop(), "exit 1");
+
+    LauncherLog const log = ReadLauncherLog(log_file, launcher->Pid());
+    EXPECT_THAT(log.not_understood, IsEmpty());
+    auto const recorded = Recorded(starts);
+    EXPECT_THAT(log.items, SizeIs(kItems));
+    std::size_t passes = 0;
+    auto least = static_cast<std::size_t>(-1);
+    std::size_t restarts_of_steady = 0;
+    for (auto const& [name, item] : log.items) {
+        EXPECT_EQ(item.ended, recorded.at(name)) << name;
+        EXPECT_EQ(item.starts, item.ended.size()) << name;
+        ASSERT_THAT(item.statuses, Not(IsEmpty())) << name;
+        EXPECT_EQ(item.statuses.back(), SIGKILL) << name;
+        if (name.compare(0, 6, "steady") == 0) {
+            restarts_of_steady += item.starts - 1;
+        } else {
+            EXPECT_EQ(std::count(item.statuses.begin(), item.statuses.end(), 0),
+                      item.statuses.size() - 1)
+                << name;
+            least = std::min(least, item.ended.size());
+            passes += item.ended.size();
+        }
+    }
+    EXPECT_EQ(restarts_of_steady, 0U);
+    Add("passes of 100 items that end at once", passes);
+    Add("passes of the slowest of them", least);
+    Add("lines in the log", log.lines);
+    Add("lines that are not understood", log.not_understood.size());
+    Add("restarts of 20 steady items", restarts_of_steady);
+}
+
+TEST_F(Soak, StartsAndStopsLeaveNoProcessBehind) {
+    int const cycles = NumberFromEnvironment("SOAK_CYCLES", 1000);
+    ASSERT_GT(cycles, 0);
+    std::string const list = List({SteadyItem("a"), SteadyItem("b"), SteadyItem("c")});
+    std::vector<pid_t> const before = AllProcesses();
+    auto const begin = Watch::Clock::now();
+    for (int i = 0; i < cycles && !HasFailure(); ++i) {
+        std::filesystem::remove(starts);
+        std::filesystem::remove(log_file);
+        Start(list);
+        ASSERT_TRUE(WaitFor([this] { return Recorded(starts).size() == 3; }));
+        ASSERT_TRUE(WaitUntilAllWait(3));
+        EXPECT_EQ(Stop(), "exit 1");
+        EXPECT_EQ(AllProcesses(), before);
+        LauncherLog const log = ReadLauncherLog(log_file, launcher->Pid());
+        EXPECT_THAT(log.not_understood, IsEmpty());
+        EXPECT_THAT(log.items, SizeIs(3));
+        for (auto const& [name, item] : log.items) {
+            EXPECT_EQ(item.ended, Recorded(starts).at(name));
+            EXPECT_THAT(item.statuses, ElementsAre(SIGKILL));
+        }
+    }
+    EXPECT_THAT(system_log.Received(), IsEmpty());
+    Add("starts and stops of a launcher with 3 items", static_cast<std::size_t>(cycles));
+    Add("time for them", Watch::Clock::now() - begin);
+    Add("processes left behind", AllProcesses().size() - before.size());
+}
+
+}  // namespace
