@@ -7,6 +7,10 @@ set(documents ${prefix}/share/doc/${CPACK_PACKAGE_NAME})
 function(arrange_for_debian)
   file(MAKE_DIRECTORY ${prefix}/lib/tamlin ${prefix}/bin)
   file(RENAME ${prefix}/Tamlin.app ${prefix}/lib/tamlin/Tamlin.app)
+  # The zsh of Debian looks for those of packages here.
+  if(EXISTS ${prefix}/share/zsh/site-functions)
+    file(RENAME ${prefix}/share/zsh/site-functions ${prefix}/share/zsh/vendor-completions)
+  endif()
   set(read_all OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
   file(COPY ${CMAKE_CURRENT_LIST_DIR}/debian/tamlin-launcher DESTINATION ${prefix}/bin
     FILE_PERMISSIONS ${read_all} OWNER_EXECUTE GROUP_EXECUTE WORLD_EXECUTE)
