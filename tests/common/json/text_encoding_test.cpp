@@ -3,11 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <initializer_list>
+#include <new>
 #include <optional>
 #include <random>
 #include <stdexcept>
 #include <string>
 
+#include "tests/support/allocation_limit.h"
 #include "tests/support/utf8_oracle.h"
 
 namespace {
@@ -269,6 +271,15 @@ TEST(TextEncoding, RandomTextsAreDecodedStrictlyAndEncodeToTheSameBytes) {
             EXPECT_EQ(Encode(*wide), text) << InHex(text);
         }
     }
+}
+
+TEST(TextEncoding, LackOfMemoryIsThrownAsSuch) {
+    std::string const text(65536, 't');
+    std::wstring const wide(65536, L't');
+    AllocationLimit const limit(65536);
+    EXPECT_THROW(s2ws(text), std::bad_alloc);
+    EXPECT_THROW(ws2s(wide), std::bad_alloc);
+    EXPECT_THROW(wchar2utf8(wide.c_str()), std::bad_alloc);
 }
 
 }  // namespace
