@@ -32,7 +32,9 @@ class WideMemoryStream {
     bool Close() {
         std::FILE* const closed = stream;
         stream = nullptr;
-        return closed != nullptr && std::fclose(closed) == 0;
+        // Without memory for the text's last form the stream closes well, and there is
+        // none.
+        return closed != nullptr && std::fclose(closed) == 0 && text != nullptr;
     }
 
     // What was written, with a NUL behind it; call it after Close.
