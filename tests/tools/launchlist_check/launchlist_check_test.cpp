@@ -1,0 +1,190 @@
+// The program as a user runs it: files, output, exit codes.
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <json/reader.h>
+#include <unistd.h>
+
+#include <memory>
+
+#include "tests/support/files.h"
+#include "tests/support/process.h"
+#include "tests/tools/run_tool.h"
+
+namespace {
+
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+std::string const kRight = R"({"0": {"name": "a", "program": "/bin/sh"}})";
+std::string const kWarned = R"({"0": {"name": "a", "program": "/bin/sh", "x": 1}})";
+std::string const kWrong = R"({"0": {"program": "/bin/sh"}})";
+
+class LaunchlistCheck : public testing::Test {
+  protected:
+    static ToolRun Run(std::vector<std::string> arguments,
+                       std::string const& input = "") {
+        arguments.insert(arguments.begin(), LAUNCHLIST_CHECK);
+        return RunTool(arguments, input);
+    }
+
+    static Json::Value Parse(std::string const& text) {
+        Json::Value value;
+        std::string errors;
+        std::unique_ptr<Json::CharReader> const reader(
+            Json::CharReaderBuilder().newCharReader());
+        EXPECT_TRUE(
+            reader->parse(text.data(), text.data() + text.size(), &value, &errors))
+            << errors;
+        return value;
+    }
+
+    TempDirectory const directory;
+    std::string const right = directory.Write("right.json", kRight);
+    std::string const warned = directory.Write("warned.json", kWarned);
+    std::string const wrong = directory.Write("wrong.json", kWrong);
+};
+
+TEST_F(LaunchlistCheck, SaysOkOfARightListAndEndsWithZero) {
+    ToolRun const run = Run({right});
+    EXPECT_EQ(run.end, "exit 0");
+    EXPECT_EQ(run.output, "ok: 1 programs\n");
+    EXPECT_EQ(run.errors, "");
+}
+
+TEST_F(LaunchlistCheck, WarningsLeaveTheExitCodeZeroUnlessTheyAreStrict) {
+    std::string const line =
+        warned +
+        ": item \"0\" (a): warning: the member \"x\" means nothing to "
+        "the launcher [unknown-member]\n";
+    ToolRun run = Run({warned});
+    EXPECT_EQ(run.output, line);
+    EXPECT_EQ(run.end, "exit 0");
+    run = Run({"--strict", warned});
+    EXPECT_EQ(run.output, line);
+    EXPECT_EQ(run.end, "exit 1");
+    EXPECT_EQ(Run({"--strict", right}).end, "exit 0");
+}
+
+TEST_F(LaunchlistCheck, AnErrorGivesOne) {
+    ToolRun const run = Run({wrong});
+    EXPECT_EQ(run.output, wrong +
+                              ": item \"0\": error: no \"name\": the launcher skips the "
+                              "item [no-name]\n");
+    EXPECT_EQ(run.end, "exit 1");
+}
+
+TEST_F(LaunchlistCheck, ChecksSeveralFilesInTheirOrder) {
+    ToolRun const run = Run({right, directory.Path() / "missing", right});
+    EXPECT_EQ(run.output,
+              right + ": ok: 1 programs\n" + directory.Path().string() +
+                  "/missing: error: this cannot be opened: No such file or "
+                  "directory: the launcher ends without a word, with exit code "
+                  "0 [unreadable]\n" +
+                  right + ": ok: 1 programs\n");
+    EXPECT_EQ(run.end, "exit 1");
+}
+
+TEST_F(LaunchlistCheck, ADashIsTheStandardInput) {
+    EXPECT_EQ(Run({"-"}, kRight).output, "ok: 1 programs\n");
+    ToolRun const run = Run({"-"}, "{");
+    EXPECT_THAT(run.output, StartsWith("<stdin>:1:2: error: this is not JSON: "));
+    EXPECT_EQ(run.end, "exit 1");
+}
+
+TEST_F(LaunchlistCheck, AFileNameCannotForgeALine) {
+    std::string const path = directory.Write("a\nok: 7 programs", kWrong);
+    EXPECT_THAT(Lines(Run({path}).output),
+                ElementsAre(AllOf(HasSubstr("a\\x0Aok: 7 programs: item"))));
+}
+
+TEST_F(LaunchlistCheck, PrintsJsonForMachines) {
+    ToolRun const run = Run({"--json", right, wrong, "-"}, "{\n\"\xC3\xA9\xFF\": }");
+    EXPECT_EQ(run.end, "exit 1");
+    EXPECT_EQ(Lines(run.output).size(), 1U);
+    Json::Value const files = Parse(run.output)["files"];
+    ASSERT_EQ(files.size(), 3U);
+    EXPECT_EQ(files[0]["file"], right);
+    EXPECT_EQ(files[0]["programs"], 1);
+    EXPECT_EQ(files[0]["errors"], 0);
+    EXPECT_EQ(files[0]["warnings"], 0);
+    EXPECT_EQ(files[0]["findings"], Json::Value(Json::arrayValue));
+    Json::Value finding = files[1]["findings"][0];
+    EXPECT_EQ(files[1]["errors"], 1);
+    EXPECT_EQ(files[1]["programs"], 0);
+    EXPECT_EQ(finding["severity"], "error");
+    EXPECT_EQ(finding["kind"], "no-name");
+    EXPECT_EQ(finding["item"], "0");
+    EXPECT_EQ(finding["message"], "no \"name\": the launcher skips the item");
+    EXPECT_FALSE(finding.isMember("line"));
+    EXPECT_FALSE(finding.isMember("name"));
+    finding = files[2]["findings"][0];
+    EXPECT_EQ(files[2]["file"], "<stdin>");
+    EXPECT_EQ(finding["kind"], "not-json");
+    EXPECT_EQ(finding["line"], 2);
+    EXPECT_EQ(finding["column"], 7);
+    EXPECT_FALSE(finding.isMember("item"));
+}
+
+TEST_F(LaunchlistCheck, JsonCountsAndNames) {
+    Json::Value const file = Parse(Run({"--json", warned}).output)["files"][0];
+    EXPECT_EQ(file["errors"], 0);
+    EXPECT_EQ(file["warnings"], 1);
+    EXPECT_EQ(file["programs"], 1);
+    EXPECT_EQ(file["findings"][0]["name"], "a");
+    EXPECT_EQ(file["findings"][0]["severity"], "warning");
+}
+
+TEST_F(LaunchlistCheck, AWrongCommandLineGivesTwo) {
+    ToolRun run = Run({});
+    EXPECT_EQ(run.end, "exit 2");
+    EXPECT_EQ(run.output, "");
+    EXPECT_EQ(run.errors,
+              "launchlist-check: no launch list is named; --help tells more\n");
+    run = Run({"--jsn", right});
+    EXPECT_EQ(run.end, "exit 2");
+    EXPECT_EQ(run.output, "");
+    EXPECT_EQ(run.errors, "launchlist-check: unknown option --jsn; --help tells more\n");
+}
+
+TEST_F(LaunchlistCheck, TellsItsUseAndItsVersion) {
+    for (char const* const option : {"--help", "-h"}) {
+        ToolRun const run = Run({option});
+        EXPECT_EQ(run.end, "exit 0");
+        EXPECT_THAT(
+            run.output,
+            AllOf(StartsWith("launchlist-check [--json] [--strict] LIST.json...\n"),
+                  HasSubstr("Examples:")));
+        EXPECT_EQ(run.errors, "");
+    }
+    EXPECT_EQ(Run({"--version"}).output, "launchlist-check " VERSION "\n");
+}
+
+TEST_F(LaunchlistCheck, OutputThatCannotBeWrittenIsAnError) {
+    for (std::vector<std::string> const& arguments :
+         {std::vector<std::string>{right}, std::vector<std::string>{"--help"}}) {
+        std::vector<std::string> all = {LAUNCHLIST_CHECK};
+        all.insert(all.end(), arguments.begin(), arguments.end());
+        std::string const errors = directory.Write("errors", "");
+        Process tool(all, [&errors] {
+            dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO);
+            dup2(open(errors.c_str(), O_WRONLY), STDERR_FILENO);
+        });
+        EXPECT_EQ(tool.WaitForEnd(), "exit 1");
+        EXPECT_EQ(ReadFile(errors),
+                  "launchlist-check: the output could not be written: No "
+                  "space left on device\n");
+    }
+}
+
+TEST_F(LaunchlistCheck, ReadsAPipe) {
+    Process tool({"/bin/sh", "-c",
+                  "printf '{}' | '" LAUNCHLIST_CHECK "' /dev/stdin >'" +
+                      (directory.Path() / "output").string() + "'"});
+    EXPECT_EQ(tool.WaitForEnd(), "exit 0");
+    EXPECT_THAT(ReadFile(directory.Path() / "output"), HasSubstr("[no-items]"));
+}
+
+}  // namespace

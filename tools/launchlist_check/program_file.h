@@ -1,0 +1,18 @@
+// Will the system execute a file?
+//
+//   WhyNotExecutable("/bin/sh")       -> ""
+//   WhyNotExecutable("/nonexistent")  -> "No such file or directory"
+//   WhyNotExecutable("/tmp")          -> "it is a directory"
+
+#ifndef TOOLS_LAUNCHLIST_CHECK_PROGRAM_FILE_H
+#define TOOLS_LAUNCHLIST_CHECK_PROGRAM_FILE_H
+
+#include <string>
+
+// Returns why an execv of `path` by the user of this process would fail, in printable
+// words, and nothing if there is no reason in sight: the file is there, may be executed,
+// and is neither empty nor a script that names no interpreter, or none that may be
+// executed. Nothing is executed; the beginning of the file is read.
+std::string WhyNotExecutable(std::string const& path);
+
+#endif

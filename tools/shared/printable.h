@@ -1,0 +1,28 @@
+// Strangers' text, made fit for a line of output.
+//
+//   Printable("caf\xC3\xA9")            -> "café"
+//   Printable("a\nerror: b")            -> "a\x0Aerror: b", on one line
+//   Printable("caf\xE9")                -> "caf\xE9", the four characters \xE9
+//   Quoted("agent")                     -> "\"agent\""
+//
+// May be called from any thread.
+
+#ifndef TOOLS_SHARED_PRINTABLE_H
+#define TOOLS_SHARED_PRINTABLE_H
+
+#include <cstddef>
+#include <string>
+
+// Returns `text` with the bytes in the form \x0A that could forge a line or confuse a
+// terminal: control characters, line and paragraph separators, characters that turn the
+// direction of writing, and what is not UTF-8. The result is UTF-8.
+std::string Printable(std::string const& text);
+
+// The same, between quotation marks.
+std::string Quoted(std::string const& text);
+
+// The number of characters of `text`, in which the bytes that continue one in UTF-8 do
+// not count.
+std::size_t CountCharacters(std::string const& text);
+
+#endif
