@@ -53,8 +53,8 @@ class ByteSource {
 
     // A name, often one of a few so that it is found again.
     std::string Name() {
-        char const* const names[] = {"a", "b", "0", "1", "a/b", "", "\xC3\xA9"};
-        unsigned const choice = Choice(8);
+        char const* const names[] = {"a", "b", "0", "1", "a/b", "", "\xC3\xA9", "a.*"};
+        unsigned const choice = Choice(9);
         return choice < std::size(names) ? names[choice] : Text().c_str();
     }
 

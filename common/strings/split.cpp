@@ -4,11 +4,21 @@
 
 namespace {
 
+// The cutting that std::regex_token_iterator should do. Some standard libraries lose text
+// where the expression matches the empty text.
 template <typename Text, typename Regex>
 std::vector<Text> SplitAtMatches(Text const& text, Regex const& separator) {
-    using Pieces = std::regex_token_iterator<typename Text::const_iterator>;
-    int const between_matches = -1;
-    return {Pieces(text.begin(), text.end(), separator, between_matches), Pieces()};
+    using Matches = std::regex_iterator<typename Text::const_iterator>;
+    std::vector<Text> pieces;
+    auto begin = text.begin();
+    for (Matches match(begin, text.end(), separator); match != Matches(); ++match) {
+        pieces.emplace_back(begin, (*match)[0].first);
+        begin = (*match)[0].second;
+    }
+    if (begin != text.end() || pieces.empty()) {
+        pieces.emplace_back(begin, text.end());
+    }
+    return pieces;
 }
 
 template <typename Text, typename Transform>

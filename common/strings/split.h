@@ -36,7 +36,8 @@
 // Cuts `text` at every match of `separator` and returns what lies between the matches,
 // in order. A piece before a match is kept even if it is empty; the piece after the last
 // match is kept only if it is not. Text without a match, the empty text included, is
-// one piece.
+// one piece. An expression that matches the empty text cuts in front of every character,
+// the first included.
 //
 // The standard library's matcher recurses for repetitions: an expression such as ".*"
 // on a text of some 100,000 characters can exhaust the stack.

@@ -115,6 +115,13 @@ TEST(Split, TextWithoutAMatchIsOnePiece) {
     EXPECT_THAT(SplitAt("/", ""), ElementsAre(""));
 }
 
+TEST(Split, AnExpressionThatMatchesTheEmptyTextCutsInFrontOfEveryCharacter) {
+    EXPECT_THAT(SplitAt("", "abc"), ElementsAre("", "a", "b", "c"));
+    EXPECT_THAT(SplitAt("", ""), ElementsAre(""));
+    EXPECT_THAT(SplitAt("b*", "abbc"), ElementsAre("", "a", "", "c"));
+    EXPECT_THAT(SplitAt(L"", L"abc"), ElementsAre(L"", L"a", L"b", L"c"));
+}
+
 TEST(Split, TheSeparatorIsAnExpressionOfTheCallersGrammar) {
     EXPECT_THAT(SplitAt("[,;]+", "a,;b;c"), ElementsAre("a", "b", "c"));
     EXPECT_THAT(split("aXbxc", std::regex("x", std::regex::icase)),
