@@ -41,6 +41,20 @@ std::istringstream StatOf(pid_t pid) {
                                                             : stat.substr(name_end + 1));
 }
 
+// Returns the numbers that are names in a directory; none if it is gone.
+std::vector<pid_t> NumbersIn(std::filesystem::path const& directory) {
+    std::vector<pid_t> numbers;
+    std::error_code error;
+    for (auto const& entry : std::filesystem::directory_iterator(directory, error)) {
+        std::string const name = entry.path().filename();
+        if (std::all_of(name.begin(), name.end(),
+                        [](unsigned char c) { return std::isdigit(c) != 0; })) {
+            numbers.push_back(std::stoi(name));
+        }
+    }
+    return numbers;
+}
+
 bool IsFutexWait(SystemCall const& call, unsigned long flags) {
     return call.number == SYS_futex &&
            (call.arguments[1] & ~FUTEX_CLOCK_REALTIME) == (FUTEX_WAIT_BITSET | flags);
@@ -100,15 +114,7 @@ std::string Process::WaitForEnd() {
 }
 
 std::vector<pid_t> AllProcesses() {
-    std::vector<pid_t> processes;
-    for (auto const& entry : std::filesystem::directory_iterator("/proc")) {
-        std::string const name = entry.path().filename();
-        if (std::all_of(name.begin(), name.end(),
-                        [](unsigned char c) { return std::isdigit(c) != 0; })) {
-            processes.push_back(std::stoi(name));
-        }
-    }
-    return processes;
+    return NumbersIn("/proc");
 }
 
 char StateOf(pid_t pid) {
@@ -127,6 +133,20 @@ pid_t ParentOf(pid_t pid) {
     pid_t parent = 0;
     StatOf(pid) >> state >> parent;
     return parent;
+}
+
+std::vector<pid_t> SessionMembers(pid_t session) {
+    std::vector<pid_t> processes = AllProcesses();
+    processes.erase(std::remove_if(processes.begin(), processes.end(),
+                                   [session](pid_t pid) {
+                                       return IsGone(pid) || getsid(pid) != session;
+                                   }),
+                    processes.end());
+    return processes;
+}
+
+std::vector<pid_t> ThreadsOf(pid_t pid) {
+    return NumbersIn("/proc/" + std::to_string(pid) + "/task");
 }
 
 SystemCall SystemCallOf(pid_t process, pid_t thread) {
@@ -152,6 +172,13 @@ bool WaitsForCondition(SystemCall const& call) {
 // the kernel notifies it.
 bool WaitsForThread(SystemCall const& call) {
     return IsFutexWait(call, 0);
+}
+
+bool WaitsForLock(SystemCall const& call) {
+    unsigned long const no_deadline = 0;
+    return call.number == SYS_futex &&
+           call.arguments[1] == (FUTEX_WAIT | FUTEX_PRIVATE_FLAG) &&
+           call.arguments[3] == no_deadline;
 }
 
 uid_t LimitedUser() {

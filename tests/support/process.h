@@ -56,6 +56,12 @@ bool IsGone(pid_t pid);
 // Returns the parent of a process, 0 if it is gone.
 pid_t ParentOf(pid_t pid);
 
+// Returns the processes of a session, zombies apart.
+std::vector<pid_t> SessionMembers(pid_t session);
+
+// Returns the threads of a process; none if it is gone.
+std::vector<pid_t> ThreadsOf(pid_t pid);
+
 // What a thread waits in: the number of a system call and its arguments. The number is -1
 // if the thread runs, or is gone.
 struct SystemCall {
@@ -68,6 +74,9 @@ SystemCall SystemCallOf(pid_t process, pid_t thread);
 // for the end of another thread.
 bool WaitsForCondition(SystemCall const& call);
 bool WaitsForThread(SystemCall const& call);
+
+// The same for a lock that another thread holds.
+bool WaitsForLock(SystemCall const& call);
 
 // A user who is not root and has no processes but this test's: the system counts a
 // user's processes over all namespaces, and tests run side by side.

@@ -1,0 +1,341 @@
+// SIGTERM at every moment of the start.
+//
+// The handler stops programs, frees memory and joins threads in signal context, on
+// whichever thread the system gives the signal to, whatever main is doing. What comes of
+// it depends on the moment. All that may come is told apart here by what the launcher was
+// seen to do, and counted.
+
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <iostream>
+#include <map>
+#include <mutex>
+#include <sstream>
+#include <thread>
+
+#include "tests/support/launcher_fixture.h"
+#include "tests/support/observations.h"
+#include "tests/support/sanitizers.h"
+#include "tests/support/wait_for.h"
+
+namespace {
+
+using std::chrono::microseconds;
+using std::chrono::steady_clock;
+
+// The system ends the launcher that has not installed its handler.
+constexpr char kEndsByDefault[] = "ended by SIGTERM before it had its handler";
+
+// Every program was stopped, and main was woken.
+constexpr char kEndsWithOne[] = "ended with 1";
+
+// The handler had come and gone before main waited. What it found was stopped, and the
+// notification was lost.
+constexpr char kNeedsSecond[] = "ended with 1 after a second SIGTERM";
+
+// A supervisor had not forked yet: its process id was 0.
+constexpr char kKillsGroup[] = "killed its own process group";
+
+// While main starts a thread it takes no signals, and another thread that comes back from
+// the midst of fork can be quicker than main at any time. The handler then runs on a
+// supervising thread. It cannot wait for its own end, which ends the launcher; ...
+constexpr char kAborts[] = "aborted in the handler on a supervising thread";
+constexpr char kAbortsInFork[] =
+    "aborted in the handler on a supervising thread inside fork";
+
+// ... inside fork that thread holds locks that the others need to end; ...
+constexpr char kHangsInFork[] = "hung in the handler on a supervising thread inside fork";
+
+// ... and main may add to the table while that thread clears it, which has no lock.
+constexpr char kLosesItems[] =
+    "ended with 1 and left what main added while another thread cleared the table";
+constexpr char kCrashes[] =
+    "crashed when main added to the table while another thread cleared it";
+
+// A launcher in a session of its own, beside a process that ends with its group alone.
+class ObservedRun {
+  public:
+    ObservedRun(std::vector<std::string> const& arguments,
+                std::filesystem::path const& file)
+        : observations(file),
+          launcher(arguments, [&file] { Prepare(file); }),
+          begin(steady_clock::now()) {}
+
+    // Ends all that is left of the session.
+    ~ObservedRun() {
+        kill(-launcher.Pid(), SIGKILL);
+        launcher.WaitForEnd();
+        EXPECT_TRUE(WaitFor([this] { return CountProcesses() == 0; }));
+    }
+    ObservedRun(ObservedRun const&) = delete;
+    ObservedRun& operator=(ObservedRun const&) = delete;
+
+    pid_t Pid() const { return launcher.Pid(); }
+
+    // Sends SIGTERM this long after the start, and another one if main is seen to need
+    // it. Returns what came of it, nothing if that is none of the above.
+    std::string Stop(microseconds delay) {
+        std::this_thread::sleep_until(begin + delay);
+        SendSigterm();
+        WaitFor([this] {
+            if (launcher.HasEnded()) {
+                return true;
+            }
+            if (sigterms == 1 && MainWaitsInVain()) {
+                SendSigterm();
+            }
+            return IsStuckInFork();
+        });
+        if (launcher.HasEnded()) {
+            return OutcomeOfEnd();
+        }
+        return looks_at_standstill == kLooks ? kHangsInFork : "";
+    }
+
+    // Returns what is known about the launcher.
+    std::string Evidence() {
+        std::ostringstream text;
+        text << (launcher.HasEnded() ? launcher.WaitForEnd() : "still running")
+             << " after " << sigterms << " SIGTERM";
+        for (Act const& act : observations.Acts()) {
+            text << "\n  " << Describe(act);
+        }
+        for (pid_t const process : SessionMembers(Pid())) {
+            text << "\n  left: " << process << " " << StateOf(process);
+            for (pid_t const thread : ThreadsOf(process)) {
+                SystemCall const call = SystemCallOf(process, thread);
+                text << "\n    thread " << thread << " is in " << call.number;
+                for (unsigned long const argument : call.arguments) {
+                    text << " " << std::hex << argument << std::dec;
+                }
+            }
+        }
+        return text.str();
+    }
+
+  private:
+    static constexpr int kLooks = 100;
+
+    static void Prepare(std::filesystem::path const& file) {
+        rlimit const no_core = {0, 0};
+        setrlimit(RLIMIT_CORE, &no_core);
+        setenv(Observations::kVariable, file.c_str(), 1);
+        // What is lost or spoilt in the table is an outcome here, and no finding.
+        char const* const options = std::getenv("ASAN_OPTIONS");
+        setenv("ASAN_OPTIONS",
+               (std::string(options != nullptr ? options : "") +
+                ":detect_leaks=0:log_path=" + file.string() + ".report")
+                   .c_str(),
+               1);
+        if (fork() == 0) {
+            for (;;) {
+                pause();
+            }
+        }
+    }
+
+    void SendSigterm() {
+        launcher.Signal(SIGTERM);
+        ++sigterms;
+    }
+
+    std::size_t CountProcesses() const { return SessionMembers(Pid()).size(); }
+
+    static int Count(std::vector<Act> const& acts, ActKind kind) {
+        return static_cast<int>(
+            std::count_if(acts.begin(), acts.end(),
+                          [kind](Act const& act) { return act.kind == kind; }));
+    }
+
+    // Returns the act by which a thread entered the handler that it has not left; one of
+    // the kind kNone if there is none.
+    static Act OpenHandler(std::vector<Act> const& acts) {
+        Act open = {};
+        for (Act const& act : acts) {
+            if (act.kind == ActKind::kHandlerBegins) {
+                open = act;
+            } else if (act.kind == ActKind::kHandlerEnds && act.thread == open.thread) {
+                open = {};
+            }
+        }
+        return open;
+    }
+
+    // Says whether main waits though the notification is over.
+    bool MainWaitsInVain() const {
+        return Count(observations.Acts(), ActKind::kHandlerEnds) == 1 &&
+               WaitsForCondition(SystemCallOf(Pid(), Pid()));
+    }
+
+    // Says whether a handler inside fork, on another thread than main, waits for a lock,
+    // or for the end of a thread that waits for one, and nothing has changed for many
+    // looks.
+    bool IsStuckInFork() {
+        std::string standstill;
+        Act const handler = OpenHandler(observations.Acts());
+        if (handler.inside_fork && handler.thread != Pid()) {
+            pid_t waiting = handler.thread;
+            SystemCall call = SystemCallOf(Pid(), waiting);
+            if (WaitsForThread(call)) {
+                // It waits for the place where the thread's id stands to change.
+                waiting = static_cast<pid_t>(call.arguments[2]);
+                call = SystemCallOf(Pid(), waiting);
+            }
+            if (WaitsForLock(call)) {
+                // The status counts how often the thread was woken.
+                standstill = ReadFile("/proc/" + std::to_string(Pid()) + "/task/" +
+                                      std::to_string(waiting) + "/status");
+            }
+        }
+        looks_at_standstill = !standstill.empty() && standstill == last_standstill
+                                  ? looks_at_standstill + 1
+                                  : 0;
+        last_standstill = standstill;
+        return looks_at_standstill == kLooks;
+    }
+
+    // Says whether main started a thread after another thread had entered the handler.
+    bool MainAddsToWhatIsCleared(std::vector<Act> const& acts) const {
+        auto const begins =
+            std::find_if(acts.begin(), acts.end(), [this](Act const& act) {
+                return act.kind == ActKind::kHandlerBegins && act.thread != Pid();
+            });
+        return std::any_of(begins, acts.end(), [this](Act const& act) {
+            return act.kind == ActKind::kHasStartedThread && act.thread == Pid();
+        });
+    }
+
+    static bool DidInHandler(std::vector<Act> const& acts, ActKind kind, long value) {
+        Act const handler = OpenHandler(acts);
+        return std::any_of(acts.begin(), acts.end(), [&](Act const& act) {
+            return act.thread == handler.thread && act.kind == kind && act.value == value;
+        });
+    }
+
+    std::string OutcomeOfExit(std::vector<Act> const& acts) const {
+        Act const handler = OpenHandler(acts);
+        // Main may wake up, and end the process, before another thread has left the
+        // handler.
+        if (Count(acts, ActKind::kHandlerBegins) != sigterms || handler.thread == Pid()) {
+            return "";
+        }
+        // What was stopped was also waited for.
+        if (CountProcesses() > 1) {
+            return MainAddsToWhatIsCleared(acts) ? kLosesItems : "";
+        }
+        return sigterms == 1 ? kEndsWithOne : kNeedsSecond;
+    }
+
+    std::string OutcomeOfEnd() {
+        std::string const end = launcher.WaitForEnd();
+        std::vector<Act> const acts = observations.Acts();
+        Act const handler = OpenHandler(acts);
+        if (end == "exit 1") {
+            return OutcomeOfExit(acts);
+        }
+        if (end == "signal 15" && sigterms == 1 &&
+            Count(acts, ActKind::kHasInstalledHandler) == 0) {
+            return kEndsByDefault;
+        }
+        if (end == "signal 9" && DidInHandler(acts, ActKind::kKills, 0) &&
+            WaitFor([this] { return CountProcesses() == 0; })) {
+            return kKillsGroup;
+        }
+        if (end == "signal 6" && handler.thread != Pid() &&
+            DidInHandler(acts, ActKind::kJoins, kItself) &&
+            DidInHandler(acts, ActKind::kAborts, 0)) {
+            return handler.inside_fork ? kAbortsInFork : kAborts;
+        }
+        // AddressSanitizer ends it before the memory it has spoilt does.
+        if ((end == "signal 11" || end == "signal 6" ||
+             (UNDER_ASAN && end == "exit 99")) &&
+            MainAddsToWhatIsCleared(acts)) {
+            return kCrashes;
+        }
+        return "";
+    }
+
+    Observations const observations;
+    Process launcher;
+    steady_clock::time_point const begin;
+    int sigterms = 0;
+    std::string last_standstill;
+    int looks_at_standstill = 0;
+};
+
+class SigtermSweep : public LauncherTest {
+  protected:
+    SigtermSweep() {
+        std::filesystem::path const app = directory.Path() / "Tamlin.app";
+        std::filesystem::copy(std::filesystem::path(BUNDLE).parent_path(), app,
+                              std::filesystem::copy_options::recursive);
+        launcher_program = app / "Contents/MacOS/launcher";
+        std::filesystem::copy_file(OBSERVED_LAUNCHER, launcher_program,
+                                   std::filesystem::copy_options::overwrite_existing);
+    }
+
+    // Stops 200 launchers with this list, from 0 to 100 ms after their starts, and tells
+    // how often each thing came of it.
+    void Sweep(std::string const& list) {
+        WriteFile(list_file, list);
+        std::vector<std::thread> lanes;
+        for (int i = 0; i < 4; ++i) {
+            lanes.emplace_back([this] { StopOneAfterTheOther(); });
+        }
+        for (std::thread& lane : lanes) {
+            lane.join();
+        }
+        for (auto const& [outcome, delays] : outcomes) {
+            auto const [first, last] = std::minmax_element(delays.begin(), delays.end());
+            std::cout << delays.size() << " " << outcome << " (" << first->count()
+                      << " to " << last->count() << " us)\n";
+            std::string key = outcome;
+            std::replace(key.begin(), key.end(), ' ', '_');
+            RecordProperty(key, static_cast<int>(delays.size()));
+        }
+    }
+
+  private:
+    void StopOneAfterTheOther() {
+        for (int number = next++; number < 200; number = next++) {
+            ObservedRun run({launcher_program, "test", list_file},
+                            directory.Path() / std::to_string(number));
+            microseconds const delay(number * 500);
+            std::string const outcome = run.Stop(delay);
+            std::lock_guard<std::mutex> const lock(mutex);
+            EXPECT_NE(outcome, "") << run.Evidence() << LinesOf(run.Pid());
+            outcomes[outcome].push_back(delay);
+        }
+    }
+
+    std::string LinesOf(pid_t pid) const {
+        std::string lines;
+        for (std::string const& line : Log()) {
+            if (line.find(" " + std::to_string(pid) + " [") != std::string::npos) {
+                lines += "\n  logged: " + line;
+            }
+        }
+        return lines;
+    }
+
+    std::atomic<int> next{0};
+    std::mutex mutex;
+    std::map<std::string, std::vector<microseconds>> outcomes;
+};
+
+TEST_F(SigtermSweep, OfProgramsThatEndAtOnce) {
+    Sweep(List({Item("a", {"--exit=0"}), Item("b", {"--exit=1"}), Item("c", {"--exit=2"}),
+                Item("d", {"--exit=3"})}));
+}
+
+TEST_F(SigtermSweep, OfSteadyPrograms) {
+    Sweep(List({Item("a"), Item("b"), Item("c"), Item("d")}));
+}
+
+}  // namespace
