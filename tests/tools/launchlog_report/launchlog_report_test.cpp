@@ -1,0 +1,436 @@
+// The program as a user runs it: logs, rotation, the table, following, exit codes.
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <json/reader.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <filesystem>
+#include <memory>
+#include <random>
+
+#include "tests/support/files.h"
+#include "tests/support/process.h"
+#include "tests/support/wait_for.h"
+#include "tests/tools/run_tool.h"
+
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+// Returns a line of a log, at a second of the minute before noon.
+std::string Line(std::string const& name, int status, int second = 0,
+                 std::string const& launcher = "181") {
+    return "2026-11-21T11:59:" + std::string(second < 10 ? "0" : "") +
+           std::to_string(second) + ".000Z ERROR " + launcher + " [LAUNCHER  ] " + name +
+           " 187 is killed. ret = 187, status = " + std::to_string(status) + "\n";
+}
+
+class LaunchlogReport : public testing::Test {
+  protected:
+    static ToolRun Run(std::vector<std::string> arguments,
+                       std::string const& input = "") {
+        arguments.insert(arguments.begin(), LAUNCHLOG_REPORT);
+        return RunTool(arguments, input);
+    }
+
+    // Returns the report at noon as JSON.
+    static Json::Value Items(std::vector<std::string> arguments,
+                             std::string const& input = "") {
+        arguments.insert(arguments.begin(), {"--json", "--now", "2026-11-21T12:00:00Z"});
+        return Parse(Run(arguments, input).output)["items"];
+    }
+
+    static Json::Value Parse(std::string const& text) {
+        Json::Value value;
+        std::string errors;
+        std::unique_ptr<Json::CharReader> const reader(
+            Json::CharReaderBuilder().newCharReader());
+        EXPECT_TRUE(
+            reader->parse(text.data(), text.data() + text.size(), &value, &errors))
+            << errors << text;
+        return value;
+    }
+
+    // Writes `text` to the end of a file of the directory.
+    void Append(std::string const& name, std::string const& text) const {
+        std::string const path = directory.Path() / name;
+        int const file = open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT, 0644);
+        EXPECT_EQ(write(file, text.data(), text.size()),
+                  static_cast<ssize_t>(text.size()));
+        close(file);
+    }
+
+    void Rename(std::string const& from, std::string const& to) const {
+        std::filesystem::rename(directory.Path() / from, directory.Path() / to);
+    }
+
+    TempDirectory const directory;
+    std::string const log = directory.Path() / "launcher.log";
+};
+
+TEST_F(LaunchlogReport, PrintsATable) {
+    Append("launcher.log",
+           Line("ticker", 768, 1) + Line("steady", 9, 30) +
+               "2026-11-21T11:59:40.000Z ERROR 181 [LAUNCHER  ] Failed to "
+               "fork caf\xC3\xA9\n" +
+               Line("ticker", 139, 50));
+    ToolRun const run = Run({"--now=2026-11-21T12:00:00Z", log});
+    EXPECT_EQ(
+        run.output,
+        "  NAME    RESTARTS  PER MINUTE  FIRST END             LAST END              "
+        "LAST "
+        "STATUS\n"
+        "  caf\xC3\xA9           0           0  -                     -                  "
+        "   given up: fork failed\n"
+        "  steady         0           0  2026-11-21T11:59:30Z  2026-11-21T11:59:30Z  "
+        "killed by SIGKILL\n"
+        "  ticker         2           2  2026-11-21T11:59:01Z  2026-11-21T11:59:50Z  "
+        "killed by SIGSEGV, core dumped\n");
+    EXPECT_EQ(run.errors, "");
+    EXPECT_EQ(run.end, "exit 0");
+}
+
+// The table of the help is made by this program.
+TEST_F(LaunchlogReport, MarksWhatRestartsOftenAsTheHelpShows) {
+    std::string lines;
+    for (int i = 0; i < 25; ++i) {
+        std::string line = Line("ticker", 768, i < 24 ? 48 : 38);
+        line.replace(11, 5, i < 24 ? "11:52" : "11:53");
+        lines += line;
+    }
+    std::string steady = Line("steady", 9, 39);
+    lines += steady.replace(11, 5, "11:53");
+    Append("launcher.log", lines);
+    std::string const table = Run({"--now", "2026-11-21T11:53:40Z", log}).output;
+    EXPECT_THAT(Run({"--help"}).output, HasSubstr("A table looks like this:\n\n"));
+    std::string indented;
+    for (std::string const& line : Lines(table)) {
+        indented += "  " + line + "\n";
+    }
+    EXPECT_THAT(Run({"--help"}).output, testing::EndsWith("\n\n" + indented));
+    EXPECT_EQ(Lines(table).back(), "! more than ten restarts in the last minute");
+}
+
+TEST_F(LaunchlogReport, ALogWithoutEndsSaysSo) {
+    Append("launcher.log", "hello\n");
+    EXPECT_EQ(Run({log}).output, "no program has ended\n");
+    EXPECT_EQ(Run({log}).end, "exit 0");
+    EXPECT_EQ(Run({"--json", log}).output, "{\"items\":[]}\n");
+}
+
+TEST_F(LaunchlogReport, PrintsJsonForMachines) {
+    std::string lines;
+    for (int i = 0; i < 11; ++i) {
+        lines += Line("\xC3\xA9", 768, i + 1);
+    }
+    Append("launcher.log", lines + Line("segv", 139, 7) + Line("kill", 9, 8));
+    Json::Value const items = Items({log});
+    ASSERT_EQ(items.size(), 3U);
+    Json::Value const& kill = items[0];
+    EXPECT_EQ(kill["name"], "kill");
+    EXPECT_EQ(kill["ends"], 1);
+    EXPECT_EQ(kill["restarts"], 0);
+    EXPECT_EQ(kill["last_status"]["signal_name"], "SIGKILL");
+    EXPECT_EQ(kill["last_status"]["core_dumped"], false);
+    Json::Value const& segv = items[1];
+    EXPECT_EQ(segv["last_status"]["signal"], 11);
+    EXPECT_EQ(segv["last_status"]["core_dumped"], true);
+    EXPECT_EQ(segv["last_status"]["wait_status"], 139);
+    EXPECT_FALSE(segv["last_status"].isMember("exit_code"));
+    EXPECT_EQ(segv["last_status_text"], "killed by SIGSEGV, core dumped");
+    EXPECT_EQ(segv["restarts_often"], false);
+    Json::Value const& often = items[2];
+    EXPECT_EQ(often["name"], "\xC3\xA9");
+    EXPECT_EQ(often["restarts"], 11);
+    EXPECT_EQ(often["restarts_per_minute"], 11);
+    EXPECT_EQ(often["restarts_often"], true);
+    EXPECT_EQ(often["first_end"], "2026-11-21T11:59:01Z");
+    EXPECT_EQ(often["last_end"], "2026-11-21T11:59:11Z");
+    EXPECT_EQ(often["last_status"]["exit_code"], 3);
+    EXPECT_FALSE(often["last_status"].isMember("signal"));
+    EXPECT_EQ(often["given_up"], false);
+}
+
+TEST_F(LaunchlogReport, JsonHasNullForWhatIsNotKnown) {
+    Append("launcher.log", "[LAUNCHER  ] a 7 is killed. ret = -1, status = 0\n");
+    Json::Value const items = Items({log});
+    ASSERT_EQ(items.size(), 1U);
+    EXPECT_EQ(items[0]["restarts"], 1);
+    for (char const* const member :
+         {"restarts_per_minute", "first_end", "last_end", "last_status"}) {
+        EXPECT_TRUE(items[0].isMember(member) && items[0][member].isNull()) << member;
+    }
+}
+
+TEST_F(LaunchlogReport, ANameCannotForgeALine) {
+    Append("launcher.log", Line("a\x1B[2J\rb\xFF", 0));
+    EXPECT_THAT(Run({log}).output, HasSubstr("\n  a\\x1B[2J\\x0Db\\xFF "));
+}
+
+TEST_F(LaunchlogReport, ReadsRotatedAndPackedFilesFromTheOldestOn) {
+    Append("launcher.log.2", Line("a", 256, 1));
+    Append("launcher.log.1", Line("a", 512, 2));
+    Append("launcher.log.0", Line("a", 768, 3));
+    Append("launcher.log", Line("a", 1024, 4));
+    Process gzip({"/usr/bin/env", "gzip", log + ".2", log + ".1"});
+    ASSERT_EQ(gzip.WaitForEnd(), "exit 0");
+    ASSERT_FALSE(std::filesystem::exists(log + ".1"));
+    Json::Value const items = Items({log});
+    EXPECT_EQ(items[0]["restarts"], 4);
+    EXPECT_EQ(items[0]["first_end"], "2026-11-21T11:59:01Z");
+    EXPECT_EQ(items[0]["last_status"]["exit_code"], 4);
+}
+
+TEST_F(LaunchlogReport, ReadsNoFileTwice) {
+    Append("launcher.log", Line("a", 256, 2));
+    Append("launcher.log.0", Line("a", 256, 1));
+    std::string const link = directory.Path() / "link";
+    std::filesystem::create_symlink(log, link);
+    for (std::vector<std::string> const& logs :
+         {std::vector<std::string>{log, log + ".0"},
+          {log + ".0", log},
+          {log, log, link}}) {
+        EXPECT_EQ(Items(logs)[0]["restarts"], 2);
+    }
+    EXPECT_EQ(Items({log + ".0"})[0]["restarts"], 1);
+}
+
+TEST_F(LaunchlogReport, ReadsAPathWithEveryCharacterOfTheShell) {
+    std::string const name = "a 'b\" $(touch x) `y`; & *\\.log";
+    Append(name, "");
+    Append(name + ".1", Line("a", 256));
+    std::string const path = directory.Path() / name;
+    Process gzip({"/usr/bin/env", "gzip", path + ".1"});
+    ASSERT_EQ(gzip.WaitForEnd(), "exit 0");
+    EXPECT_EQ(Items({path})[0]["restarts"], 1);
+}
+
+TEST_F(LaunchlogReport, SeveralLogsMakeOneReport) {
+    Append("launcher.log", Line("a", 256) + Line("b", 256));
+    Append("other.log", Line("a", 256));
+    Json::Value const items = Items({log, directory.Path() / "other.log"});
+    EXPECT_EQ(items[0]["restarts"], 2);
+    EXPECT_EQ(items[1]["restarts"], 1);
+}
+
+TEST_F(LaunchlogReport, ADashIsTheStandardInput) {
+    EXPECT_EQ(Items({"-"}, Line("a", 256) + "no line feed " + Line("b", 0))[1]["name"],
+              "b");
+}
+
+TEST_F(LaunchlogReport, ALastLineWithoutALineFeedCounts) {
+    std::string const line = Line("a", 256);
+    Append("launcher.log", line.substr(0, line.size() - 1));
+    EXPECT_EQ(Items({log})[0]["restarts"], 1);
+}
+
+TEST_F(LaunchlogReport, AJustRotatedLogNeedNotBeThere) {
+    Append("launcher.log.0", Line("a", 256));
+    ToolRun const run = Run({log});
+    EXPECT_EQ(run.end, "exit 0");
+    EXPECT_EQ(run.errors, "");
+    EXPECT_THAT(run.output, HasSubstr("  a "));
+}
+
+TEST_F(LaunchlogReport, WhatCannotBeReadIsSaidAndTheRestReported) {
+    Append("launcher.log", Line("a", 256));
+    Append("launcher.log.1.gz", "this is not packed");
+    ToolRun const run = Run({directory.Path() / "missing.log", log, directory.Path()});
+    EXPECT_EQ(run.end, "exit 1");
+    EXPECT_THAT(
+        run.errors,
+        AllOf(HasSubstr("launchlog-report: " + directory.Path().string() +
+                        "/missing.log: No such file or directory\n"),
+              HasSubstr("launchlog-report: " + log + ".1.gz: \"gzip -dc\" failed\n"),
+              HasSubstr("launchlog-report: " + directory.Path().string() +
+                        ": Is a directory\n")));
+    EXPECT_THAT(run.output, HasSubstr("  a "));
+}
+
+TEST_F(LaunchlogReport, AWrongCommandLineGivesTwo) {
+    struct {
+        std::vector<std::string> arguments;
+        char const* message;
+    } const cases[] = {
+        {{"--folow"}, "unknown option --folow"},
+        {{"--now"}, "--now needs a value"},
+        {{"--now", "noon"}, "--now takes a time like 2026-11-21T12:00:00Z"},
+        {{"--follow", "-"}, "the standard input cannot be followed"},
+    };
+    for (auto const& [arguments, message] : cases) {
+        ToolRun const run = Run(arguments);
+        EXPECT_EQ(run.end, "exit 2");
+        EXPECT_EQ(run.output, "");
+        EXPECT_EQ(run.errors,
+                  "launchlog-report: " + std::string(message) + "; --help tells more\n");
+    }
+}
+
+TEST_F(LaunchlogReport, TellsItsUseAndItsVersion) {
+    for (char const* const option : {"--help", "-h"}) {
+        ToolRun const run = Run({option});
+        EXPECT_EQ(run.end, "exit 0");
+        EXPECT_THAT(run.output, AllOf(StartsWith("launchlog-report [--follow] [--json] "),
+                                      HasSubstr("Examples:")));
+    }
+    EXPECT_EQ(Run({"--version"}).output, "launchlog-report " VERSION "\n");
+}
+
+TEST_F(LaunchlogReport, OutputThatCannotBeWrittenIsAnError) {
+    Append("launcher.log", Line("a", 0));
+    for (std::string const option : {"--json", "--follow", "--help"}) {
+        Process tool({LAUNCHLOG_REPORT, option, log},
+                     [] { dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO); });
+        EXPECT_EQ(tool.WaitForEnd(), "exit 1");
+    }
+}
+
+TEST_F(LaunchlogReport, ArbitraryLogsAreReadToTheirEnd) {
+    std::mt19937 random(1);
+    std::string bytes;
+    for (int i = 0; i < 3000; ++i) {
+        std::string line = Line("agent " + std::to_string(i % 7), i, i % 60);
+        for (int n = i % 5; n > 0; --n) {
+            line[random() % line.size()] = static_cast<char>(random() % 256);
+        }
+        bytes += line;
+    }
+    bytes += std::string(3'000'000, '[') + Line("last", 0);
+    Append("launcher.log", bytes);
+    ToolRun const run = Run({log});
+    EXPECT_EQ(run.end, "exit 0");
+    EXPECT_EQ(Run({"--json", log}).end, "exit 0");
+    EXPECT_GT(Items({log}).size(), 7U);
+}
+
+// Follows the log with the output in a file.
+class LaunchlogReportFollowing : public LaunchlogReport {
+  protected:
+    void Follow(std::vector<std::string> arguments = {"--json"}) {
+        arguments.insert(arguments.begin(),
+                         {LAUNCHLOG_REPORT, "--now", "2026-11-21T12:00:00Z", "--follow"});
+        arguments.push_back(log);
+        std::string const path = output;
+        WriteFile(output, "");
+        tool = std::make_unique<Process>(arguments, [path] {
+            dup2(open(path.c_str(), O_WRONLY | O_APPEND), STDOUT_FILENO);
+        });
+    }
+
+    // Waits until the last report has this number of restarts of "a".
+    bool WaitForRestarts(int restarts) {
+        return WaitFor([&] {
+            std::vector<std::string> const reports = Lines(ReadFile(output));
+            return !reports.empty() && !tool->HasEnded() &&
+                   Parse(reports.back())["items"][0]["restarts"] == restarts;
+        });
+    }
+
+    std::string const output = directory.Path() / "output";
+    std::unique_ptr<Process> tool;
+};
+
+TEST_F(LaunchlogReportFollowing, ReportsWhatIsAppended) {
+    Append("launcher.log", Line("a", 256));
+    Follow();
+    EXPECT_TRUE(WaitForRestarts(1));
+    Append("launcher.log", Line("a", 256));
+    EXPECT_TRUE(WaitForRestarts(2));
+    // A line counts when it is complete.
+    std::string const line = Line("a", 256) + Line("a", 512);
+    Append("launcher.log", line.substr(0, line.size() - 20));
+    EXPECT_TRUE(WaitForRestarts(3));
+    Append("launcher.log", line.substr(line.size() - 20));
+    EXPECT_TRUE(WaitForRestarts(4));
+    // Each change made one report.
+    EXPECT_EQ(Lines(ReadFile(output)).size(), 4U);
+}
+
+TEST_F(LaunchlogReportFollowing, GoesOnThroughRotations) {
+    Append("launcher.log.0", Line("a", 256));
+    Append("launcher.log", Line("a", 256));
+    Follow();
+    EXPECT_TRUE(WaitForRestarts(2));
+    Rename("launcher.log", "launcher.log.0");
+    Append("launcher.log.0", Line("a", 256));
+    Append("launcher.log", Line("a", 256));
+    EXPECT_TRUE(WaitForRestarts(4));
+    Rename("launcher.log", "launcher.log.0");
+    Append("launcher.log.0", Line("a", 256));
+    EXPECT_TRUE(WaitForRestarts(5));
+    Append("launcher.log", Line("a", 256));
+    EXPECT_TRUE(WaitForRestarts(6));
+}
+
+TEST_F(LaunchlogReportFollowing, GoesOnAfterTheLogWasEmptiedInItsPlace) {
+    Append("launcher.log", Line("a", 256) + Line("a", 256) + Line("a", 256));
+    Follow();
+    EXPECT_TRUE(WaitForRestarts(3));
+    std::filesystem::resize_file(log, 0);
+    Append("launcher.log", Line("a", 256));
+    EXPECT_TRUE(WaitForRestarts(4));
+}
+
+TEST_F(LaunchlogReportFollowing, WaitsForALogThatIsNotThereYet) {
+    Follow();
+    ASSERT_TRUE(WaitFor([this] { return ReadFile(output) == "{\"items\":[]}\n"; }));
+    Append("launcher.log", Line("a", 256));
+    EXPECT_TRUE(WaitForRestarts(1));
+}
+
+TEST_F(LaunchlogReportFollowing, ASignalEndsItWithZero) {
+    for (int const signal : {SIGINT, SIGTERM}) {
+        Follow();
+        ASSERT_TRUE(WaitFor([this] { return !ReadFile(output).empty(); }));
+        tool->Signal(signal);
+        EXPECT_EQ(tool->WaitForEnd(), "exit 0");
+    }
+}
+
+TEST_F(LaunchlogReportFollowing, TablesInAFileAreApartByAnEmptyLine) {
+    Append("launcher.log", Line("a", 256));
+    Follow({});
+    ASSERT_TRUE(WaitFor([this] { return Lines(ReadFile(output)).size() == 2; }));
+    Append("launcher.log", Line("a", 256));
+    EXPECT_TRUE(WaitFor([this] { return Lines(ReadFile(output)).size() == 5; }));
+    EXPECT_EQ(Lines(ReadFile(output)).at(2), "");
+}
+
+TEST_F(LaunchlogReportFollowing, OnATerminalEachTableIsInThePlaceOfTheLast) {
+    Append("launcher.log", Line("a", 256));
+    int const terminal = posix_openpt(O_RDWR | O_NOCTTY);
+    ASSERT_GE(terminal, 0);
+    ASSERT_EQ(grantpt(terminal), 0);
+    ASSERT_EQ(unlockpt(terminal), 0);
+    std::string const name = ptsname(terminal);
+    fcntl(terminal, F_SETFL, O_NONBLOCK);
+    tool = std::make_unique<Process>(
+        std::vector<std::string>{LAUNCHLOG_REPORT, "--follow", log},
+        [&name] { dup2(open(name.c_str(), O_RDWR | O_NOCTTY), STDOUT_FILENO); });
+    std::string shown;
+    auto const shows = [&](std::string const& text) {
+        return WaitFor([&] {
+            char bytes[4096];
+            ssize_t const length = read(terminal, bytes, sizeof bytes);
+            shown.append(bytes, static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
+            return shown.find(text) != std::string::npos;
+        });
+    };
+    std::string const clear_screen = "\033[H\033[2J";
+    EXPECT_TRUE(shows("exit 1")) << shown;
+    EXPECT_THAT(shown, StartsWith(clear_screen + "  NAME"));
+    Append("launcher.log", Line("a", 512));
+    EXPECT_TRUE(shows("exit 2")) << shown;
+    EXPECT_THAT(shown, HasSubstr(clear_screen + "  NAME"));
+    EXPECT_GT(shown.rfind(clear_screen), 0U);
+    tool->Signal(SIGINT);
+    EXPECT_EQ(tool->WaitForEnd(), "exit 0");
+    close(terminal);
+}
+
+}  // namespace

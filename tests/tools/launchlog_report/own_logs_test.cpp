@@ -1,0 +1,30 @@
+// Where logs are looked for if none is named.
+
+#include <gmock/gmock.h>
+
+#include "tests/support/passwd_record.h"
+#include "tests/tools/run_tool.h"
+
+namespace {
+
+TEST(OwnLogs, AreReadIfNoLogIsNamed) {
+    TempDirectory const home;
+    PasswdRecord const user(home.Path());
+    ToolRun run = RunTool({LAUNCHLOG_REPORT});
+    EXPECT_EQ(run.end, "exit 1");
+    EXPECT_EQ(run.output, "");
+    EXPECT_EQ(run.errors, "launchlog-report: there is no launcher log in " +
+                              home.Path().string() + "/Library/Logs; name one\n");
+
+    home.Write("Library/Logs/Tamlin/voplog/launcher.log",
+               "[LAUNCHER  ] a 7 is killed. ret = 7, status = 256\n");
+    home.Write("Library/Logs/Other/voplog/launcher.log.0",
+               "[LAUNCHER  ] b 7 is killed. ret = 7, status = 256\n");
+    run = RunTool({LAUNCHLOG_REPORT});
+    EXPECT_EQ(run.end, "exit 0");
+    EXPECT_EQ(run.errors, "");
+    EXPECT_THAT(run.output, testing::AllOf(testing::HasSubstr("\n  a "),
+                                           testing::HasSubstr("\n  b ")));
+}
+
+}  // namespace

@@ -1,0 +1,86 @@
+#include "tools/launchlog_report/time_stamp.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <ctime>
+
+namespace {
+
+// A zone of its own for local times: one hour ahead of UTC in winter, two in summer.
+class TimeStamp : public testing::Test {
+  protected:
+    TimeStamp() {
+        setenv("TZ", "XXX-1YYY,M3.5.0,M10.5.0/3", 1);
+        tzset();
+    }
+    ~TimeStamp() override {
+        unsetenv("TZ");
+        tzset();
+    }
+};
+
+constexpr Time kExample = 1795262018000;
+
+TEST_F(TimeStamp, ReadsWhatTheLoggingLibraryWrites) {
+    EXPECT_EQ(ParseTimeStamp("2026-11-21T11:53:38.837Z ERROR 181 [LAUNCHER  ] x"),
+              kExample + 837);
+    EXPECT_EQ(ParseTimeStamp("1970-01-01T00:00:00.000Z"), 0);
+    EXPECT_EQ(ParseTimeStamp("2024-02-29T23:59:59.999Z"), 1709251199999);
+    EXPECT_EQ(ParseTimeStamp("2000-03-01T00:00:00Z"), 951868800000);
+    EXPECT_EQ(ParseTimeStamp("1969-12-31T23:59:59Z"), -1000);
+}
+
+TEST_F(TimeStamp, AgreesWithTheSystemOnEveryDayOfFourHundredYears) {
+    for (long long day = -10000; day < 136097; ++day) {
+        std::string const text = FormatTime(day * 86400000);
+        ASSERT_EQ(ParseTimeStamp(text), day * 86400000) << text;
+    }
+}
+
+TEST_F(TimeStamp, ReadsOtherCommonForms) {
+    for (char const* const text :
+         {"2026/11/21 11:53:38 UTC", "2026.11.21 11:53:38Z x",
+          "[2026-11-21 11:53:38 GMT]", "(2026-11-21  11:53:38Z)",
+          " \t2026-11-21T11:53:38Z", "2026-11-21T12:53:38+01:00",
+          "2026-11-21T03:53:38-0800", "2026-11-21 13:53:38 +02 x",
+          "2026-11-21T17:23:38+05:30"}) {
+        EXPECT_EQ(ParseTimeStamp(text), kExample) << text;
+    }
+    EXPECT_EQ(ParseTimeStamp("2026-11-21 11:53:38,5 UTC"), kExample + 500);
+    EXPECT_EQ(ParseTimeStamp("2026-11-21 11:53:38.123456789Z"), kExample + 123);
+}
+
+TEST_F(TimeStamp, WithoutAZoneItIsLocalTime) {
+    EXPECT_EQ(ParseTimeStamp("2026-11-21 12:53:38"), kExample);
+    EXPECT_EQ(ParseTimeStamp("2026-11-21 12:53:38.250 ERROR"), kExample + 250);
+    EXPECT_EQ(ParseTimeStamp("2026-07-01 02:00:00"), 1782864000000);
+    // These only look like a zone.
+    EXPECT_EQ(ParseTimeStamp("2026-11-21 12:53:38 Zoe"), kExample);
+    EXPECT_EQ(ParseTimeStamp("2026-11-21 12:53:38 -12345"), kExample);
+    EXPECT_EQ(ParseTimeStamp("2026-11-21 12:53:38 +x"), kExample);
+}
+
+TEST_F(TimeStamp, OtherTextsHaveNone) {
+    for (char const* const text :
+         {"", "x", "ERROR 2026-11-21T11:53:38Z", "Nov 21 11:53:38", "11:53:38",
+          "2026-11-21", "2026-11-21T11:53Z", "2026-13-21T11:53:38Z",
+          "2026-00-21T11:53:38Z", "2026-11-32T11:53:38Z", "2026-11-00T11:53:38Z",
+          "2026-11-21T24:53:38Z", "2026-11-21T11:60:38Z", "2026-11-21T11:53:61Z",
+          "26-11-21T11:53:38Z", "2026-1-21T11:53:38Z", "20261121T115338Z",
+          "2026-11-21x11:53:38Z", "2026:11:21 11:53:38"}) {
+        EXPECT_EQ(ParseTimeStamp(text), std::nullopt) << text;
+    }
+}
+
+TEST_F(TimeStamp, IsPrintedInUtcToTheSecond) {
+    EXPECT_EQ(FormatTime(kExample + 999), "2026-11-21T11:53:38Z");
+    EXPECT_EQ(FormatTime(0), "1970-01-01T00:00:00Z");
+    EXPECT_EQ(FormatTime(-1), "1969-12-31T23:59:59Z");
+}
+
+TEST_F(TimeStamp, NowIsAfterThisWasWritten) {
+    EXPECT_GT(Now(), 1700000000000);
+}
+
+}  // namespace

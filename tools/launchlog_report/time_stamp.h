@@ -1,0 +1,30 @@
+// Points in time, as milliseconds since 1970-01-01T00:00:00Z.
+//
+//   ParseTimeStamp("2026-11-21T11:53:38.837Z ERROR 181 ...")  -> 1795262018837
+//   ParseTimeStamp("[2026/11/21 12:53:38 +0100] ...")         -> 1795262018000
+//   ParseTimeStamp("11:53 ERROR ...")                         -> nothing
+//   FormatTime(1795262018837)                                 -> "2026-11-21T11:53:38Z"
+
+#ifndef TOOLS_LAUNCHLOG_REPORT_TIME_STAMP_H
+#define TOOLS_LAUNCHLOG_REPORT_TIME_STAMP_H
+
+#include <optional>
+#include <string>
+
+// Milliseconds.
+using Time = long long;
+
+// Returns the time that the line begins with, perhaps behind blanks and a bracket;
+// nothing if it begins with none. A stamp is a date (year, month and day with "-", "/" or
+// "." between them), a "T" or blanks, and a time of day to the second; a fraction behind
+// "." or "," and a zone ("Z", "UTC", "GMT", "+01:00", "-0800", "+01") may follow. Without
+// a zone it is local time.
+std::optional<Time> ParseTimeStamp(std::string const& line);
+
+// Returns the time in UTC, ISO 8601, to the second. The year is 9999 at most.
+std::string FormatTime(Time time);
+
+// The time now.
+Time Now();
+
+#endif

@@ -1,0 +1,57 @@
+#include "tools/launchlog_report/wait_status.h"
+
+#include <csignal>
+
+ProgramEnd DecodeWaitStatus(long long status) {
+    // The system's macros leave out the mark of a core dump, and take any bits.
+    constexpr int kCoreDump = 0x80;
+    ProgramEnd end = {status, std::nullopt, std::nullopt, false};
+    if (status < 0 || status > 0xFFFF) {
+        return end;
+    }
+    int const low = static_cast<int>(status & 0xFF);
+    int const high = static_cast<int>(status >> 8);
+    int const signal = low & ~kCoreDump;
+    if (low == 0) {
+        end.exit_code = high;
+    } else if (high == 0 && signal != 0 && signal != 0x7F) {
+        end.signal = signal;
+        end.core_dumped = (low & kCoreDump) != 0;
+    }
+    return end;
+}
+
+std::string SignalName(int number) {
+    struct Name {
+        int number;
+        char const* name;
+    };
+    static constexpr Name names[] = {
+        {SIGABRT, "SIGABRT"}, {SIGALRM, "SIGALRM"},     {SIGBUS, "SIGBUS"},
+        {SIGCHLD, "SIGCHLD"}, {SIGCONT, "SIGCONT"},     {SIGFPE, "SIGFPE"},
+        {SIGHUP, "SIGHUP"},   {SIGILL, "SIGILL"},       {SIGINT, "SIGINT"},
+        {SIGKILL, "SIGKILL"}, {SIGPIPE, "SIGPIPE"},     {SIGPROF, "SIGPROF"},
+        {SIGQUIT, "SIGQUIT"}, {SIGSEGV, "SIGSEGV"},     {SIGSTOP, "SIGSTOP"},
+        {SIGSYS, "SIGSYS"},   {SIGTERM, "SIGTERM"},     {SIGTRAP, "SIGTRAP"},
+        {SIGTSTP, "SIGTSTP"}, {SIGTTIN, "SIGTTIN"},     {SIGTTOU, "SIGTTOU"},
+        {SIGURG, "SIGURG"},   {SIGUSR1, "SIGUSR1"},     {SIGUSR2, "SIGUSR2"},
+        {SIGXCPU, "SIGXCPU"}, {SIGVTALRM, "SIGVTALRM"}, {SIGXFSZ, "SIGXFSZ"},
+    };
+    for (Name const& entry : names) {
+        if (entry.number == number) {
+            return entry.name;
+        }
+    }
+    return "signal " + std::to_string(number);
+}
+
+std::string Describe(ProgramEnd const& end) {
+    if (end.exit_code) {
+        return "exit " + std::to_string(*end.exit_code);
+    }
+    if (end.signal) {
+        return "killed by " + SignalName(*end.signal) +
+               (end.core_dumped ? ", core dumped" : "");
+    }
+    return "status " + std::to_string(end.wait_status);
+}
