@@ -34,7 +34,7 @@ int constexpr kItems = kQuickItems + kSteadyItems;
 // arenas, is in use by then.
 seconds constexpr kWarmUp(10);
 
-// Less than 10 bytes for each pass of a run of a minute.
+// So little that 100 bytes lost in each pass are seen in 20 s.
 long constexpr kGrowthKiB = 256;
 
 // A thread that is kept from the processor leaves its zombie for a while.
