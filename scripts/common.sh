@@ -47,6 +47,10 @@ has_header() {
     return 1
 }
 
+has_python_module() {
+    python3 -c "import $1" >/dev/null 2>&1
+}
+
 # need WORDS APT-PACKAGES BREW-PACKAGES CHECK...
 #
 # Notes that what the words name is missing if the check fails.
@@ -72,6 +76,12 @@ need_for_build() {
 
 need_for_tests() {
     need googletest 'libgtest-dev libgmock-dev' googletest has_header gmock/gmock.h
+    need mandoc mandoc mandoc has_command mandoc
+    need zsh zsh zsh has_command zsh
+    need jq jq jq has_command jq
+    if [ "$(uname)" != Darwin ]; then
+        need "Python's jsonschema" python3-jsonschema '' has_python_module jsonschema
+    fi
 }
 
 install_with_apt() {

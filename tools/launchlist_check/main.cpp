@@ -29,7 +29,7 @@ Exit code: 0 without errors, 1 with errors, 2 if the command line is wrong.
 Examples:
 
   launchlist-check list.json
-  launchlist-check --strict /etc/launch-lists/*.json && echo "all is well"
+  launchlist-check --strict lists/*.json && echo "all is well"
   launchlist-check --json list.json | jq -r '.files[].findings[].kind'
   generate-list | launchlist-check -
 

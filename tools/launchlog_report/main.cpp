@@ -47,7 +47,7 @@ Examples:
 
   launchlog-report
   launchlog-report --follow
-  launchlog-report --now 2026-11-21T12:00:00Z /backup/launcher.log
+  launchlog-report --now 2026-11-21T12:00:00Z old/launcher.log
   launchlog-report --json | jq -r '.items[] | select(.restarts_often) | .name'
 
 A table looks like this:
