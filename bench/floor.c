@@ -1,12 +1,13 @@
 /* The least that a supervisor of the launcher's design can be, to measure the launcher
    by:
 
-     floor COUNT PROGRAM [ARGUMENT...]
+     floor COUNT DIRECTORY [ARGUMENT...]
 
-   keeps COUNT copies of the program running, each with its number, from 0, as one more
-   argument. There is a thread for each: fork, execv, waitpid, 50 ms. SIGTERM stops it: it
-   kills the programs one after the other, and waits for each thread's end. */
+   keeps the programs 0, 1, ... in the directory running with these arguments. There is a
+   thread for each: fork, execv, waitpid, 50 ms. SIGTERM stops it: it kills the programs
+   one after the other, and waits for each thread's end. */
 
+#define _GNU_SOURCE
 #include <pthread.h>
 #include <semaphore.h>
 #include <signal.h>
@@ -22,7 +23,6 @@ struct Item {
     atomic_int pid;
     atomic_bool running;
     pthread_t thread;
-    char number[12];
     char** arguments;
 };
 
@@ -53,15 +53,15 @@ static void* Supervise(void* argument) {
     return NULL;
 }
 
-/* Returns whether the item's thread was started. */
+/* Starts the item's thread. `argv` is the directory, the arguments and null, `argc` of
+   them without the null. Returns whether it was started. */
 static int Start(struct Item* item, int number, int argc, char** argv) {
-    snprintf(item->number, sizeof item->number, "%d", number);
-    item->arguments = calloc((size_t)argc + 2, sizeof(char*));
-    if (item->arguments == NULL) {
+    item->arguments = calloc((size_t)argc + 1, sizeof(char*));
+    if (item->arguments == NULL ||
+        asprintf(&item->arguments[0], "%s/%d", argv[0], number) < 0) {
         return 0;
     }
-    memcpy(item->arguments, argv, (size_t)argc * sizeof(char*));
-    item->arguments[argc] = item->number;
+    memcpy(item->arguments + 1, argv + 1, (size_t)argc * sizeof(char*));
     item->running = 1;
     return pthread_create(&item->thread, NULL, Supervise, item) == 0;
 }

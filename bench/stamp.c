@@ -1,13 +1,12 @@
-/* The program that is supervised in the measurements:
-
-     stamp FILE SLOT
-
-   It stamps its start and its end into its slot of the file, and ends at once, or stays
-   until it is killed if the slot says so. It does as little as it can, for what it costs
-   is added to what every supervisor costs. */
+/* The program that is supervised in the measurements. It stamps its start and its end
+   into the slot of the file beside it that has its name for a number, and ends at once,
+   or stays until it is killed if the slot says so. It does as little as it can, for what
+   it costs is added to what every supervisor costs. */
 
 #include <fcntl.h>
+#include <limits.h>
 #include <stdlib.h>
+#include <string.h>
 #include <sys/mman.h>
 #include <time.h>
 #include <unistd.h>
@@ -20,17 +19,23 @@ static int64_t Now(void) {
     return now.tv_sec * 1000000000LL + now.tv_nsec;
 }
 
+/* Returns the slot of the program with this path, MAP_FAILED if there is none. */
+static struct StampSlot* MapSlot(char const* path) {
+    char program[PATH_MAX + sizeof STAMPS_FILE]; /* no path of execv is longer */
+    strcpy(program, path);
+    char* const name = strrchr(program, '/') + 1;
+    off_t const place = (off_t)sizeof(struct StampSlot) * atoi(name);
+    strcpy(name, STAMPS_FILE);
+    return mmap(NULL, sizeof(struct StampSlot), PROT_READ | PROT_WRITE, MAP_SHARED,
+                open(program, O_RDWR), place);
+}
+
 int main(int argc, char** argv) {
     int64_t const start = Now();
-    if (argc != 3) {
-        return 2;
-    }
-    int const file = open(argv[1], O_RDWR);
-    off_t const place = (off_t)sizeof(struct StampSlot) * atoi(argv[2]);
-    struct StampSlot* const slot = mmap(NULL, sizeof(struct StampSlot),
-                                        PROT_READ | PROT_WRITE, MAP_SHARED, file, place);
+    (void)argc;
+    struct StampSlot* const slot = MapSlot(argv[0]);
     if (slot == MAP_FAILED) {
-        return 3;
+        return 2;
     }
     uint32_t const number = slot->starts;
     struct Stamp* const stamp = &slot->stamps[number % kStampsKept];

@@ -1,11 +1,14 @@
 /* What the supervised program of the measurements leaves in a file that it shares with
-   the one who measures: when it started and when it ended. */
+   the one who measures: when it started and when it ended. It is started by links with
+   the numbers of the slots for names, which lie beside the file. */
 
 #ifndef BENCH_STAMPS_H
 #define BENCH_STAMPS_H
 
 /* NOLINTNEXTLINE(modernize-deprecated-headers): C reads this too. */
 #include <stdint.h>
+
+#define STAMPS_FILE "stamps"
 
 enum { kStampsKept = 1023 };
 

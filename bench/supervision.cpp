@@ -100,8 +100,11 @@ class Bench {
     Checks checks;
 
   private:
-    // Starts a supervisor of as many items as there are slots.
-    std::unique_ptr<Supervisor> Start(Kind kind, Stamps const& stamps);
+    enum Arguments { kNoArguments, kTwoArguments };
+
+    // Starts a supervisor of the programs.
+    std::unique_ptr<Supervisor> Start(Kind kind, Stamps const& stamps,
+                                      Arguments arguments);
 
     // Starts one of idle programs, and adds the time until all run and its memory.
     std::unique_ptr<Supervisor> StartIdle(Kind kind, Stamps& stamps);
@@ -130,17 +133,25 @@ class Bench {
     PasswdRecord const user;
 };
 
-std::unique_ptr<Supervisor> Bench::Start(Kind kind, Stamps const& stamps) {
+std::unique_ptr<Supervisor> Bench::Start(Kind kind, Stamps const& stamps,
+                                         Arguments arguments) {
     if (kind == kFloor) {
-        return std::make_unique<Supervisor>(std::vector<std::string>{
-            FLOOR, std::to_string(stamps.Count()), STAMP, stamps.File()});
+        std::vector<std::string> command = {FLOOR, std::to_string(stamps.Count()),
+                                            stamps.Programs()};
+        if (arguments == kTwoArguments) {
+            command.insert(command.end(), {"--port", "7000"});
+        }
+        return std::make_unique<Supervisor>(command);
     }
+    std::string const rest = arguments == kTwoArguments
+                                 ? R"(, "argc": 2, "args": {"0": "--port", "1": "7000"}})"
+                                 : "}";
     std::string list = "{";
     for (std::size_t i = 0; i < stamps.Count(); ++i) {
         std::string const number = std::to_string(i);
         list += (i == 0 ? "\n\"" : ",\n\"") + number + R"(": {"name": "program )" +
-                number + R"(", "program": ")" STAMP R"(", "argc": 2, "args": {"0": ")" +
-                stamps.File() + R"(", "1": ")" + number + R"("}})";
+                number + R"(", "program": ")" + stamps.Programs() + "/" + number + "\"" +
+                rest;
     }
     std::string const file = home.Write("list.json", list + "\n}\n");
     return std::make_unique<Supervisor>(
@@ -149,7 +160,7 @@ std::unique_ptr<Supervisor> Bench::Start(Kind kind, Stamps const& stamps) {
 
 std::unique_ptr<Supervisor> Bench::StartIdle(Kind kind, Stamps& stamps) {
     stamps.SetStays(true);
-    auto supervisor = Start(kind, stamps);
+    auto supervisor = Start(kind, stamps, kNoArguments);
     std::string const programs = CountOf(stamps.Count());
     checks.Expect(stamps.WaitUntilAllStarted() && supervisor->WaitUntilIdle(),
                   Name(kind, stamps) + ": not all have started, or it does not rest");
@@ -232,7 +243,7 @@ void Bench::OneProgramStartsAndStops(Kind kind) {
 
 void Bench::OneProgramRestarts(Kind kind) {
     Stamps stamps(1);
-    auto const supervisor = Start(kind, stamps);
+    auto const supervisor = Start(kind, stamps, kTwoArguments);
     MeasureRestarts(kind, *supervisor, stamps, extent.restarts, "One program that ends");
 }
 
@@ -270,7 +281,7 @@ void Bench::Storm(Kind kind) {
     std::size_t const count = 50;
     std::string const table = "Storm: 50 programs that end at once";
     Stamps stamps(count);
-    auto const supervisor = Start(kind, stamps);
+    auto const supervisor = Start(kind, stamps, kTwoArguments);
     checks.Expect(stamps.WaitUntilAllStarted(5), Name(kind, stamps) + ": no restarts");
     std::size_t const descriptors = supervisor->Descriptors();
     double const memory = supervisor->ReadMemory().own;

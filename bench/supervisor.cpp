@@ -26,11 +26,11 @@ void Sleep(std::int64_t nanoseconds) {
     nanosleep(&time, nullptr);
 }
 
-// Asks `condition` every millisecond until it is true or a minute is over; returns its
-// last answer.
+// Asks `condition` every millisecond until it is true or ten minutes are over; returns
+// its last answer.
 template <typename Condition>
 bool WaitUntil(Condition condition) {
-    std::int64_t const deadline = Now() + 60 * kSecond;
+    std::int64_t const deadline = Now() + 600 * kSecond;
     while (!condition()) {
         if (Now() > deadline) {
             return false;
@@ -82,8 +82,8 @@ std::int64_t Now() {
     return now.tv_sec * kSecond + now.tv_nsec;
 }
 
-Stamps::Stamps(std::size_t item_count)
-    : file(directory.Write("stamps", "")), count(item_count) {
+Stamps::Stamps(std::size_t item_count) : count(item_count) {
+    std::string const file = directory.Write(STAMPS_FILE, "");
     std::size_t const size = count * sizeof(StampSlot);
     int const descriptor = open(file.c_str(), O_RDWR | O_CLOEXEC);
     if (descriptor < 0 || ftruncate(descriptor, static_cast<off_t>(size)) != 0) {
@@ -91,6 +91,9 @@ Stamps::Stamps(std::size_t item_count)
     }
     slots = static_cast<StampSlot*>(MapShared(size, descriptor));
     close(descriptor);
+    for (std::size_t i = 0; i < count; ++i) {
+        std::filesystem::create_symlink(STAMP, directory.Path() / std::to_string(i));
+    }
 }
 
 Stamps::~Stamps() {

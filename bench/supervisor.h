@@ -2,7 +2,7 @@
 //
 //   Stamps stamps(10);
 //   stamps.SetStays(true);
-//   Supervisor floor({"/path/of/floor", "10", "/path/of/stamp", stamps.File()});
+//   Supervisor floor({"/path/of/floor", "10", stamps.Programs()});
 //   stamps.WaitUntilAllStarted();
 //   floor.ReadMemory().private_bytes   -> 123456
 //   floor.Stop().end                   -> "exit 0"
@@ -29,7 +29,8 @@ struct Gap {
     std::int64_t start;
 };
 
-// The file that the programs of `count` items stamp, one slot for each.
+// A directory with the programs of `count` items, named "0", "1", ..., and the file that
+// they stamp.
 class Stamps {
   public:
     // Throws std::system_error if there is no room for the file.
@@ -38,7 +39,7 @@ class Stamps {
     Stamps(Stamps const&) = delete;
     Stamps& operator=(Stamps const&) = delete;
 
-    std::string const& File() const { return file; }
+    std::string Programs() const { return directory.Path(); }
     std::size_t Count() const { return count; }
 
     // Says whether programs that start from now on stay until they are killed.
@@ -57,13 +58,13 @@ class Stamps {
     std::int64_t FirstStart(std::size_t item) const;
     std::int64_t LastFirstStart() const;
 
-    // Waits until every item has started `times` times, a minute at most. Says whether
+    // Waits until every item has started `times` times, ten minutes at most. Says whether
     // it came to that.
     bool WaitUntilAllStarted(std::uint32_t times = 1) const;
 
     // Waits for the middle of the pause between an end of the item's program and the next
     // start, so that measurements begin and end at the same point of the round. Gives up
-    // after a minute.
+    // after ten minutes.
     bool WaitForPause(std::size_t item) const;
 
     // The gaps between the starts from number `first` up to number `last`. There are
@@ -73,7 +74,6 @@ class Stamps {
 
   private:
     TempDirectory directory;
-    std::string file;
     std::size_t count;
     StampSlot* slots;
 };
@@ -114,8 +114,8 @@ class Supervisor {
     // The number of open descriptors, without those that are open for a moment only.
     std::size_t Descriptors() const;
 
-    // Waits until the supervisor rests: until it uses no CPU for 30 ms. Gives up after a
-    // minute.
+    // Waits until the supervisor rests: until it uses no CPU for 30 ms. Gives up after
+    // ten minutes.
     bool WaitUntilIdle() const;
 
     // Sends SIGTERM and waits for the end, 50 ms for each of `items` and half a minute

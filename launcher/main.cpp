@@ -4,6 +4,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <utility>
 #include <vector>
 
 #include "common/config/log.h"
@@ -20,6 +21,16 @@ std::condition_variable g_process_condition;
 namespace {
 
 unsigned short const kErrorEvent = 3;
+
+void StartItem(std::string const& launcher_name, JsonObject item) {
+    if (!item.HasObject("/name")) {
+        __LOG__A(logger, LOGLEVEL_ERROR, "[LAUNCHER  ] There is an item has no name.");
+        return;
+    }
+    std::string const name = item.GetObject("name");
+    // The table's reference is the only one: what this replaces ends on the spot.
+    g_child_map[name] = std::shared_ptr<ChildProc>(new ChildProc(launcher_name, item));
+}
 
 void WaitForStop() {
     std::unique_lock<std::mutex> lock(g_process_mutex);
@@ -53,7 +64,7 @@ int main(int argc, char** argv) {
     }
     InitLog(launcher_name);
     try {
-        StartItems(launcher_name, text);
+        StartItems(launcher_name, std::move(text));
     } catch (...) {
         __LOG__A(logger, LOGLEVEL_ERROR,
                  "[LAUNCHER  ] Error while parsing saved json string.");
@@ -118,18 +129,13 @@ void InitLog(std::string launcher_name) {
     logger = log;
 }
 
-void StartItems(std::string const& launcher_name, std::string const& text) {
+void StartItems(std::string const& launcher_name, std::string text) {
     JsonObject list(text.data(), static_cast<unsigned int>(text.size()));
+    text = std::string();  // while the launcher runs its memory has better uses
     for (int i = 0; list.HasObject(std::to_string(i).c_str()); ++i) {
-        JsonObject item = list[std::to_string(i).c_str()];
-        if (!item.HasObject("/name")) {
-            __LOG__A(logger, LOGLEVEL_ERROR,
-                     "[LAUNCHER  ] There is an item has no name.");
-            continue;
-        }
-        std::string const name = item.GetObject("name");
-        // The table's reference is the only one: what this replaces ends on the spot.
-        g_child_map[name] =
-            std::shared_ptr<ChildProc>(new ChildProc(launcher_name, item));
+        std::string const number = std::to_string(i);
+        StartItem(launcher_name, list[number.c_str()]);
+        // Its supervisor has a copy; that of the next one takes the place of this item.
+        list.Remove(number.c_str());
     }
 }

@@ -45,6 +45,6 @@ void InitLog(std::string launcher_name);
 // a name is logged and skipped; of two with the same name the later one replaces the
 // earlier. Throws what JsonObject and ChildProc throw; the supervisors that are started
 // then stay.
-void StartItems(std::string const& launcher_name, std::string const& text);
+void StartItems(std::string const& launcher_name, std::string text);
 
 #endif

@@ -23,6 +23,7 @@
 #include <cstring>
 #include <ctime>
 #include <filesystem>
+#include <limits>
 #include <new>
 #include <string>
 #include <string_view>
@@ -46,21 +47,18 @@ class ErrnoKeeper {
 };
 
 // Room for text. More than fits into the object itself is mapped: malloc has locks, and
-// the thread that holds one may be waiting for this one to end.
+// the thread that holds one may be waiting for this one to end. The object is small, for
+// after a fork each page of the stack that is written to again has to be copied first.
 class Buffer {
   public:
     Buffer() noexcept = default;
-    ~Buffer() {
-        if (bytes != inside) {
-            munmap(bytes, size);
-        }
-    }
+    ~Buffer() { Release(); }
     Buffer(Buffer const&) = delete;
     Buffer& operator=(Buffer const&) = delete;
 
-    // Makes room for `wanted` bytes; what the buffer held is lost. Returns false if
-    // there is no memory to be had. To be called once.
-    bool Reserve(std::size_t wanted) noexcept {
+    // Makes room for `wanted` bytes and keeps the first `kept` that are there. Returns
+    // false, with all as it was, if there is no memory to be had.
+    bool Reserve(std::size_t wanted, std::size_t kept) noexcept {
         if (wanted <= size) {
             return true;
         }
@@ -69,6 +67,8 @@ class Buffer {
         if (map == MAP_FAILED) {
             return false;
         }
+        std::memcpy(map, bytes, kept);
+        Release();
         bytes = static_cast<char*>(map);
         size = wanted;
         return true;
@@ -78,7 +78,13 @@ class Buffer {
     std::size_t Size() const noexcept { return size; }
 
   private:
-    char inside[4096];
+    void Release() noexcept {
+        if (bytes != inside) {
+            munmap(bytes, size);
+        }
+    }
+
+    char inside[512];
     char* bytes = inside;
     std::size_t size = sizeof inside;
 };
@@ -169,20 +175,51 @@ char const* Keyword(LOGLEVEL level) noexcept {
     return "UNKNOWN";
 }
 
-constexpr std::size_t kHeadSize = 96;
+// Appends the number, with zeros before it where it has fewer than `width` digits, and
+// returns the end.
+char* AppendNumber(char* end, unsigned int number, int width) noexcept {
+    char digits[std::numeric_limits<unsigned int>::digits10 + 1];
+    int count = 0;
+    do {
+        digits[count++] = static_cast<char>('0' + number % 10);
+        number /= 10;
+    } while (number != 0 || count < width);
+    return std::reverse_copy(digits, digits + count, end);
+}
 
-// Writes time, level and process id to `head`, and returns their length.
-std::size_t FormatHead(char (&head)[kHeadSize], LOGLEVEL level) noexcept {
+char* AppendText(char* end, std::string_view text) noexcept {
+    return std::copy(text.begin(), text.end(), end);
+}
+
+// Appends time, level and process id, less than 100 bytes, and returns the end.
+char* AppendHead(char* end, LOGLEVEL level) noexcept {
     timespec now = {};
     clock_gettime(CLOCK_REALTIME, &now);
     long long const seconds = now.tv_sec;
     Date const date = DateOfDay(seconds / 86400);
-    int const second = static_cast<int>(seconds % 86400);
-    int const length = std::snprintf(
-        head, sizeof head, "%04d-%02d-%02dT%02d:%02d:%02d.%03dZ %s %d ", date.year,
-        date.month, date.day, second / 3600, second / 60 % 60, second % 60,
-        static_cast<int>(now.tv_nsec / 1000000), Keyword(level), getpid());
-    return static_cast<std::size_t>(length);
+    auto const second = static_cast<unsigned int>(seconds % 86400);
+    struct Field {
+        unsigned int number;
+        int width;
+        char behind;
+    };
+    Field const fields[] = {{static_cast<unsigned int>(date.year), 4, '-'},
+                            {static_cast<unsigned int>(date.month), 2, '-'},
+                            {static_cast<unsigned int>(date.day), 2, 'T'},
+                            {second / 3600, 2, ':'},
+                            {second / 60 % 60, 2, ':'},
+                            {second % 60, 2, '.'},
+                            {static_cast<unsigned int>(now.tv_nsec / 1000000), 3, 'Z'}};
+    for (Field const& field : fields) {
+        end = AppendNumber(end, field.number, field.width);
+        *end++ = field.behind;
+    }
+    *end++ = ' ';
+    end = AppendText(end, Keyword(level));
+    *end++ = ' ';
+    end = AppendNumber(end, static_cast<unsigned int>(getpid()), 1);
+    *end++ = ' ';
+    return end;
 }
 
 bool IsControl(char byte) noexcept {
@@ -190,40 +227,78 @@ bool IsControl(char byte) noexcept {
     return value < 0x20 || value == 0x7F;
 }
 
-// Copies the message to `out`, control bytes in the form \x0A, and returns the end.
-char* CopyEscaped(std::string_view message, char* out) noexcept {
+// Gives the control bytes between `begin` and `end` the form \x0A, of which there are
+// `escapes`, and returns the new end. Goes from the end to the begin, as the text grows.
+char* Escape(char const* begin, char* end, std::size_t escapes) noexcept {
     char const* const digits = "0123456789ABCDEF";
-    for (char const byte : message) {
+    char* out = end + 3 * escapes;
+    char* const new_end = out;
+    while (out != end && end != begin) {
+        char const byte = *--end;
         if (IsControl(byte)) {
-            *out++ = '\\';
-            *out++ = 'x';
-            *out++ = digits[byte / 16];
-            *out++ = digits[byte % 16];
+            *--out = digits[byte % 16];
+            *--out = digits[byte / 16];
+            *--out = 'x';
+            *--out = '\\';
         } else {
-            *out++ = byte;
+            *--out = byte;
         }
     }
-    return out;
+    return new_end;
 }
 
-// Formats into `buffer` and returns the text, whose data is null if there is no memory
-// for it. What cannot be formatted is recorded as its bare format.
-std::string_view Format(Buffer& buffer, char const* format, va_list arguments) noexcept {
-    va_list again;
-    va_copy(again, arguments);
-    int const length = std::vsnprintf(buffer.Data(), buffer.Size(), format, arguments);
-    std::string_view text;
-    if (length < 0) {
-        text = format;
-    } else if (static_cast<std::size_t>(length) < buffer.Size()) {
-        text = {buffer.Data(), static_cast<std::size_t>(length)};
-    } else if (buffer.Reserve(static_cast<std::size_t>(length) + 1)) {
-        std::vsnprintf(buffer.Data(), buffer.Size(), format, again);
-        text = {buffer.Data(), static_cast<std::size_t>(length)};
+// A line that is being composed. Its first byte is a line feed, for where the line before
+// was cut short, and is left out elsewhere.
+class Line {
+  public:
+    explicit Line(LOGLEVEL level) noexcept {
+        char* const begin = buffer.Data();
+        *begin = '\n';
+        length = static_cast<std::size_t>(AppendHead(begin + 1, level) - begin);
     }
-    va_end(again);
-    return text;
-}
+
+    // Append the message, and end the line. Return false if there is no memory for that.
+    //
+    // What cannot be formatted is recorded as its bare format.
+    bool AppendFormatted(char const* format, va_list arguments) noexcept {
+        va_list again;
+        va_copy(again, arguments);
+        int const result = std::vsnprintf(buffer.Data() + length, buffer.Size() - length,
+                                          format, arguments);
+        auto const wanted =
+            result < 0 ? std::strlen(format) : static_cast<std::size_t>(result);
+        bool const is_complete = result >= 0 && wanted < buffer.Size() - length;
+        bool const has_room = buffer.Reserve(length + wanted + 1, length);
+        if (has_room && result < 0) {
+            std::memcpy(buffer.Data() + length, format, wanted);
+        } else if (has_room && !is_complete) {
+            std::vsnprintf(buffer.Data() + length, wanted + 1, format, again);
+        }
+        va_end(again);
+        return has_room && EscapeAndEnd(length + wanted);
+    }
+
+    std::string_view WithLineFeedBefore() noexcept { return {buffer.Data(), length}; }
+    std::string_view Alone() noexcept { return {buffer.Data() + 1, length - 1}; }
+
+  private:
+    // The message is what lies between `length` and `end`.
+    bool EscapeAndEnd(std::size_t end) noexcept {
+        auto const escapes = static_cast<std::size_t>(
+            std::count_if(buffer.Data() + length, buffer.Data() + end, IsControl));
+        if (!buffer.Reserve(end + 3 * escapes + 1, end)) {
+            return false;
+        }
+        char* const begin = buffer.Data();
+        char* const new_end = Escape(begin + length, begin + end, escapes);
+        *new_end = '\n';
+        length = static_cast<std::size_t>(new_end + 1 - begin);
+        return true;
+    }
+
+    Buffer buffer;
+    std::size_t length = 0;
+};
 
 // The lines in whose middle the disk filled up, and how many of them have been ended
 // since, so that what follows stands on a line of its own.
@@ -254,42 +329,27 @@ class Log final : public ILog {
             return;
         }
         ErrnoKeeper const errno_keeper;
-        Buffer message;
-        std::string_view const text = Format(message, format, arguments);
-        if (text.data() != nullptr) {
-            WriteLine(level, text);
+        Line line(level);
+        if (line.AppendFormatted(format, arguments)) {
+            Write(line);
         }
     }
 
   private:
-    void WriteLine(LOGLEVEL level, std::string_view message) noexcept {
-        char head[kHeadSize];
-        std::size_t const head_length = FormatHead(head, level);
-        auto const escapes = static_cast<std::size_t>(
-            std::count_if(message.begin(), message.end(), IsControl));
-        Buffer line;
-        if (!line.Reserve(1 + head_length + message.size() + 3 * escapes + 1)) {
-            return;
-        }
-        char* end = line.Data();
+    void Write(Line& line) noexcept {
         unsigned int const cuts_made = cuts.made.load(std::memory_order_relaxed);
         bool const ends_cut_line =
             cuts_made != cuts.ended.load(std::memory_order_relaxed);
-        if (ends_cut_line) {
-            *end++ = '\n';
-        }
-        end = std::copy_n(head, head_length, end);
-        end = CopyEscaped(message, end);
-        *end++ = '\n';
-        auto const size = static_cast<std::size_t>(end - line.Data());
-        ssize_t const written = LogFile(path).Write(line.Data(), size);
+        std::string_view const text =
+            ends_cut_line ? line.WithLineFeedBefore() : line.Alone();
+        ssize_t const written = LogFile(path).Write(text.data(), text.size());
         if (written <= 0) {
             return;
         }
         if (ends_cut_line) {
             cuts.ended.store(cuts_made, std::memory_order_relaxed);
         }
-        if (line.Data()[written - 1] != '\n') {
+        if (text[static_cast<std::size_t>(written) - 1] != '\n') {
             cuts.made.fetch_add(1, std::memory_order_relaxed);
         }
     }

@@ -77,7 +77,9 @@ JsonObject& JsonObject::operator=(JsonObject const& other) {
 }
 
 JsonObject::operator std::string() {
-    return target->asString().c_str();
+    std::string text = target->asString();
+    text.resize(std::strlen(text.c_str()));
+    return text;
 }
 JsonObject::operator std::wstring() {
     return s2ws(*this);
@@ -185,17 +187,17 @@ std::string JsonObject::ToStyledText() {
 // threaded process comes here, so the path is cut by hand: a regular expression would
 // ask for the global locale, which the C++ library may guard with a lock.
 Json::Value* JsonObject::FindValue(char const* path) {
-    Json::Value* value = target;
-    for (char const* rest = path; *rest != '\0';) {
-        std::string const name(rest, std::strcspn(rest, "/"));
-        rest += name.size() + (rest[name.size()] == '/' ? 1 : 0);
-        if (name.empty()) {
-            continue;
+    Json::Value const* value = target;
+    char const* begin = path;
+    while (*begin != '\0' && value != nullptr) {
+        char const* end = begin;
+        while (*end != '\0' && *end != '/') {
+            ++end;
         }
-        if (!value->isMember(name)) {
-            return nullptr;
+        if (end != begin) {
+            value = value->find(begin, end);
         }
-        value = &(*value)[name];
+        begin = *end == '/' ? end + 1 : end;
     }
-    return value;
+    return const_cast<Json::Value*>(value);
 }
