@@ -26,7 +26,7 @@ inline void Require(bool holds, char const* sentence) {
 // Takes the first line off `text` and returns it without its line feed.
 inline std::string TakeLine(std::string& text) {
     std::size_t const end = text.find('\n');
-    std::string const line = text.substr(0, end);
+    std::string line = text.substr(0, end);
     text.erase(0, end == std::string::npos ? end : end + 1);
     return line;
 }

@@ -8,6 +8,8 @@
 #include <json/value.h>
 
 #include <array>
+#include <climits>
+#include <iterator>
 #include <memory>
 #include <set>
 #include <stdexcept>
@@ -62,11 +64,13 @@ class ByteSource {
         char const* const slashes[] = {"/", "", "//"};
         std::string path = slashes[Choice(3)];
         for (unsigned left = Choice(4); left > 0; --left) {
-            path += Name() + slashes[Choice(3)];
+            path += Name();
+            path += slashes[Choice(3)];
         }
         return path;
     }
 
+    // A value of no more than four levels below this one.
     Value TakeValue(unsigned depth = 0) {
         Value value;
         value.kind = static_cast<Value::Kind>(Choice(depth < 4 ? 7 : 5));
@@ -93,17 +97,9 @@ class ByteSource {
 
   private:
     long long Integer() {
-        long long const numbers[] = {0,
-                                     1,
-                                     2,
-                                     -1,
-                                     6001,
-                                     0x7FFFFFFF,
-                                     -0x7FFFFFFF - 1LL,
-                                     0xFFFFFFFF,
-                                     0x100000001,
-                                     0x7FFFFFFFFFFFFFFF,
-                                     -0x7FFFFFFFFFFFFFFF - 1};
+        long long const numbers[] = {0,        1,         2,        -1,
+                                     6001,     INT_MAX,   INT_MIN,  0x100000001,
+                                     UINT_MAX, LLONG_MAX, LLONG_MIN};
         return numbers[Choice(std::size(numbers))];
     }
 

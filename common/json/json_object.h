@@ -119,7 +119,9 @@ class JsonObject {
 
     // Remove an array element, and those behind it move down, or a member. Return false,
     // and change nothing, if there is none or this value is not an array, or not an
-    // object. Only the low 32 bits of `index` count: 4294967296 removes element 0.
+    // object. Only the low 32 bits of `index` count: 4294967296 removes element 0. A null
+    // that is there only because operator[] made an element behind it is none to remove;
+    // it goes with the element behind it if that was the last.
     bool RemoveArrayItem(unsigned long index);
     bool Remove(char const* key);
 

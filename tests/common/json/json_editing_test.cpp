@@ -227,6 +227,24 @@ TEST(RemoveArrayItem, CutsTheIndexToItsLow32Bits) {
     EXPECT_EQ(array.ToText(), "[1]");
 }
 
+TEST(RemoveArrayItem, NullsThatOnlyFillAGapAreNoElements) {
+    JsonObject array("[1]");
+    array[3] = std::string("last");
+    EXPECT_FALSE(array.RemoveArrayItem(1));
+    EXPECT_FALSE(array.RemoveArrayItem(2));
+    EXPECT_EQ(array.ToText(), R"([1,null,null,"last"])");
+    EXPECT_TRUE(array.RemoveArrayItem(3));
+    EXPECT_EQ(array.ToText(), "[1]");
+
+    JsonObject touched("[1]");
+    touched[3] = std::string("last");
+    EXPECT_FALSE(touched[1].IsValid());
+    EXPECT_TRUE(touched.RemoveArrayItem(1));
+    EXPECT_EQ(touched.ToText(), R"([1,null,"last"])");
+    EXPECT_TRUE(touched.RemoveArrayItem(2));
+    EXPECT_EQ(touched.ToText(), "[1,null]");
+}
+
 TEST(RemoveArrayItem, IsFalseBeyondTheEndAndForAnythingButAnArray) {
     JsonObject array("[0]");
     EXPECT_FALSE(array.RemoveArrayItem(1));
