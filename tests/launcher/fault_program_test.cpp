@@ -1,6 +1,8 @@
 // Programs that vanish, change, do not obey, or go their own ways; and signals that reach
 // more than the launcher, or leave it no time.
 
+#include <unistd.h>
+
 #include <csignal>
 
 #include "tests/support/launcher_fixture.h"
@@ -185,6 +187,7 @@ TEST_F(FaultSignal, SigtermToTheWholeProcessGroupStopsTheLauncherAndItsProgram) 
     Start(List({Item("a")}));
     pid_t const program = WaitForReports(1)[0].pid;
     ASSERT_TRUE(WaitUntilMainWaits());
+    EXPECT_EQ(getpgid(program), launcher->Pid());
     kill(-launcher->Pid(), SIGTERM);
     // The end of the program is logged once the stop is under way.
     ASSERT_TRUE(WaitFor([this] {
