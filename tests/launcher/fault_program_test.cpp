@@ -203,4 +203,27 @@ TEST_F(FaultSignal, SigtermToTheWholeProcessGroupStopsTheLauncherAndItsProgram) 
     EXPECT_THAT(Reports(), SizeIs(1));
 }
 
+TEST_F(FaultSignal, SigtermToTheGroupOfSeveralProgramsMayWaitForOneThatIsStartedAgain) {
+    std::filesystem::path const word = directory.Path() / "word";
+    std::string const until = "--until=" + word.string();
+    Start(List(
+        {Item("a", {until, "a"}), Item("b", {until, "b"}), Item("c", {until, "c"})}));
+    std::vector<Report> const programs = WaitForReports(3);
+    ASSERT_TRUE(WaitUntilMainWaits());
+    kill(-launcher->Pid(), SIGTERM);
+    for (Report const& program : programs) {
+        EXPECT_TRUE(WaitFor([&program] { return IsGone(program.pid); }));
+    }
+    // The items are stopped one after the other, each for 50 ms; by then the next one's
+    // program, which the signal has ended, is being started again. A stop that comes
+    // before its id is known misses it, and waits until it ends by itself.
+    WriteFile(word, "");
+    EXPECT_EQ(launcher->WaitForEnd(), "exit 1");
+    EXPECT_THAT(RunningProbes(), IsEmpty());
+    EXPECT_THAT(Messages("ERROR"), SizeIs(Messages("DEBUG").size()));
+    EXPECT_THAT(Messages("ERROR"),
+                Each(AnyOf(EndsWith(", status = 15"), EndsWith(", status = 9"),
+                           EndsWith(", status = 0"))));
+}
+
 }  // namespace
