@@ -58,6 +58,13 @@ constexpr char kLosesItems[] =
 constexpr char kCrashes[] =
     "crashed when main added to the table while another thread cleared it";
 
+// Returns how often a thread was put to sleep and woken, as the system writes it.
+std::string CountOfWakeups(pid_t process, pid_t thread) {
+    std::string const status = ReadFile("/proc/" + std::to_string(process) + "/task/" +
+                                        std::to_string(thread) + "/status");
+    return status.substr(std::min(status.find("voluntary_ctxt_switches"), status.size()));
+}
+
 // A launcher in a session of its own, beside a process that ends with its group alone.
 class ObservedRun {
   public:
@@ -188,9 +195,7 @@ class ObservedRun {
                 call = SystemCallOf(Pid(), waiting);
             }
             if (WaitsForLock(call)) {
-                // The status counts how often the thread was woken.
-                standstill = ReadFile("/proc/" + std::to_string(Pid()) + "/task/" +
-                                      std::to_string(waiting) + "/status");
+                standstill = std::to_string(waiting) + CountOfWakeups(Pid(), waiting);
             }
         }
         looks_at_standstill = !standstill.empty() && standstill == last_standstill
