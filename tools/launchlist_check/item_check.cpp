@@ -215,9 +215,7 @@ class ItemCheck {
                          ": " + kChildAborts);
             return std::nullopt;
         }
-        bool const is_exact = value.isIntegral() && !value.isBool() && value.isInt() &&
-                              value.asInt() == *count;
-        if (!is_exact) {
+        if (!value.isInt()) {
             AddWarning("argc-value", R"("argc" is )" + InexactCount(value) +
                                          ": the launcher reads it as " +
                                          std::to_string(*count));

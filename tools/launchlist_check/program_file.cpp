@@ -58,9 +58,8 @@ std::string Interpreter(std::string const& head) {
 bool IsText(std::string const& head) {
     return std::all_of(head.begin(), head.end(), [](char byte) {
         auto const value = static_cast<unsigned char>(byte);
-        return value >= 0x20
-                   ? value != 0x7F
-                   : std::strchr("\t\n\v\f\r\x1B", byte) != nullptr && byte != 0;
+        return value >= 0x20 ||
+               (value != 0 && std::strchr("\t\n\v\f\r\x1B", byte) != nullptr);
     });
 }
 

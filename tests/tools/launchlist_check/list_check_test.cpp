@@ -169,6 +169,10 @@ TEST(LaunchListCheck, AKeyThatIsThereTwice) {
               "list.json:3:1: item \"0\": error: the key \"0\"" + text);
     EXPECT_EQ(Check(ItemWith("\"argc\": 2, \"args\": {\n\"0\": \"x\",\n\"1\": \"y\"}")),
               kOk);
+    EXPECT_EQ(Check(ItemWith(R"("argc": 0, "args": {}, "x": {"a": 1, "a": 2})")),
+              kItem +
+                  "warning: the member \"x\" means nothing to the launcher "
+                  "[unknown-member]\n");
     // Nobody looks up what is in there.
     EXPECT_EQ(
         Check(

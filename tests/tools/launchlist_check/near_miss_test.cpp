@@ -14,6 +14,7 @@ TEST(NearMiss, FindsWordsWithUpToTwoLettersWrong) {
     EXPECT_EQ(Nearest("argd"), "args");
     EXPECT_EQ(Nearest("agrc"), "argc");
     EXPECT_EQ(Nearest("nmae"), "name");
+    EXPECT_EQ(Nearest("nmaes"), "name");
     EXPECT_EQ(Nearest("progrm"), "program");
     EXPECT_EQ(Nearest("programme"), "program");
     EXPECT_EQ(Nearest("progrmma"), "program");

@@ -331,6 +331,24 @@ class LaunchlogReportFollowing : public LaunchlogReport {
         });
     }
 
+    // Waits until the program has read its log to the end.
+    bool WaitUntilAllIsRead() {
+        std::string const process = "/proc/" + std::to_string(tool->Pid());
+        std::string const position =
+            "pos:\t" + std::to_string(ReadFile(log).size()) + "\n";
+        return WaitFor([&] {
+            for (auto const& entry :
+                 std::filesystem::directory_iterator(process + "/fd")) {
+                std::string const number = entry.path().filename();
+                if (std::filesystem::read_symlink(entry.path()) == log &&
+                    ReadFile(process + "/fdinfo/" + number).rfind(position, 0) == 0) {
+                    return true;
+                }
+            }
+            return false;
+        });
+    }
+
     std::string const output = directory.Path() / "output";
     std::unique_ptr<Process> tool;
 };
@@ -347,8 +365,19 @@ TEST_F(LaunchlogReportFollowing, ReportsWhatIsAppended) {
     EXPECT_TRUE(WaitForRestarts(3));
     Append("launcher.log", line.substr(line.size() - 20));
     EXPECT_TRUE(WaitForRestarts(4));
-    // Each change made one report.
-    EXPECT_EQ(Lines(ReadFile(output)).size(), 4U);
+}
+
+TEST_F(LaunchlogReportFollowing, ReportsOnlyWhatHasChanged) {
+    Append("launcher.log", Line("a", 256));
+    Follow();
+    EXPECT_TRUE(WaitForRestarts(1));
+    Append("launcher.log", "hello\n");
+    EXPECT_TRUE(WaitUntilAllIsRead());
+    Append("launcher.log", "hello\n");
+    EXPECT_TRUE(WaitUntilAllIsRead());
+    Append("launcher.log", Line("a", 256));
+    EXPECT_TRUE(WaitForRestarts(2));
+    EXPECT_EQ(Lines(ReadFile(output)).size(), 2U);
 }
 
 TEST_F(LaunchlogReportFollowing, GoesOnThroughRotations) {
@@ -365,6 +394,16 @@ TEST_F(LaunchlogReportFollowing, GoesOnThroughRotations) {
     EXPECT_TRUE(WaitForRestarts(5));
     Append("launcher.log", Line("a", 256));
     EXPECT_TRUE(WaitForRestarts(6));
+}
+
+TEST_F(LaunchlogReportFollowing, ARotatedFileThatIsNamedIsReadOnce) {
+    Append("launcher.log.0", Line("a", 256));
+    Append("launcher.log", Line("a", 256));
+    Follow({"--json", log + ".0"});
+    EXPECT_TRUE(WaitForRestarts(2));
+    Rename("launcher.log", "launcher.log.0");
+    Append("launcher.log", Line("a", 256));
+    EXPECT_TRUE(WaitForRestarts(3));
 }
 
 TEST_F(LaunchlogReportFollowing, GoesOnAfterTheLogWasEmptiedInItsPlace) {

@@ -90,6 +90,9 @@ TEST(Summary, AStopOfLongAgoTakesNothingFromTheLastMinute) {
         RowOf({End("a", 9, kNoon - 3600 * kSecond, "1"), End("a", 0, kNoon, "2")});
     EXPECT_EQ(row.restarts, 1);
     EXPECT_EQ(row.restarts_per_minute, 1);
+    EXPECT_EQ(RowOf({End("a", 9, kNoon - 60 * kSecond, "1"), End("a", 0, kNoon, "2")})
+                  .restarts_per_minute,
+              1);
 }
 
 TEST(Summary, TheLastMinuteGoesOnWithTheClock) {
