@@ -1,5 +1,6 @@
 // What makes a process with many threads cheap to fork, on Linux. It concerns the whole
-// process, so a program links this for itself alone, and calls nothing.
+// process, so a program links this for itself alone, and calls nothing. It is for
+// programs whose threads all have the default size of stack.
 //
 // A fork copies every mapping and every page table of the process. On Linux a thread
 // comes with three mappings of its own: its stack of 8 MiB, the guard below it and, for
@@ -10,6 +11,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstddef>
 
@@ -21,6 +23,30 @@ constexpr std::size_t kThreadStackSize = 524'288;
 // From linux/mman.h of Linux 6.13; older headers lack it.
 constexpr int kGuardInstall = 102;
 
+// Returns the lowest address of this thread's stack, null if the system does not tell.
+//
+// Asking for it leaves memory with the thread that asks. But a thread's handle is the
+// address of its description, at the same place in every stack of one size.
+char* FindStack() {
+    static std::atomic<std::ptrdiff_t> place{0};
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the C library gives an address.
+    auto* const description = reinterpret_cast<char*>(pthread_self());
+    std::ptrdiff_t const known = place.load(std::memory_order_relaxed);
+    if (known != 0) {
+        return description - known;
+    }
+    pthread_attr_t attributes;
+    if (pthread_getattr_np(pthread_self(), &attributes) != 0) {
+        return nullptr;
+    }
+    void* lowest = nullptr;
+    std::size_t size = 0;
+    pthread_attr_getstack(&attributes, &lowest, &size);
+    pthread_attr_destroy(&attributes);
+    place.store(description - static_cast<char*>(lowest), std::memory_order_relaxed);
+    return static_cast<char*>(lowest);
+}
+
 // The C library makes a guard by mapping it apart, which keeps the system from joining
 // the stacks to one mapping. So threads start without one, and get it here before their
 // first fork, as a mark in the page table where the system knows that.
@@ -31,16 +57,10 @@ void GuardStackOfThisThread() {
     }
     is_guarded = true;
     int const kept = errno;
-    pthread_attr_t attributes;
-    void* lowest = nullptr;
-    std::size_t size = 0;
-    if (pthread_getattr_np(pthread_self(), &attributes) == 0) {
-        pthread_attr_getstack(&attributes, &lowest, &size);
-        pthread_attr_destroy(&attributes);
-        auto const page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-        if (madvise(lowest, page, kGuardInstall) != 0) {
-            mprotect(lowest, page, PROT_NONE);
-        }
+    char* const lowest = FindStack();
+    auto const page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    if (lowest != nullptr && madvise(lowest, page, kGuardInstall) != 0) {
+        mprotect(lowest, page, PROT_NONE);
     }
     errno = kept;
 }

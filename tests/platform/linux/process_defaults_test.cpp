@@ -102,13 +102,23 @@ TEST(ProcessDefaults, StacksOfManyThreadsLieInFewMappings) {
     EXPECT_LT(mappings.size(), 10U);
 }
 
-TEST(ProcessDefaults, AThreadThatHasForkedHasAGuardBelowItsStack) {
-    std::thread([] {
-        Stack const stack = StackOfThisThread();
-        EXPECT_EQ(SignalOfChild([] {}), 0);
-        EXPECT_EQ(SignalOfChild([&] { stack.lowest[4095] = 1; }), SIGSEGV);
-        EXPECT_EQ(SignalOfChild([&] { stack.lowest[4096] = 1; }), 0);
-    }).join();
+TEST(ProcessDefaults, EveryThreadThatHasForkedHasAGuardBelowItsStack) {
+    std::promise<void> all_started;
+    std::shared_future<void> const start = all_started.get_future().share();
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([start] {
+            start.wait();
+            Stack const stack = StackOfThisThread();
+            EXPECT_EQ(SignalOfChild([] {}), 0);
+            EXPECT_EQ(SignalOfChild([&] { stack.lowest[4095] = 1; }), SIGSEGV);
+            EXPECT_EQ(SignalOfChild([&] { stack.lowest[4096] = 1; }), 0);
+        });
+    }
+    all_started.set_value();
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
 }
 
 TEST(ProcessDefaults, TheMainThreadForksToo) {
