@@ -150,6 +150,17 @@ build() {
         fail "build/$1 could not be built; the first error above says why"
 }
 
+# Builds the bundle as it is shipped, in build/$1. Before its first build this fetches the
+# sources of what is linked into it; where they are not to be had the distribution's
+# library serves.
+build_bundle() {
+    if [ ! -d "$root/build/$1" ] && has_command apt-get; then
+        "$root/scripts/fetch-sources" >/dev/null 2>&1 ||
+            say "the sources of jsoncpp are not to be had; the system's library is used"
+    fi
+    build "$1"
+}
+
 count_processors() {
     getconf _NPROCESSORS_ONLN 2>/dev/null || echo 2
 }
