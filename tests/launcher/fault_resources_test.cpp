@@ -132,13 +132,14 @@ TEST_F(FaultNoDescriptor, BesideItsStandardStreamsTheSystemCannotLoadIt) {
 // Without a descriptor of its own a sanitizer goes round in circles.
 #if !UNDER_ASAN && !UNDER_TSAN
 TEST_F(FaultNoDescriptor, InPlaceOfItsStandardStreamsItRunsWithoutALog) {
-    Start(List({Item("a", {"--exit=0", "a"}), Item("b", {"--hold", "b"})}), [] {
+    Start(List({RestlessItem("a"), Item("b", {"--hold", "b"})}), [] {
         rlimit const three = {3, 3};
         setrlimit(RLIMIT_NOFILE, &three);
         close_range(STDIN_FILENO, STDERR_FILENO, 0);
     });
     WaitForReports(3, "a");
     pid_t const program = WaitForReports(1, "b")[0].pid;
+    LetRest();
     EXPECT_EQ(Stop(), "exit 1");
     EXPECT_TRUE(IsGone(program));
     // The file is there, since it was opened in the place of standard input.
@@ -199,7 +200,7 @@ class FaultNoLog : public LauncherTest {
     void ExpectThatItRunsOnWithoutItsLog(Break break_log, Mend mend_log) {
         // The long name fills disks.
         std::string const name(2000, 'n');
-        Start(List({Item(name, {"--exit=0"})}));
+        Start(List({RestlessItem(name)}));
         EXPECT_TRUE(WaitFor([this] { return CountInLog("status = 0") >= 2; }));
         break_log();
         // A line whose file was open may still come.
@@ -210,6 +211,7 @@ class FaultNoLog : public LauncherTest {
         mend_log();
         std::size_t const lines = Log().size();
         EXPECT_TRUE(WaitFor([this, lines] { return Log().size() >= lines + 4; }));
+        LetRest();
         EXPECT_EQ(Stop(), "exit 1");
         EXPECT_THAT(RunningProbes(), IsEmpty());
         EXPECT_THAT(Log().back(), HasSubstr(" is killed. ret = "));
@@ -218,9 +220,10 @@ class FaultNoLog : public LauncherTest {
 
     // Expects that the launcher, which cannot make its log, sends an event and runs on.
     void ExpectAnEventAndProgramsWithoutALog() {
-        Start(List({Item("a", {"--exit=0", "a"}), Item("b", {"--hold", "b"})}));
+        Start(List({RestlessItem("a"), Item("b", {"--hold", "b"})}));
         WaitForReports(3, "a");
         pid_t const program = WaitForReports(1, "b")[0].pid;
+        LetRest();
         EXPECT_EQ(Stop(), "exit 1");
         EXPECT_TRUE(IsGone(program));
         EXPECT_THAT(system_log.Received(),
@@ -301,8 +304,9 @@ TEST_F(FaultNoLog, FromTheStartOnADiskThatHasNoRoomForADirectory) {
 
 TEST_F(FaultNoLog, FromTheStartOnADiskThatHasNoRoomForALine) {
     Disk const disk(home / "Library/Logs", 0, "nr_inodes=3");
-    Start(List({Item("a", {"--exit=0", "a"}), Item("b", {"--hold", "b"})}));
+    Start(List({RestlessItem("a"), Item("b", {"--hold", "b"})}));
     WaitForReports(3, "a");
+    LetRest();
     EXPECT_EQ(Stop(), "exit 1");
     EXPECT_THAT(RunningProbes(), IsEmpty());
     EXPECT_TRUE(std::filesystem::is_empty(log_directory));
@@ -313,9 +317,10 @@ using FaultNoHome = LimitedLauncherTest;
 
 TEST_F(FaultNoHome, WithoutARecordAndAHomeItMayNotLogWhereTheSystemDoesAndRunsOn) {
     unsetenv("HOME");
-    StartLimited(List({Item("a", {"--exit=0", "a"}), Item("b", {"--hold", "b"})}), 20);
+    StartLimited(List({RestlessItem("a"), Item("b", {"--hold", "b"})}), 20);
     WaitForReports(3, "a");
     WaitForReports(1, "b");
+    LetRest();
     EXPECT_EQ(Stop(), "exit 1");
     EXPECT_THAT(LinksAndPrograms(), IsEmpty());
     EXPECT_THAT(system_log.Received(),

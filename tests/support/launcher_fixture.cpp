@@ -1,5 +1,7 @@
 #include "tests/support/launcher_fixture.h"
 
+#include <sys/syscall.h>
+
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
@@ -86,6 +88,21 @@ std::string LauncherTest::Item(std::string const& name,
            "}}";
 }
 
+std::string LauncherTest::RestlessItem(std::string const& name) const {
+    return Item(name, {"--unless=" + (directory.Path() / "rest").string(), name});
+}
+
+void LauncherTest::LetRest() const {
+    WriteFile(directory.Path() / "rest", "");
+    EXPECT_TRUE(WaitFor([this] {
+        std::filesystem::directory_iterator const files(reports);
+        return std::any_of(begin(files), end(files), [](auto const& file) {
+            return file.path().extension() == ".rests";
+        });
+    }));
+    EXPECT_TRUE(WaitUntilProgramsAreKnown());
+}
+
 std::string LauncherTest::List(std::vector<std::string> const& items) {
     std::string list = "{";
     for (std::size_t i = 0; i < items.size(); ++i) {
@@ -113,6 +130,21 @@ void LauncherTest::StartWith(std::vector<std::string> arguments,
 bool LauncherTest::WaitUntilMainWaits() const {
     return WaitFor([this] {
         return WaitsForCondition(SystemCallOf(launcher->Pid(), launcher->Pid()));
+    });
+}
+
+bool LauncherTest::WaitUntilProgramsAreKnown() const {
+    return WaitFor([this] {
+        std::vector<pid_t> const programs = AllProcesses();
+        std::vector<pid_t> const threads = ThreadsOf(launcher->Pid());
+        return std::all_of(programs.begin(), programs.end(), [&](pid_t program) {
+            return ParentOf(program) != launcher->Pid() ||
+                   std::any_of(threads.begin(), threads.end(), [&](pid_t thread) {
+                       SystemCall const call = SystemCallOf(launcher->Pid(), thread);
+                       return call.number == SYS_wait4 &&
+                              static_cast<pid_t>(call.arguments[0]) == program;
+                   });
+        });
     });
 }
 
@@ -166,6 +198,7 @@ std::vector<Report> LauncherTest::WaitForReports(
     EXPECT_TRUE(WaitFor([&] { return Reports(tag).size() >= count; }))
         << "only " << Reports(tag).size() << " of " << count << " starts of "
         << tag.value_or("the probe");
+    EXPECT_TRUE(WaitUntilProgramsAreKnown());
     return Reports(tag);
 }
 

@@ -41,6 +41,14 @@ class LauncherTest : public testing::Test {
     static std::string Item(std::string const& name,
                             std::vector<std::string> const& arguments = {});
 
+    // Returns a launch item of this name whose program ends at once, over and over, until
+    // LetRest.
+    std::string RestlessItem(std::string const& name) const;
+
+    // Lets the program of the restless item stay, and waits until it does: a stop that
+    // meets a start may come to a bad end.
+    void LetRest() const;
+
     // Returns a launch list of these items, numbered from 0.
     static std::string List(std::vector<std::string> const& items);
 
@@ -73,12 +81,16 @@ class LauncherTest : public testing::Test {
     // The probe's reports whose second argument is `tag`, or all.
     std::vector<Report> Reports(std::optional<std::string> const& tag = {}) const;
 
-    // Waits until there are `count` such reports, and returns them.
+    // Waits until there are `count` such reports, and the launcher waits for each of its
+    // programs: before, a stop would not know whom to kill. Returns the reports.
     std::vector<Report> WaitForReports(std::size_t count,
                                        std::optional<std::string> const& tag = {}) const;
 
     // Processes of this namespace, zombies apart, that execute the probe.
     static std::vector<pid_t> RunningProbes();
+
+    // Waits until there is no program whose process id the launcher has yet to learn.
+    bool WaitUntilProgramsAreKnown() const;
 
     TempDirectory directory;
     std::filesystem::path const home;

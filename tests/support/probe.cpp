@@ -5,6 +5,8 @@
 //   --exit=N       ends with exit code N
 //   --raise=N      ends by signal N
 //   --until=PATH   ends with exit code 0 as soon as there is a file PATH
+//   --unless=PATH  ends with exit code 0, unless there is a file PATH: then it makes the
+//                  file PID.rests and stays
 //   anything else  stays until it is killed
 //
 // Report: name, blank, value, a line each; one "argument" line for each argument, in
@@ -65,7 +67,7 @@ void Append(std::string const& file, std::string const& text) {
     close(out);
 }
 
-void EndAs(std::string const& order) {
+void EndAs(std::string const& order, std::string const& base) {
     std::size_t const divider = order.find('=');
     std::string const verb = order.substr(0, divider);
     std::string const value = order.substr(divider + 1);
@@ -79,6 +81,11 @@ void EndAs(std::string const& order) {
             nanosleep(&pause_between, nullptr);
         }
         _exit(0);
+    } else if (verb == "--unless") {
+        if (access(value.c_str(), F_OK) != 0) {
+            _exit(0);
+        }
+        Append(base + ".rests", "");
     }
 }
 
@@ -97,7 +104,7 @@ int main(int argc, char** argv) {
     report += "end " + std::to_string(Now()) + "\n";
     Append(base + ".part", report);
     std::rename((base + ".part").c_str(), (base + ".report").c_str());
-    EndAs(argc > 1 ? argv[1] : "");
+    EndAs(argc > 1 ? argv[1] : "", base);
     for (;;) {
         pause();
     }
