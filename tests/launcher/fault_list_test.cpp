@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -11,6 +10,7 @@
 #include "tests/support/launcher_fixture.h"
 #include "tests/support/limited_launcher.h"
 #include "tests/support/sanitizers.h"
+#include "tests/support/system_call.h"
 #include "tests/support/wait_for.h"
 
 namespace {
@@ -21,11 +21,10 @@ using testing::SizeIs;
 
 class FaultList : public LauncherTest {
   protected:
-    // Waits until the launcher's main thread waits in this system call.
-    bool WaitUntilItIsIn(long system_call) const {
-        return WaitFor([&] {
-            return SystemCallOf(launcher->Pid(), launcher->Pid()).number == system_call;
-        });
+    // Waits until the launcher's main thread is in a system call that does this.
+    bool WaitUntilIt(bool (*does)(SystemCall const&)) const {
+        return WaitFor(
+            [&] { return does(SystemCallOf(launcher->Pid(), launcher->Pid())); });
     }
 
     // Expects that the launcher does not take the list that it was started with.
@@ -53,9 +52,9 @@ TEST_F(FaultUnreadableList, EndsItWithZeroInSilence) {
 TEST_F(FaultList, AFifoIsWaitedForAndReadUntilItsWriterCloses) {
     ASSERT_EQ(mkfifo(list_file.c_str(), 0666), 0);
     StartWith({"test", list_file});
-    ASSERT_TRUE(WaitUntilItIsIn(SYS_openat));
+    ASSERT_TRUE(WaitUntilIt(IsOpening));
     int const writer = open(list_file.c_str(), O_WRONLY | O_CLOEXEC);
-    ASSERT_TRUE(WaitUntilItIsIn(SYS_read));
+    ASSERT_TRUE(WaitUntilIt(IsReading));
     std::string const list = List({Item("a")});
     ASSERT_EQ(write(writer, list.data(), list.size()), static_cast<ssize_t>(list.size()));
     // It has taken the whole list and reads on.
@@ -63,7 +62,7 @@ TEST_F(FaultList, AFifoIsWaitedForAndReadUntilItsWriterCloses) {
         int unread = 1;
         return ioctl(writer, FIONREAD, &unread) == 0 && unread == 0;
     }));
-    ASSERT_TRUE(WaitUntilItIsIn(SYS_read));
+    ASSERT_TRUE(WaitUntilIt(IsReading));
     EXPECT_THAT(Reports(), IsEmpty());
     EXPECT_FALSE(std::filesystem::exists(home / "Library/Logs"));
     close(writer);
@@ -84,10 +83,10 @@ bool HasPendingSigterm(pid_t pid) {
 TEST_F(FaultList, AFifoIsWaitedForThroughASigterm) {
     ASSERT_EQ(mkfifo(list_file.c_str(), 0666), 0);
     StartWith({"test", list_file});
-    ASSERT_TRUE(WaitUntilItIsIn(SYS_openat));
+    ASSERT_TRUE(WaitUntilIt(IsOpening));
     launcher->Signal(SIGTERM);
     ASSERT_TRUE(WaitFor([this] { return !HasPendingSigterm(launcher->Pid()); }));
-    ASSERT_TRUE(WaitUntilItIsIn(SYS_openat));
+    ASSERT_TRUE(WaitUntilIt(IsOpening));
     int const writer = open(list_file.c_str(), O_WRONLY | O_CLOEXEC);
     std::string const list = List({Item("a")});
     ASSERT_EQ(write(writer, list.data(), list.size()), static_cast<ssize_t>(list.size()));

@@ -8,6 +8,7 @@
 #include "tests/support/launcher_fixture.h"
 #include "tests/support/limited_launcher.h"
 #include "tests/support/log_gate.h"
+#include "tests/support/system_call.h"
 #include "tests/support/wait_for.h"
 
 namespace {

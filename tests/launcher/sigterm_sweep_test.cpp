@@ -22,6 +22,7 @@
 #include "tests/support/launcher_fixture.h"
 #include "tests/support/observations.h"
 #include "tests/support/sanitizers.h"
+#include "tests/support/system_call.h"
 #include "tests/support/wait_for.h"
 
 namespace {

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <utility>
 
+#include "tests/support/system_call.h"
 #include "tests/support/wait_for.h"
 
 namespace {

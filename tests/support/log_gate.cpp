@@ -4,10 +4,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <system_error>
 
 #include "tests/support/files.h"
-#include "tests/support/system.h"
+#include "tests/support/process.h"
+#include "tests/support/system_call.h"
 #include "tests/support/wait_for.h"
 
 LogGate::LogGate(std::filesystem::path const& log_file) : path(log_file) {
@@ -24,7 +26,12 @@ LogGate::~LogGate() {
 }
 
 bool LogGate::WaitUntilHeldUp(pid_t process, int count) const {
-    return WaitFor([=] { return CountOpeningThreads(process) == count; });
+    return WaitFor([=] {
+        std::vector<pid_t> const threads = ThreadsOf(process);
+        return std::count_if(threads.begin(), threads.end(), [process](pid_t thread) {
+                   return IsOpening(SystemCallOf(process, thread));
+               }) == count;
+    });
 }
 
 // Opened for writing too, so that it neither waits for a writer nor ever ends.

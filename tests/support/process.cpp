@@ -1,10 +1,8 @@
 #include "tests/support/process.h"
 
 #include <fcntl.h>
-#include <linux/futex.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -53,11 +51,6 @@ std::vector<pid_t> NumbersIn(std::filesystem::path const& directory) {
         }
     }
     return numbers;
-}
-
-bool IsFutexWait(SystemCall const& call, unsigned long flags) {
-    return call.number == SYS_futex &&
-           (call.arguments[1] & ~FUTEX_CLOCK_REALTIME) == (FUTEX_WAIT_BITSET | flags);
 }
 
 }  // namespace
@@ -147,38 +140,6 @@ std::vector<pid_t> SessionMembers(pid_t session) {
 
 std::vector<pid_t> ThreadsOf(pid_t pid) {
     return NumbersIn("/proc/" + std::to_string(pid) + "/task");
-}
-
-SystemCall SystemCallOf(pid_t process, pid_t thread) {
-    std::istringstream text(ReadFile("/proc/" + std::to_string(process) + "/task/" +
-                                     std::to_string(thread) + "/syscall"));
-    SystemCall call;
-    if (text >> call.number) {
-        text >> std::hex;
-        for (unsigned long& argument : call.arguments) {
-            text >> argument;
-        }
-    } else {
-        call.number = -1;
-    }
-    return call;
-}
-
-bool WaitsForCondition(SystemCall const& call) {
-    return IsFutexWait(call, FUTEX_PRIVATE_FLAG);
-}
-
-// Unlike the wait for a condition, that for a thread's end is not private to the process:
-// the kernel notifies it.
-bool WaitsForThread(SystemCall const& call) {
-    return IsFutexWait(call, 0);
-}
-
-bool WaitsForLock(SystemCall const& call) {
-    unsigned long const no_deadline = 0;
-    return call.number == SYS_futex &&
-           call.arguments[1] == (FUTEX_WAIT | FUTEX_PRIVATE_FLAG) &&
-           call.arguments[3] == no_deadline;
 }
 
 uid_t LimitedUser() {

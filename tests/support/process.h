@@ -5,7 +5,6 @@
 
 #include <sys/types.h>
 
-#include <array>
 #include <functional>
 #include <string>
 #include <vector>
@@ -61,22 +60,6 @@ std::vector<pid_t> SessionMembers(pid_t session);
 
 // Returns the threads of a process; none if it is gone.
 std::vector<pid_t> ThreadsOf(pid_t pid);
-
-// What a thread waits in: the number of a system call and its arguments. The number is -1
-// if the thread runs, or is gone.
-struct SystemCall {
-    long number = -1;
-    std::array<unsigned long, 6> arguments{};
-};
-SystemCall SystemCallOf(pid_t process, pid_t thread);
-
-// Says whether a thread in this system call waits for a notification of a condition, or
-// for the end of another thread.
-bool WaitsForCondition(SystemCall const& call);
-bool WaitsForThread(SystemCall const& call);
-
-// The same for a lock that another thread holds.
-bool WaitsForLock(SystemCall const& call);
 
 // A user who is not root and has no processes but this test's: the system counts a
 // user's processes over all namespaces, and tests run side by side.

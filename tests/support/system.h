@@ -21,7 +21,4 @@ void MountFile(std::string const& file, char const* place);
 // Takes away what was last mounted at `place`; if nothing is, does nothing.
 void UnmountFile(char const* place) noexcept;
 
-// Returns how many threads of the process are in the middle of opening a file.
-int CountOpeningThreads(pid_t process);
-
 #endif

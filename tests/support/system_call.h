@@ -1,0 +1,31 @@
+// What a thread of a process waits in, as Linux tells it in /proc; on macOS SystemCallOf
+// throws std::logic_error, and so does what asks about a call.
+
+#ifndef TESTS_SUPPORT_SYSTEM_CALL_H
+#define TESTS_SUPPORT_SYSTEM_CALL_H
+
+#include <sys/types.h>
+
+#include <array>
+
+// The number of a system call and its arguments. The number is -1 if the thread runs, or
+// is gone.
+struct SystemCall {
+    long number = -1;
+    std::array<unsigned long, 6> arguments{};
+};
+SystemCall SystemCallOf(pid_t process, pid_t thread);
+
+// Says whether a thread in this system call opens a file, or reads from one.
+bool IsOpening(SystemCall const& call);
+bool IsReading(SystemCall const& call);
+
+// Says whether a thread in this system call waits for a notification of a condition, or
+// for the end of another thread.
+bool WaitsForCondition(SystemCall const& call);
+bool WaitsForThread(SystemCall const& call);
+
+// The same for a lock that another thread holds.
+bool WaitsForLock(SystemCall const& call);
+
+#endif
