@@ -15,6 +15,7 @@
 #include "tests/support/limited_launcher.h"
 #include "tests/support/log_gate.h"
 #include "tests/support/sanitizers.h"
+#include "tests/support/system.h"
 #include "tests/support/wait_for.h"
 
 int launcher_main(int argc, char** argv);
@@ -95,12 +96,6 @@ TEST_F(FaultNoTask, WithoutAThreadItSaysItsLineStopsWhatItStartedAndEndsWithZero
     EXPECT_THAT(system_log.Received(), IsEmpty());
 }
 
-// Limits the number of descriptors of a process, and of what it starts from now on.
-void LimitDescriptors(pid_t pid, rlim_t number) {
-    rlimit const limit = {number, 1024};
-    ASSERT_EQ(prlimit(pid, RLIMIT_NOFILE, &limit, nullptr), 0);
-}
-
 class FaultNoDescriptor : public LauncherTest {
   protected:
     // Runs main in a forked copy of the test that has no descriptor to be had: a program
@@ -135,7 +130,7 @@ TEST_F(FaultNoDescriptor, InPlaceOfItsStandardStreamsItRunsWithoutALog) {
     Start(List({RestlessItem("a"), Item("b", {"--hold", "b"})}), [] {
         rlimit const three = {3, 3};
         setrlimit(RLIMIT_NOFILE, &three);
-        close_range(STDIN_FILENO, STDERR_FILENO, 0);
+        CloseDescriptorsFrom(STDIN_FILENO);
     });
     WaitForReports(3, "a");
     pid_t const program = WaitForReports(1, "b")[0].pid;
@@ -242,7 +237,7 @@ TEST_F(FaultNoLog, ForLackOfDescriptors) {
 }
 
 TEST_F(FaultNoLog, OnAFullDisk) {
-    Disk const disk(log_directory, 0, "size=64k");
+    Disk const disk(log_directory, "size=64k");
     std::filesystem::path const ballast = disk.Path() / "ballast";
     WriteFile(ballast, std::string(16384, 'b'));
     ExpectThatItRunsOnWithoutItsLog(
@@ -258,7 +253,7 @@ TEST_F(FaultNoLog, OnAFullDisk) {
 }
 
 TEST_F(FaultNoLog, OnADiskThatBecomesReadOnly) {
-    Disk const disk(log_directory, 0, "");
+    Disk const disk(log_directory, "");
     ExpectThatItRunsOnWithoutItsLog(
         [&disk] {
             // As long as a line is being written the system refuses.
@@ -293,17 +288,18 @@ TEST_F(FaultNoLog, WhenAFileTakesThePlaceOfItsDirectory) {
 }
 
 TEST_F(FaultNoLog, FromTheStartOnADiskThatIsReadOnly) {
-    Disk const disk(home / "Library/Logs", MS_RDONLY, "");
+    Disk const disk(home / "Library/Logs", "");
+    ASSERT_TRUE(disk.SetReadOnly(true));
     ExpectAnEventAndProgramsWithoutALog();
 }
 
 TEST_F(FaultNoLog, FromTheStartOnADiskThatHasNoRoomForADirectory) {
-    Disk const disk(home / "Library/Logs", 0, "nr_inodes=1");
+    Disk const disk(home / "Library/Logs", "nr_inodes=1");
     ExpectAnEventAndProgramsWithoutALog();
 }
 
 TEST_F(FaultNoLog, FromTheStartOnADiskThatHasNoRoomForALine) {
-    Disk const disk(home / "Library/Logs", 0, "nr_inodes=3");
+    Disk const disk(home / "Library/Logs", "nr_inodes=3");
     Start(List({RestlessItem("a"), Item("b", {"--hold", "b"})}));
     WaitForReports(3, "a");
     LetRest();

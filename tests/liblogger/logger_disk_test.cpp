@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/mount.h>
 
 #include <cerrno>
 #include <filesystem>
@@ -20,7 +19,7 @@ std::string const kPadding(150, 'p');
 
 TEST(LogDisk, AFullDiskLosesLinesAndTheNextOneThatFitsStandsAlone) {
     LogDirectory const directory;
-    Disk const disk(directory.Path() / "disk", 0, "size=64k");
+    Disk const disk(directory.Path() / "disk", "size=64k");
     ASSERT_EQ(InitLogger(disk.Path().c_str()), 0);
     ILog* const log = GetLog("test", LOGLEVEL_ERROR);
     std::filesystem::path const file = disk.Path() / "test.log";
@@ -54,7 +53,7 @@ TEST(LogDisk, AFullDiskLosesLinesAndTheNextOneThatFitsStandsAlone) {
 
 TEST(LogDisk, ADiskThatIsFullFromTheStartLosesTheLinesAlone) {
     LogDirectory const directory;
-    Disk const disk(directory.Path() / "disk", 0, "size=16k");
+    Disk const disk(directory.Path() / "disk", "size=16k");
     ASSERT_EQ(InitLogger(disk.Path().c_str()), 0);
     std::filesystem::path const ballast = disk.Path() / "ballast";
     std::ofstream(ballast) << std::string(65536, 'b');
@@ -68,14 +67,15 @@ TEST(LogDisk, ADiskThatIsFullFromTheStartLosesTheLinesAlone) {
 
 TEST(LogDisk, InitLoggerFailsOnADirectoryThatCannotBeWritten) {
     LogDirectory const directory;
-    Disk const disk(directory.Path() / "disk", MS_RDONLY, "");
+    Disk const disk(directory.Path() / "disk", "");
+    ASSERT_TRUE(disk.SetReadOnly(true));
     EXPECT_NE(InitLogger(disk.Path().c_str()), 0);
     EXPECT_NE(InitLogger((disk.Path() / "log").c_str()), 0);
 }
 
 TEST(LogDisk, LinesAreLostOnADiskThatBecameReadOnlyAndComeAgain) {
     LogDirectory const directory;
-    Disk const disk(directory.Path() / "disk", 0, "");
+    Disk const disk(directory.Path() / "disk", "");
     ASSERT_EQ(InitLogger(disk.Path().c_str()), 0);
     ILog* const log = GetLog("test", LOGLEVEL_ERROR);
     ASSERT_TRUE(disk.SetReadOnly(true));

@@ -16,3 +16,19 @@ void MountFile(std::string const& /*file*/, char const* /*place*/) {
 }
 
 void UnmountFile(char const* /*place*/) noexcept {}
+
+void MountDisk(std::string const& /*place*/, char const* /*options*/) {
+    throw std::logic_error("disks are mounted on Linux only");
+}
+
+bool SetDiskReadOnly(std::string const& /*place*/, bool /*read_only*/) {
+    throw std::logic_error("disks are mounted on Linux only");
+}
+
+bool UnmountDisk(std::string const& /*place*/) noexcept {
+    return false;
+}
+
+void LimitDescriptors(pid_t /*process*/, unsigned long /*number*/) {
+    throw std::logic_error("other processes are limited on Linux only");
+}
