@@ -12,6 +12,7 @@
 #include <cstdlib>
 
 #include "tests/support/observations.h"
+#include "tests/support/system.h"
 
 namespace {
 
@@ -62,7 +63,7 @@ void Note(ActKind kind, long value = 0) {
     unsigned const number = slots->used.fetch_add(1);
     if (number < ObservationSlots::kCount) {
         ObservationSlots::Slot& slot = slots->slots[number];
-        slot.thread = gettid();
+        slot.thread = CurrentThread();
         slot.value = value;
         slot.inside_fork = inside_fork;
         slot.kind.store(kind, std::memory_order_release);
@@ -77,9 +78,10 @@ void ObservedHandler(int number) {
 
 }  // namespace
 
+// The C libraries differ in which of their functions they declare not to throw.
 extern "C" {
 
-Handler signal(int number, Handler handler) noexcept {
+Handler signal(int number, Handler handler) noexcept(noexcept(signal(number, handler))) {
     if (number != SIGTERM) {
         return next_signal(number, handler);
     }
@@ -91,7 +93,9 @@ Handler signal(int number, Handler handler) noexcept {
 }
 
 int pthread_create(pthread_t* thread, pthread_attr_t const* attributes,
-                   void* (*body)(void*), void* argument) noexcept {
+                   void* (*body)(void*),
+                   void* argument) noexcept(noexcept(pthread_create(thread, attributes,
+                                                                    body, argument))) {
     Note(ActKind::kStartsThread);
     int const result = next_create(thread, attributes, body, argument);
     Note(ActKind::kHasStartedThread, result);
@@ -105,7 +109,7 @@ int pthread_join(pthread_t thread, void** result) {
     return error;
 }
 
-pid_t fork() noexcept {
+pid_t fork() noexcept(noexcept(fork())) {
     Note(ActKind::kForks);
     inside_fork = true;
     pid_t const child = next_fork();
@@ -114,12 +118,12 @@ pid_t fork() noexcept {
     return child;
 }
 
-int kill(pid_t pid, int number) noexcept {
+int kill(pid_t pid, int number) noexcept(noexcept(kill(pid, number))) {
     Note(ActKind::kKills, pid);
     return next_kill(pid, number);
 }
 
-void abort() noexcept {
+void abort() noexcept(noexcept(abort())) {
     Note(ActKind::kAborts);
     next_abort();
     _exit(99);

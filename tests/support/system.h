@@ -36,4 +36,8 @@ bool UnmountDisk(std::string const& place) noexcept;
 // `number`, which is 1024 at most. Throws std::system_error if that fails.
 void LimitDescriptors(pid_t process, unsigned long number);
 
+// Returns the id of the calling thread; the first thread has that of the process. May be
+// called in a signal handler.
+pid_t CurrentThread();
+
 #endif

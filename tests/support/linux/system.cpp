@@ -42,3 +42,7 @@ void LimitDescriptors(pid_t process, unsigned long number) {
         throw std::system_error(errno, std::generic_category(), "prlimit");
     }
 }
+
+pid_t CurrentThread() {
+    return gettid();
+}

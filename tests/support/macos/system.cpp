@@ -32,3 +32,7 @@ bool UnmountDisk(std::string const& /*place*/) noexcept {
 void LimitDescriptors(pid_t /*process*/, unsigned long /*number*/) {
     throw std::logic_error("other processes are limited on Linux only");
 }
+
+pid_t CurrentThread() {
+    throw std::logic_error("threads have the ids of processes on Linux only");
+}
