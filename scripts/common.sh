@@ -74,6 +74,10 @@ need_for_build() {
     fi
 }
 
+need_for_benchmarks() {
+    need 'google benchmark' libbenchmark-dev google-benchmark has_header benchmark/benchmark.h
+}
+
 need_for_tests() {
     need googletest 'libgtest-dev libgmock-dev' googletest has_header gmock/gmock.h
     need mandoc mandoc mandoc has_command mandoc
@@ -82,6 +86,7 @@ need_for_tests() {
     if [ "$(uname)" != Darwin ]; then
         need "Python's jsonschema" python3-jsonschema '' has_python_module jsonschema
     fi
+    need_for_benchmarks
 }
 
 install_with_apt() {
@@ -155,7 +160,7 @@ build() {
 # library serves.
 build_bundle() {
     if [ ! -d "$root/build/$1" ] && has_command apt-get; then
-        "$root/scripts/fetch-sources" >/dev/null 2>&1 ||
+        "$root/scripts/fetch-sources" 2>/dev/null ||
             say "the sources of jsoncpp are not to be had; the system's library is used"
     fi
     build "$1"

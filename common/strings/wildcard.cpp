@@ -17,6 +17,7 @@ class Matcher {
         : expression(matched_expression),
           name(matched_name),
           length(std::char_traits<Char>::length(matched_name)),
+          lastDot(FindLastDot()),
           ignoreCase(ignore_case) {}
 
     // Says whether the expression from `i` on matches the name from `p` on.
@@ -27,15 +28,18 @@ class Matcher {
     // that is there reads as the terminator.
     Char At(std::size_t p) { return p < length ? name[p] : Char(0); }
 
-    // Returns the position of the last dot at or after `p`, and 0 if there is none.
-    std::size_t LastDot(std::size_t p) {
-        for (std::size_t k = length; k > p; --k) {
+    // Returns 0 if the name has no dot.
+    std::size_t FindLastDot() const {
+        for (std::size_t k = length; k > 0; --k) {
             if (name[k - 1] == '.') {
                 return k - 1;
             }
         }
         return 0;
     }
+
+    // Returns the position of the last dot at or after `p`, and 0 if there is none.
+    std::size_t LastDot(std::size_t p) const { return lastDot >= p ? lastDot : 0; }
 
     // Says whether the expression from `i` on matches the name from a position at or
     // after `p` and before `end` on.
@@ -53,6 +57,7 @@ class Matcher {
     Char const* const expression;
     Char const* const name;
     std::size_t const length;  // of the name
+    std::size_t const lastDot;
     bool const ignoreCase;
 };
 

@@ -1,0 +1,480 @@
+// Measures the calls of the support layer, each beside what a program would otherwise
+// call, at three sizes or more, and prints a table: the times, their ratio, and how much
+// longer the largest size takes for each unit than the smallest. To be run by
+// scripts/bench; takes the options of Google Benchmark.
+
+#include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <fnmatch.h>
+#include <json/reader.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <codecvt>
+#include <cstdio>
+#include <fstream>
+#include <functional>
+#include <iostream>
+#include <locale>
+#include <map>
+#include <memory>
+#include <regex>
+#include <string>
+#include <vector>
+
+#include "common/config/log.h"
+#include "common/config/profile_reader.h"
+#include "common/json/json_object.h"
+#include "common/json/text_encoding.h"
+#include "common/strings/encoders.h"
+#include "common/strings/split.h"
+#include "common/strings/wildcard.h"
+#include "tests/support/files.h"
+
+ILog* logger = nullptr;
+
+namespace {
+
+// What is measured, with everything that it needs made before.
+using Work = std::function<void()>;
+using Maker = std::function<Work(std::size_t size)>;
+
+struct Comparison {
+    std::string name;
+    std::string reference;  // what the other one is; empty if there is none
+    std::string unit;       // of the sizes
+    std::vector<std::size_t> sizes;
+    Maker ours;
+    Maker theirs;
+};
+
+std::string LaunchList(std::size_t items) {
+    std::string list = "{";
+    for (std::size_t i = 0; i < items; ++i) {
+        std::string const number = std::to_string(i);
+        list += (i == 0 ? "\"" : ",\"") + number + R"(": {"name": "program )" + number +
+                R"(", "program": "/opt/example/bin/program", "argc": 2, )" +
+                R"("args": {"0": "--port", "1": "7000"}})";
+    }
+    return list + "}";
+}
+
+Comparison ParsingJson() {
+    return {"JsonObject, parsing a launch list",
+            "Json::Reader",
+            "items",
+            {10, 1000, 100'000},
+            [](std::size_t items) -> Work {
+                return [text = LaunchList(items)] {
+                    JsonObject list(text.data(), static_cast<unsigned int>(text.size()));
+                    benchmark::DoNotOptimize(list);
+                };
+            },
+            [](std::size_t items) -> Work {
+                return [text = LaunchList(items)] {
+                    Json::Value list;
+                    Json::Reader().parse(text.data(), text.data() + text.size(), list,
+                                         false);
+                    benchmark::DoNotOptimize(list);
+                };
+            }};
+}
+
+// An object of so many levels, each with one member "member".
+std::string NestedObject(std::size_t levels) {
+    std::string text = "1";
+    for (std::size_t i = 0; i < levels; ++i) {
+        text = R"({"member": )" + text + "}";
+    }
+    return text;
+}
+
+std::string NestedPath(std::size_t levels) {
+    std::string path;
+    for (std::size_t i = 0; i < levels; ++i) {
+        path += "/member";
+    }
+    return path;
+}
+
+Maker LookingUpWithJsoncpp() {
+    return [](std::size_t levels) -> Work {
+        JsonObject object(NestedObject(levels).c_str());
+        auto root = std::make_shared<Json::Value>();
+        Json::Reader().parse(NestedObject(levels), *root);
+        return [root, levels] {
+            Json::Value* value = root.get();
+            for (std::size_t i = 0; i < levels && value->isMember("member"); ++i) {
+                value = &(*value)["member"];
+            }
+            benchmark::DoNotOptimize(value);
+        };
+    };
+}
+
+Comparison HasObject() {
+    return {"HasObject",
+            "isMember and [] of Json::Value",
+            "members",
+            {1, 2, 4, 8},
+            [](std::size_t levels) -> Work {
+                auto object = std::make_shared<JsonObject>(NestedObject(levels).c_str());
+                return [object, path = NestedPath(levels)] {
+                    benchmark::DoNotOptimize(object->HasObject(path.c_str()));
+                };
+            },
+            LookingUpWithJsoncpp()};
+}
+
+Comparison GetObject() {
+    return {"GetObject",
+            "isMember and [] of Json::Value",
+            "members",
+            {1, 2, 4, 8},
+            [](std::size_t levels) -> Work {
+                auto object = std::make_shared<JsonObject>(NestedObject(levels).c_str());
+                return [object, path = NestedPath(levels)] {
+                    JsonObject found = object->GetObject(path.c_str());
+                    benchmark::DoNotOptimize(found);
+                };
+            },
+            LookingUpWithJsoncpp()};
+}
+
+// Words of seven letters with a comma behind each.
+std::string Words(std::size_t bytes) {
+    std::string text;
+    while (text.size() < bytes) {
+        text += "letters,";
+    }
+    text.resize(bytes);
+    return text;
+}
+
+Maker CuttingInALoop() {
+    return [](std::size_t bytes) -> Work {
+        return [text = Words(bytes)] {
+            std::vector<std::string> pieces;
+            std::size_t begin = 0;
+            for (std::size_t end = 0; end != std::string::npos; begin = end + 1) {
+                end = text.find(',', begin);
+                pieces.push_back(text.substr(begin, end - begin));
+            }
+            benchmark::DoNotOptimize(pieces);
+        };
+    };
+}
+
+Comparison Splitter(std::string const& name,
+                    std::vector<std::string> (*cut)(std::string const&)) {
+    return {name,
+            "a loop with find",
+            "bytes",
+            {100, 10'000, 1'000'000},
+            [cut](std::size_t bytes) -> Work {
+                return [cut, text = Words(bytes)] {
+                    std::vector<std::string> const pieces = cut(text);
+                    benchmark::DoNotOptimize(pieces);
+                };
+            },
+            CuttingInALoop()};
+}
+
+std::string Same(std::string& piece) {
+    return std::move(piece);
+}
+
+std::vector<Comparison> Splitters() {
+    return {
+        Splitter("split at a regular expression",
+                 [](std::string const& text) {
+                     static std::regex const comma(",");
+                     return split(text, comma);
+                 }),
+        Splitter("split_delim",
+                 [](std::string const& text) { return split_delim(text, ",", Same); }),
+        Splitter("tokenize at a character",
+                 [](std::string const& text) { return tokenize(text, ',', Same); }),
+        Splitter("tokenize at a text", [](std::string const& text) {
+            return tokenize(text, std::string(","), Same);
+        })};
+}
+
+Comparison Wildcard(std::string const& name, std::vector<std::size_t> const& sizes,
+                    std::string const& expression, char const* ending) {
+    return {
+        name,
+        "fnmatch",
+        "characters",
+        sizes,
+        [=](std::size_t size) -> Work {
+            return [=, file = std::string(size, 'a') + ending] {
+                benchmark::DoNotOptimize(
+                    IsNameInExpressionA(expression.c_str(), file.c_str(), false));
+            };
+        },
+        [=](std::size_t size) -> Work {
+            return [=, file = std::string(size, 'a') + ending] {
+                benchmark::DoNotOptimize(fnmatch(expression.c_str(), file.c_str(), 0));
+            };
+        }};
+}
+
+std::vector<Comparison> Wildcards() {
+    return {
+        Wildcard("IsNameInExpressionA, *.txt", {8, 64, 512}, "*.txt", ".txt"),
+        Wildcard("IsNameInExpressionA, a*.tar.*", {8, 64, 512}, "a*.tar.*", ".tar.gz"),
+        Wildcard("IsNameInExpressionA, *.TXT, no match", {8, 64, 512}, "*.TXT", ".txt"),
+        Wildcard("IsNameInExpressionA, *a*a*a*b, worst case", {8, 16, 32, 64}, "*a*a*a*b",
+                 "")};
+}
+
+Comparison Base64() {
+    return {"base64",
+            "",
+            "bytes",
+            {100, 10'000, 1'000'000},
+            [](std::size_t bytes) -> Work {
+                return [data = std::vector<unsigned char>(bytes, 0xA5)] {
+                    benchmark::DoNotOptimize(base64(data.data(), data.size()));
+                };
+            },
+            {}};
+}
+
+Comparison EncodingUrl() {
+    return {"URLEncode, every eighth byte escaped",
+            "",
+            "bytes",
+            {100, 10'000, 1'000'000},
+            [](std::size_t bytes) -> Work {
+                return [text = Words(bytes)] {
+                    std::string const encoded = URLEncode(text.c_str(), true);
+                    benchmark::DoNotOptimize(encoded);
+                };
+            },
+            {}};
+}
+
+using Converter = std::wstring_convert<std::codecvt_utf8<wchar_t>>;
+
+// Text of which every other character is not ASCII.
+std::wstring WideText(std::size_t characters) {
+    std::wstring text;
+    while (text.size() < characters) {
+        text += L"a\u00E9";
+    }
+    return text;
+}
+
+std::vector<Comparison> Conversions() {
+    std::vector<std::size_t> const sizes = {100, 10'000, 1'000'000};
+    Maker const encode = [](std::size_t size) -> Work {
+        return [text = WideText(size)] {
+            std::string const encoded = Converter().to_bytes(text);
+            benchmark::DoNotOptimize(encoded);
+        };
+    };
+    return {{"s2ws", "wstring_convert", "characters", sizes,
+             [](std::size_t size) -> Work {
+                 return [text = ws2s(WideText(size))] {
+                     std::wstring const decoded = s2ws(text);
+                     benchmark::DoNotOptimize(decoded);
+                 };
+             },
+             [](std::size_t size) -> Work {
+                 return [text = ws2s(WideText(size))] {
+                     std::wstring const decoded = Converter().from_bytes(text);
+                     benchmark::DoNotOptimize(decoded);
+                 };
+             }},
+            {"ws2s", "wstring_convert", "characters", sizes,
+             [](std::size_t size) -> Work {
+                 return [text = WideText(size)] {
+                     std::string const encoded = ws2s(text);
+                     benchmark::DoNotOptimize(encoded);
+                 };
+             },
+             encode},
+            {"wchar2utf8", "wstring_convert", "characters", sizes,
+             [](std::size_t size) -> Work {
+                 return [text = WideText(size)] {
+                     std::string const encoded = wchar2utf8(text.c_str());
+                     benchmark::DoNotOptimize(encoded);
+                 };
+             },
+             encode}};
+}
+
+// A file with a section of so many lines, of which the last one is wanted.
+std::string WriteProfile(TempDirectory const& directory, std::size_t lines) {
+    std::string text = "[SECTION]\n";
+    for (std::size_t i = 1; i < lines - 1; ++i) {
+        text += "key" + std::to_string(i) + "=value\n";
+    }
+    return directory.Write(std::to_string(lines) + ".ini", text + "wanted=value\n");
+}
+
+Comparison ReadingProfile(TempDirectory const& directory) {
+    return {"GetPrivateProfileString",
+            "a loop with getline",
+            "lines",
+            {10, 1000, 10'000},
+            [&directory](std::size_t lines) -> Work {
+                return [path = WriteProfile(directory, lines)] {
+                    char value[16];
+                    benchmark::DoNotOptimize(GetPrivateProfileString(
+                        "section", "wanted", "", value, sizeof value, path));
+                };
+            },
+            [&directory](std::size_t lines) -> Work {
+                return [path = WriteProfile(directory, lines)] {
+                    std::ifstream file(path);
+                    std::string line;
+                    while (std::getline(file, line) && line.rfind("wanted=", 0) != 0) {
+                    }
+                    benchmark::DoNotOptimize(line);
+                };
+            }};
+}
+
+void Log(char const* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    logger->LogV(LOGLEVEL_ERROR, format, arguments);
+    va_end(arguments);
+}
+
+// The launcher's line of an end, with a name of so many characters. What writes it
+// otherwise has the line ready and the file open.
+Comparison Logging(TempDirectory const& directory) {
+    return {"a log line",
+            "write of a line that is ready, to an open file",
+            "characters",
+            {10, 100, 1000},
+            [](std::size_t size) -> Work {
+                return [name = std::string(size, 'a')] {
+                    Log("[LAUNCHER  ] %s %d is killed. ret = %d, status = %d",
+                        name.c_str(), 4711, 4711, 9);
+                };
+            },
+            [&directory](std::size_t size) -> Work {
+                std::string const path = directory.Write("plain.log", "");
+                int const file = open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
+                return [file, line = std::string(100 + size, 'a')] {
+                    benchmark::DoNotOptimize(write(file, line.data(), line.size()));
+                };
+            }};
+}
+
+// Keeps the median times of all benchmarks by their names.
+class MedianKeeper : public benchmark::BenchmarkReporter {
+  public:
+    bool ReportContext(Context const& /*context*/) override { return true; }
+    void ReportRuns(std::vector<Run> const& runs) override {
+        for (Run const& run : runs) {
+            if (run.repetitions <= 1 || run.aggregate_name == "median") {
+                // The plain name, without what options add to it.
+                nanoseconds[run.run_name.function_name] = run.GetAdjustedRealTime();
+            }
+        }
+    }
+
+    std::map<std::string, double> nanoseconds;
+};
+
+std::string BenchmarkName(Comparison const& comparison, char const* side,
+                          std::size_t size) {
+    return comparison.name + " | " + side + " | " + std::to_string(size);
+}
+
+void Register(Comparison const& comparison, char const* side, Maker const& make) {
+    for (std::size_t const size : comparison.sizes) {
+        benchmark::RegisterBenchmark(BenchmarkName(comparison, side, size).c_str(),
+                                     [make, size](benchmark::State& state) {
+                                         Work const work = make(size);
+                                         for (auto _ : state) {
+                                             work();
+                                         }
+                                     });
+    }
+}
+
+void PrintTime(double nanoseconds) {
+    char const* const units[] = {"ns", "us", "ms", "s"};
+    int unit = 0;
+    for (; nanoseconds >= 1000 && unit < 3; ++unit) {
+        nanoseconds /= 1000;
+    }
+    std::printf(" %.3g %s |", nanoseconds, units[unit]);
+}
+
+void PrintRows(Comparison const& comparison,
+               std::map<std::string, double> const& nanoseconds) {
+    double first_per_unit = 0;
+    for (std::size_t const size : comparison.sizes) {
+        auto const ours = nanoseconds.find(BenchmarkName(comparison, "ours", size));
+        auto const theirs = nanoseconds.find(BenchmarkName(comparison, "theirs", size));
+        if (ours == nanoseconds.end()) {
+            continue;
+        }
+        double const per_unit = ours->second / static_cast<double>(size);
+        first_per_unit = first_per_unit == 0 ? per_unit : first_per_unit;
+        std::printf("| %s | %zu %s |", comparison.name.c_str(), size,
+                    comparison.unit.c_str());
+        PrintTime(ours->second);
+        if (theirs == nanoseconds.end()) {
+            std::printf(" | |");
+        } else {
+            PrintTime(theirs->second);
+            std::printf(" %.2f |", ours->second / theirs->second);
+        }
+        PrintTime(per_unit);
+        std::printf(" %.2f | %s |\n", per_unit / first_per_unit,
+                    comparison.reference.c_str());
+    }
+}
+
+std::vector<Comparison> AllComparisons(TempDirectory const& directory) {
+    std::vector<Comparison> all = {ParsingJson(), HasObject(), GetObject()};
+    for (std::vector<Comparison> const& some : {Splitters(), Wildcards()}) {
+        all.insert(all.end(), some.begin(), some.end());
+    }
+    all.insert(all.end(), {Base64(), EncodingUrl()});
+    std::vector<Comparison> const conversions = Conversions();
+    all.insert(all.end(), conversions.begin(), conversions.end());
+    all.insert(all.end(), {ReadingProfile(directory), Logging(directory)});
+    return all;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
+        return 2;
+    }
+    TempDirectory const directory;
+    if (InitLogger(directory.Path().c_str()) != 0 ||
+        GetLogger(2, "bench", LOGLEVEL_ERROR, &logger) != 0) {
+        std::cerr << "micro: there is no log\n";
+        return 1;
+    }
+    std::vector<Comparison> const comparisons = AllComparisons(directory);
+    for (Comparison const& comparison : comparisons) {
+        Register(comparison, "ours", comparison.ours);
+        if (comparison.theirs) {
+            Register(comparison, "theirs", comparison.theirs);
+        }
+    }
+    MedianKeeper keeper;
+    benchmark::RunSpecifiedBenchmarks(&keeper);
+    std::printf(
+        "| call | size | time | reference | ratio | for each unit | growth | the "
+        "reference |\n|---|---|---:|---:|---:|---:|---:|---|\n");
+    for (Comparison const& comparison : comparisons) {
+        PrintRows(comparison, keeper.nanoseconds);
+    }
+    benchmark::Shutdown();
+    return 0;
+}
