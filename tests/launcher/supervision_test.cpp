@@ -8,6 +8,7 @@
 #include "tests/support/launcher_fixture.h"
 #include "tests/support/limited_launcher.h"
 #include "tests/support/log_gate.h"
+#include "tests/support/sanitizers.h"
 #include "tests/support/wait_for.h"
 
 namespace {
@@ -257,5 +258,27 @@ TEST_F(LauncherChain, WithoutAThreadTheLauncherSaysItsLineAndEndsWithZero) {
     EXPECT_THAT(Messages("ERROR"),
                 ElementsAre("[LAUNCHER  ] Error while parsing saved json string."));
 }
+
+#if !UNDER_ASAN && !UNDER_TSAN
+// A fork copies every mapping: stacks and heaps of their own for all threads would be
+// three for each.
+TEST_F(LauncherSupervision, FiftyProgramsTakeFewMappingsMoreThanOne) {
+    auto const mappings = [this](int programs) {
+        std::vector<std::string> items;
+        for (int i = 0; i < programs; ++i) {
+            std::string const tag = std::to_string(programs);
+            items.push_back(Item("item" + std::to_string(i), {"--hold", tag}));
+        }
+        Start(List(items));
+        WaitForReports(static_cast<std::size_t>(programs), std::to_string(programs));
+        std::string const maps = "/proc/" + std::to_string(launcher->Pid()) + "/maps";
+        std::size_t const count = Lines(ReadFile(maps)).size();
+        EXPECT_EQ(Stop(), "exit 1");
+        return count;
+    };
+    std::size_t const of_one = mappings(1);
+    EXPECT_LT(mappings(50), of_one + 20);
+}
+#endif
 
 }  // namespace
