@@ -16,8 +16,6 @@
 #include <thread>
 #include <vector>
 
-#include "tests/support/sanitizers.h"
-
 namespace {
 
 struct Stack {
@@ -71,7 +69,6 @@ TEST(ProcessDefaults, ThreadsHaveStacksOf512Kib) {
     std::thread([] { EXPECT_EQ(StackOfThisThread().size, 512U * 1024); }).join();
 }
 
-#if !UNDER_ASAN && !UNDER_TSAN
 TEST(ProcessDefaults, ThreadsShareTheHeapOfTheMainThread) {
     for (int i = 0; i < 4; ++i) {
         std::thread([] {
@@ -138,4 +135,3 @@ TEST(ProcessDefaults, AForkKeepsErrno) {
         EXPECT_EQ(status, 0);
     }).join();
 }
-#endif
