@@ -6,6 +6,7 @@
 #include <csignal>
 
 #include "tests/support/launcher_fixture.h"
+#include "tests/support/log_gate.h"
 #include "tests/support/wait_for.h"
 #include "tools/launchlist_check/list_check.h"
 #include "tools/shared/printable.h"
@@ -292,31 +293,24 @@ TEST_F(Prediction, WhatIsIgnoredIsIgnored) {
 
 TEST_F(Prediction, OfTwoWithOneNameTheLaterRunsOn) {
     std::string const list =
-        List({Item("a", {"--hold", "earlier"}), Item("a", {"--hold", "later"})});
-    EXPECT_THAT(Check(list, {"duplicate-name"}),
-                ElementsAre(HasSubstr("this later one wins")));
+        List({Item("a", {"--hold", "earlier"}), R"({"program": "/bin/sh"})",
+              Item("a", {"--hold", "later"})});
+    EXPECT_THAT(Check(list, {"no-name", "duplicate-name"}),
+                ElementsAre(testing::_, HasSubstr("this later one wins")));
     EXPECT_EQ(programs, 1);
-    // The earlier may be stopped before it has a process, and with it the launcher's
-    // group.
-    for (int attempt = 0; attempt < 20; ++attempt) {
-        Start(list);
-        if (WaitFor(
-                [this] { return launcher->HasEnded() || !Reports("later").empty(); }) &&
-            !launcher->HasEnded()) {
-            break;
-        }
-    }
-    ASSERT_FALSE(launcher->HasEnded());
-    pid_t const later = Reports("later").back().pid;
-    EXPECT_TRUE(WaitFor([&] {
-        std::vector<pid_t> children = RunningProbes();
-        children.erase(std::remove_if(children.begin(), children.end(),
-                                      [this](pid_t pid) {
-                                          return ParentOf(pid) != launcher->Pid();
-                                      }),
-                       children.end());
-        return children == std::vector<pid_t>{later};
-    }));
+    // The launcher's line about the item without a name holds it up until the earlier
+    // program runs: it could be stopped before it has a process, and with it the
+    // launcher's group.
+    LogGate gate(log_file);
+    SetLogLevel("ERROR");
+    Start(list);
+    pid_t const earlier = WaitForReports(1, "earlier")[0].pid;
+    ASSERT_TRUE(gate.WaitUntilHeldUp(launcher->Pid(), 1));
+    gate.Open();
+    pid_t const later = WaitForReports(1, "later")[0].pid;
+    EXPECT_TRUE(WaitFor([&] { return IsGone(earlier); }));
+    EXPECT_TRUE(WaitUntilMainWaits());
+    EXPECT_FALSE(IsGone(later));
 }
 
 }  // namespace
