@@ -55,7 +55,7 @@ constexpr char kHangsInFork[] = "hung in the handler on a supervising thread ins
 
 // ... and main may add to the table while that thread clears it, which has no lock.
 constexpr char kLosesItems[] =
-    "ended with 1 and left what main added while another thread cleared the table";
+    "ended with 1 and left what main was adding while the table was cleared";
 constexpr char kCrashes[] =
     "crashed when main added to the table while another thread cleared it";
 
@@ -217,6 +217,21 @@ class ObservedRun {
         });
     }
 
+    // Says whether the handler interrupted main between the start of an item's thread and
+    // the entry of that item in the table: it then waits for one thread less than there
+    // are.
+    bool MainIsInterruptedWhileItAdds(std::vector<Act> const& acts) const {
+        int threads = 0;
+        for (Act const& act : acts) {
+            threads += act.kind == ActKind::kHasStartedThread ? 1 : 0;
+            threads -= act.kind == ActKind::kHasJoined ? 1 : 0;
+            if (act.kind == ActKind::kHandlerEnds && act.thread == Pid() && threads > 0) {
+                return true;
+            }
+        }
+        return false;
+    }
+
     static bool DidInHandler(std::vector<Act> const& acts, ActKind kind, long value) {
         Act const handler = OpenHandler(acts);
         return std::any_of(acts.begin(), acts.end(), [&](Act const& act) {
@@ -233,7 +248,9 @@ class ObservedRun {
         }
         // What was stopped was also waited for.
         if (CountProcesses() > 1) {
-            return MainAddsToWhatIsCleared(acts) ? kLosesItems : "";
+            bool const loses =
+                MainAddsToWhatIsCleared(acts) || MainIsInterruptedWhileItAdds(acts);
+            return loses ? kLosesItems : "";
         }
         return sigterms == 1 ? kEndsWithOne : kNeedsSecond;
     }
