@@ -1,7 +1,5 @@
 #include "tests/support/launcher_fixture.h"
 
-#include <sys/syscall.h>
-
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
@@ -141,9 +139,8 @@ bool LauncherTest::WaitUntilProgramsAreKnown() const {
         return std::all_of(programs.begin(), programs.end(), [&](pid_t program) {
             return ParentOf(program) != launcher->Pid() ||
                    std::any_of(threads.begin(), threads.end(), [&](pid_t thread) {
-                       SystemCall const call = SystemCallOf(launcher->Pid(), thread);
-                       return call.number == SYS_wait4 &&
-                              static_cast<pid_t>(call.arguments[0]) == program;
+                       return WaitsForProcess(SystemCallOf(launcher->Pid(), thread),
+                                              program);
                    });
         });
     });

@@ -56,3 +56,7 @@ bool WaitsForLock(SystemCall const& call) {
            call.arguments[1] == (FUTEX_WAIT | FUTEX_PRIVATE_FLAG) &&
            call.arguments[3] == no_deadline;
 }
+
+bool WaitsForProcess(SystemCall const& call, pid_t process) {
+    return call.number == SYS_wait4 && static_cast<pid_t>(call.arguments[0]) == process;
+}

@@ -33,3 +33,7 @@ bool WaitsForThread(SystemCall const& /*call*/) {
 bool WaitsForLock(SystemCall const& /*call*/) {
     ThrowForLackOfLinux();
 }
+
+bool WaitsForProcess(SystemCall const& /*call*/, pid_t /*process*/) {
+    ThrowForLackOfLinux();
+}
