@@ -1,7 +1,7 @@
 // Measures the calls of the support layer, each beside what a program would otherwise
-// call, at three sizes or more, and prints a table: the times, their ratio, and how much
-// longer the largest size takes for each unit than the smallest. To be run by
-// scripts/bench; takes the options of Google Benchmark.
+// call, at three sizes or more, and prints a table: the times, their ratio, the units
+// that are done in a second, and how much longer each takes than at the smallest size. To
+// be run by scripts/bench; takes the options of Google Benchmark.
 
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
@@ -409,6 +409,15 @@ void PrintTime(double nanoseconds) {
     std::printf(" %.3g %s |", nanoseconds, units[unit]);
 }
 
+void PrintRate(double units_per_second, std::string const& unit) {
+    char const* const prefixes[] = {"", "k ", "M ", "G "};
+    int prefix = 0;
+    for (; units_per_second >= 1000 && prefix < 3; ++prefix) {
+        units_per_second /= 1000;
+    }
+    std::printf(" %.3g %s%s/s |", units_per_second, prefixes[prefix], unit.c_str());
+}
+
 void PrintRows(Comparison const& comparison,
                std::map<std::string, double> const& nanoseconds) {
     double first_per_unit = 0;
@@ -429,7 +438,7 @@ void PrintRows(Comparison const& comparison,
             PrintTime(theirs->second);
             std::printf(" %.2f |", ours->second / theirs->second);
         }
-        PrintTime(per_unit);
+        PrintRate(1e9 / per_unit, comparison.unit);
         std::printf(" %.2f | %s |\n", per_unit / first_per_unit,
                     comparison.reference.c_str());
     }
@@ -470,7 +479,7 @@ int main(int argc, char** argv) {
     MedianKeeper keeper;
     benchmark::RunSpecifiedBenchmarks(&keeper);
     std::printf(
-        "| call | size | time | reference | ratio | for each unit | growth | the "
+        "| call | size | time | reference | ratio | rate | growth | the "
         "reference |\n|---|---|---:|---:|---:|---:|---:|---|\n");
     for (Comparison const& comparison : comparisons) {
         PrintRows(comparison, keeper.nanoseconds);

@@ -284,7 +284,7 @@ void Bench::Storm(Kind kind) {
     auto const supervisor = Start(kind, stamps, kTwoArguments);
     checks.Expect(stamps.WaitUntilAllStarted(5), Name(kind, stamps) + ": no restarts");
     std::size_t const descriptors = supervisor->Descriptors();
-    double const memory = supervisor->ReadMemory().own;
+    double const memory = supervisor->ReadMemory().rss;
     std::vector<std::uint32_t> starts;
     std::int64_t const begin = Now();
     double const cpu = supervisor->Cpu();
@@ -305,7 +305,7 @@ void Bench::Storm(Kind kind) {
     }
     double const own = (supervisor->Cpu() - cpu) / total;
     double const seconds = static_cast<double>(Now() - begin) / 1e9;
-    double const growth = supervisor->ReadMemory().own - memory;
+    double const growth = supervisor->ReadMemory().rss - memory;
     double const more_descriptors =
         static_cast<double>(supervisor->Descriptors()) - static_cast<double>(descriptors);
     double const of_programs =
@@ -323,7 +323,7 @@ void Bench::Storm(Kind kind) {
     figures.Add(table, "CPU for 1,000 restarts: supervisor", "ms", kind, own);
     figures.Add(table, "CPU for 1,000 restarts: with the programs", "ms", kind,
                 own + of_programs);
-    figures.Add(table, "growth of private memory", "KiB", kind, growth);
+    figures.Add(table, "growth of RSS", "KiB", kind, growth);
     figures.Add(table, "growth of open descriptors", "", kind, more_descriptors);
 }
 
