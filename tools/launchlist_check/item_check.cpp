@@ -76,8 +76,11 @@ class ItemCheck {
 
     ItemResult Check() {
         CheckName();
-        CheckProgram();
-        CheckArguments();
+        // Of an item without a name the launcher reads nothing else.
+        if (result.name) {
+            CheckProgram();
+            CheckArguments();
+        }
         CheckUnknownMembers();
         return std::move(result);
     }
@@ -142,7 +145,7 @@ class ItemCheck {
         Json::Value& value = item["program"];
         std::optional<std::string> const program = TextOf(value);
         if (!program) {
-            result.ends_launcher = result.name.has_value();
+            result.ends_launcher = true;
             AddError(
                 "program-type",
                 R"("program" is )" + TypeName(value) +

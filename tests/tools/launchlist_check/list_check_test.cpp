@@ -258,6 +258,17 @@ TEST(LaunchListCheck, AnItemWithoutAName) {
     EXPECT_EQ(Check(ItemOf(R"("name": "a", "program": "/bin/sh")")), kOk);
 }
 
+TEST(LaunchListCheck, OfAnItemWithoutANameNothingElseIsRead) {
+    EXPECT_EQ(Check(ItemOf(R"("program": "relative", "argc": "x", "args": 7, "arg": 1)")),
+              "list.json: item \"0\": error: no \"name\": the launcher skips the item "
+              "[no-name]\n"
+              "list.json: item \"0\": warning: the member \"arg\" means nothing to the "
+              "launcher [unknown-member]\n");
+    EXPECT_EQ(Check(ItemOf(R"("name": {}, "program": [])")),
+              "list.json: item \"0\": error: \"name\" is an object: the launcher ends "
+              "there, with exit code 0, and stops what it has started [name-type]\n");
+}
+
 TEST(LaunchListCheck, ANameThatIsNoString) {
     struct {
         char const* value;
