@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <thread>
@@ -359,6 +360,12 @@ std::string DescribeMachine() {
            kernel.sysname + " " + kernel.release;
 }
 
+bool IsScenario(std::string const& name) {
+    return name == "starts" ||
+           std::any_of(std::begin(kScenarios), std::end(kScenarios),
+                       [&](Scenario const& scenario) { return name == scenario.name; });
+}
+
 bool ReadOptions(int argc, char** argv, Options& options) {
     for (int i = 1; i < argc; ++i) {
         std::string const option = argv[i];
@@ -371,7 +378,7 @@ bool ReadOptions(int argc, char** argv, Options& options) {
             options.extent.rounds = std::atoi(value.c_str());
         } else if (option == "--json" && !value.empty()) {
             options.json_file = value;
-        } else if (option == "--only" && !value.empty()) {
+        } else if (option == "--only" && IsScenario(value)) {
             options.only.push_back(value);
         } else {
             return false;
