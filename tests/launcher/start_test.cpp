@@ -210,6 +210,23 @@ TEST_F(LauncherStart, TheLaterItemOfTheSameNameWins) {
     EXPECT_THAT(Reports("earlier"), SizeIs(1));
 }
 
+TEST_F(LauncherStart, TheLaterItemOfTheSameNameIsStartedBeforeTheEarlierIsStopped) {
+    LogGate main_gate(log_file);
+    SetLogLevel("ERROR");
+    Start(List({Item("a", {"--hold", "earlier"}), "{}", Item("a", {"--hold", "later"})}));
+    ASSERT_THAT(WaitForReports(1, "earlier"), SizeIs(1));
+    ASSERT_TRUE(main_gate.WaitUntilHeldUp(launcher->Pid(), 1));
+    main_gate.MoveAway();
+    LogGate end_gate(log_file);
+    main_gate.Open();
+    // The stop of the earlier one takes until its end is logged.
+    EXPECT_THAT(WaitForReports(1, "later"), SizeIs(1));
+    EXPECT_TRUE(end_gate.WaitUntilHeldUp(launcher->Pid(), 1));
+    end_gate.Open();
+    EXPECT_TRUE(WaitUntilMainWaits());
+    EXPECT_EQ(Stop(), "exit 1");
+}
+
 TEST_F(LauncherStart, ReplacingASupervisorThatHasNotForkedKillsTheProcessGroup) {
     LogGate const gate(log_file);
     // Both supervisors are held up before their first fork.

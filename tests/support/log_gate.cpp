@@ -34,6 +34,12 @@ bool LogGate::WaitUntilHeldUp(pid_t process, int count) const {
     });
 }
 
+void LogGate::MoveAway() {
+    std::filesystem::path const old_path = path;
+    path += ".moved";
+    std::filesystem::rename(old_path, path);
+}
+
 // Opened for writing too, so that it neither waits for a writer nor ever ends.
 void LogGate::Open() {
     descriptor = open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);

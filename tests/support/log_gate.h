@@ -20,6 +20,9 @@ class LogGate {
     // Waits until `count` threads of the process are held up.
     bool WaitUntilHeldUp(pid_t process, int count) const;
 
+    // Leaves its place to another gate, with those that are held up here.
+    void MoveAway();
+
     // Lets all lines through from now on.
     void Open();
 
@@ -27,7 +30,7 @@ class LogGate {
     std::vector<std::string> Log();
 
   private:
-    std::filesystem::path const path;
+    std::filesystem::path path;
     int descriptor = -1;
     std::string text;
 };
