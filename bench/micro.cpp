@@ -99,7 +99,6 @@ std::string NestedPath(std::size_t levels) {
 
 Maker LookingUpWithJsoncpp() {
     return [](std::size_t levels) -> Work {
-        JsonObject object(NestedObject(levels).c_str());
         auto root = std::make_shared<Json::Value>();
         Json::Reader().parse(NestedObject(levels), *root);
         return [root, levels] {
@@ -112,33 +111,30 @@ Maker LookingUpWithJsoncpp() {
     };
 }
 
-Comparison HasObject() {
-    return {"HasObject",
+Comparison LookingUp(char const* call,
+                     void (*look_up)(JsonObject& object, std::string const& path)) {
+    return {call,
             "isMember and [] of Json::Value",
             "members",
             {1, 2, 4, 8},
-            [](std::size_t levels) -> Work {
+            [look_up](std::size_t levels) -> Work {
                 auto object = std::make_shared<JsonObject>(NestedObject(levels).c_str());
-                return [object, path = NestedPath(levels)] {
-                    benchmark::DoNotOptimize(object->HasObject(path.c_str()));
-                };
+                return [=, path = NestedPath(levels)] { look_up(*object, path); };
             },
             LookingUpWithJsoncpp()};
 }
 
+Comparison HasObject() {
+    return LookingUp("HasObject", [](JsonObject& object, std::string const& path) {
+        benchmark::DoNotOptimize(object.HasObject(path.c_str()));
+    });
+}
+
 Comparison GetObject() {
-    return {"GetObject",
-            "isMember and [] of Json::Value",
-            "members",
-            {1, 2, 4, 8},
-            [](std::size_t levels) -> Work {
-                auto object = std::make_shared<JsonObject>(NestedObject(levels).c_str());
-                return [object, path = NestedPath(levels)] {
-                    JsonObject found = object->GetObject(path.c_str());
-                    benchmark::DoNotOptimize(found);
-                };
-            },
-            LookingUpWithJsoncpp()};
+    return LookingUp("GetObject", [](JsonObject& object, std::string const& path) {
+        JsonObject found = object.GetObject(path.c_str());
+        benchmark::DoNotOptimize(found);
+    });
 }
 
 // Words of seven letters with a comma behind each.
