@@ -225,31 +225,22 @@ std::vector<Comparison> Wildcards() {
                  "")};
 }
 
-Comparison Base64() {
-    return {"base64",
-            "",
-            "bytes",
-            {100, 10'000, 1'000'000},
-            [](std::size_t bytes) -> Work {
-                return [data = std::vector<unsigned char>(bytes, 0xA5)] {
-                    benchmark::DoNotOptimize(base64(data.data(), data.size()));
-                };
-            },
-            {}};
-}
-
-Comparison EncodingUrl() {
-    return {"URLEncode, every eighth byte escaped",
-            "",
-            "bytes",
-            {100, 10'000, 1'000'000},
-            [](std::size_t bytes) -> Work {
-                return [text = Words(bytes)] {
-                    std::string const encoded = URLEncode(text.c_str(), true);
-                    benchmark::DoNotOptimize(encoded);
-                };
-            },
-            {}};
+// The encoders, which nothing on every machine does otherwise.
+std::vector<Comparison> Encoders() {
+    std::vector<std::size_t> const sizes = {100, 10'000, 1'000'000};
+    Maker const encode_base64 = [](std::size_t bytes) -> Work {
+        return [data = std::vector<unsigned char>(bytes, 0xA5)] {
+            benchmark::DoNotOptimize(base64(data.data(), data.size()));
+        };
+    };
+    Maker const encode_url = [](std::size_t bytes) -> Work {
+        return [text = Words(bytes)] {
+            std::string const encoded = URLEncode(text.c_str(), true);
+            benchmark::DoNotOptimize(encoded);
+        };
+    };
+    return {{"base64", "", "bytes", sizes, encode_base64, {}},
+            {"URLEncode, every eighth byte escaped", "", "bytes", sizes, encode_url, {}}};
 }
 
 using Converter = std::wstring_convert<std::codecvt_utf8<wchar_t>>;
@@ -442,12 +433,10 @@ void PrintRows(Comparison const& comparison,
 
 std::vector<Comparison> AllComparisons(TempDirectory const& directory) {
     std::vector<Comparison> all = {ParsingJson(), HasObject(), GetObject()};
-    for (std::vector<Comparison> const& some : {Splitters(), Wildcards()}) {
+    for (std::vector<Comparison> const& some :
+         {Splitters(), Wildcards(), Encoders(), Conversions()}) {
         all.insert(all.end(), some.begin(), some.end());
     }
-    all.insert(all.end(), {Base64(), EncodingUrl()});
-    std::vector<Comparison> const conversions = Conversions();
-    all.insert(all.end(), conversions.begin(), conversions.end());
     all.insert(all.end(), {ReadingProfile(directory), Logging(directory)});
     return all;
 }
