@@ -30,15 +30,16 @@ constexpr double kPauseMicroseconds = 50'000;
 // How much is measured.
 struct Extent {
     int rounds = 5;
-    int starts = 20;       // exec to first program, and stop, of one program
-    double restarts = 10;  // seconds of restarts of one program
-    double crowded = 5;    // seconds of restarts of one program in the crowd
-    double idle = 10;      // seconds
-    double storm = 10;     // seconds
+    int starts = 20;      // exec to first program, and stop, of one program
+    int restarted = 4;    // supervisors of one program: each differs from the next
+    double restarts = 3;  // seconds of restarts of one program
+    double crowded = 5;   // seconds of restarts of one program in the crowd
+    double idle = 10;     // seconds
+    double storm = 10;    // seconds
     std::size_t crowd = 1000;
 };
 
-Extent const kQuick = {1, 2, 1, 1, 1, 2, 200};
+Extent const kQuick = {1, 2, 1, 1, 1, 1, 2, 200};
 
 struct Options {
     Extent extent;
@@ -178,6 +179,7 @@ void Bench::AddMemory(Kind kind, Supervisor const& supervisor, std::size_t count
     figures.Add("Memory", "PSS, " + programs, "KiB", kind, memory.pss);
     figures.Add("Memory", "RSS, " + programs, "KiB", kind, memory.rss);
     figures.Add("Memory", "private, " + programs, "KiB", kind, memory.own);
+    figures.Add("Memory", "mappings, " + programs, "", kind, memory.mappings);
     if (count == 1) {
         own_of_one[kind] = memory.own;
     } else if (own_of_one[kind] > 0) {
@@ -221,19 +223,26 @@ void Bench::MeasureRestarts(Kind kind, Supervisor& supervisor, Stamps const& sta
                             double seconds, std::string const& table) {
     checks.Expect(stamps.WaitForPause(0), Name(kind, stamps) + ": no restart");
     double const cpu = supervisor.Cpu();
+    Faults const faults = supervisor.ReadFaults();
     std::uint32_t const starts = stamps.Starts(0);
     SleepFor(seconds);
     checks.Expect(stamps.WaitForPause(0), Name(kind, stamps) + ": no restart");
     double const own_cpu = supervisor.Cpu() - cpu;
+    Faults const more_faults = supervisor.ReadFaults();
     std::uint32_t const last = stamps.Starts(0);
+    double const restarts = last - starts;
     AddLatency(kind, BeyondPause(stamps.Gaps(0, starts - 1, last - 1)), table);
     // All of its programs that it has seen end, from the first on.
     double const of_programs =
         supervisor.Kill().children_cpu / static_cast<double>(stamps.TotalEnds());
-    double const own = own_cpu / (last - starts);
+    double const own = own_cpu / restarts;
     figures.Add(table, "CPU for 1,000 restarts: supervisor", "ms", kind, own);
     figures.Add(table, "CPU for 1,000 restarts: with the programs", "ms", kind,
                 own + of_programs);
+    figures.Add(table, "page faults for a restart: supervisor", "", kind,
+                static_cast<double>(more_faults.own - faults.own) / restarts);
+    figures.Add(table, "page faults for a restart: the program", "", kind,
+                static_cast<double>(more_faults.children - faults.children) / restarts);
 }
 
 void Bench::OneProgramStartsAndStops(Kind kind) {
@@ -331,14 +340,16 @@ void Bench::Storm(Kind kind) {
 struct Scenario {
     char const* name;
     void (Bench::*measure)(Kind);
+    int Extent::*times;  // how often in each round; null for once
 };
 
 Scenario const kScenarios[] = {
-    {"restarts", &Bench::OneProgramRestarts},
-    {"ten", &Bench::TenIdlePrograms},
-    {"hundred", &Bench::HundredIdlePrograms},
-    {"crowd", &Bench::Crowd},
-    {"storm", &Bench::Storm},
+    {"starts", &Bench::OneProgramStartsAndStops, &Extent::starts},
+    {"restarts", &Bench::OneProgramRestarts, &Extent::restarted},
+    {"ten", &Bench::TenIdlePrograms, nullptr},
+    {"hundred", &Bench::HundredIdlePrograms, nullptr},
+    {"crowd", &Bench::Crowd, nullptr},
+    {"storm", &Bench::Storm, nullptr},
 };
 
 // Processor, number of processors, system and kernel, in one line.
@@ -361,8 +372,7 @@ std::string DescribeMachine() {
 }
 
 bool IsScenario(std::string const& name) {
-    return name == "starts" ||
-           std::any_of(std::begin(kScenarios), std::end(kScenarios),
+    return std::any_of(std::begin(kScenarios), std::end(kScenarios),
                        [&](Scenario const& scenario) { return name == scenario.name; });
 }
 
@@ -397,12 +407,11 @@ void Measure(Options const& options, Bench& bench) {
     for (int round = 0; round < options.extent.rounds; ++round) {
         std::cerr << "supervision: round " << round + 1 << " of " << options.extent.rounds
                   << std::endl;
-        for (int i = 0; Wanted(options, "starts") && i < options.extent.starts; ++i) {
-            bench.Run(&Bench::OneProgramStartsAndStops, i);
-        }
         for (Scenario const& scenario : kScenarios) {
-            if (Wanted(options, scenario.name)) {
-                bench.Run(scenario.measure, round);
+            int const times =
+                scenario.times == nullptr ? 1 : options.extent.*scenario.times;
+            for (int i = 0; Wanted(options, scenario.name) && i < times; ++i) {
+                bench.Run(scenario.measure, round + i);
             }
         }
     }
@@ -414,9 +423,9 @@ int main(int argc, char** argv) {
     Options options;
     if (!ReadOptions(argc, argv, options)) {
         std::cerr << "supervision [--quick] [--rounds N] [--json FILE] [--only SCENARIO]"
-                     "...\nScenarios: starts";
+                     "...\nScenarios:";
         for (Scenario const& scenario : kScenarios) {
-            std::cerr << ", " << scenario.name;
+            std::cerr << ' ' << scenario.name;
         }
         std::cerr << std::endl;
         return 2;

@@ -220,8 +220,13 @@ double Supervisor::Cpu() const {
 
 Memory Supervisor::ReadMemory() const {
     Memory memory;
-    std::string const file = "/proc/" + std::to_string(pid) + "/smaps_rollup";
-    for (std::string const& line : Lines(ReadFile(file))) {
+    std::string const directory = "/proc/" + std::to_string(pid);
+    for (std::string const& line : Lines(ReadFile(directory + "/maps"))) {
+        // A page of the system's that no process has for itself.
+        bool const is_everybodys = line.find("[vsyscall]") != std::string::npos;
+        memory.mappings += is_everybodys ? 0 : 1;
+    }
+    for (std::string const& line : Lines(ReadFile(directory + "/smaps_rollup"))) {
         std::istringstream words(line);
         std::string key;
         double kib = 0;
@@ -235,6 +240,18 @@ Memory Supervisor::ReadMemory() const {
         }
     }
     return memory;
+}
+
+Faults Supervisor::ReadFaults() const {
+    std::string const text = ReadFile("/proc/" + std::to_string(pid) + "/stat");
+    std::istringstream words(text.substr(text.rfind(')') + 1));
+    std::string skipped;
+    for (int i = 0; i < 7; ++i) {  // from the state to the flags
+        words >> skipped;
+    }
+    Faults faults;
+    words >> faults.own >> faults.children;
+    return faults;
 }
 
 std::uint64_t Supervisor::ContextSwitches() const {

@@ -82,6 +82,13 @@ struct Memory {
     double pss = 0;  // all in KiB
     double rss = 0;
     double own = 0;  // private: what ends with the process
+    int mappings = 0;
+};
+
+// Page faults that read nothing from a disk.
+struct Faults {
+    std::uint64_t own = 0;
+    std::uint64_t children = 0;  // of all programs that it has waited for
 };
 
 // How a supervisor ended, and what it cost.
@@ -109,6 +116,7 @@ class Supervisor {
     double Cpu() const;
 
     Memory ReadMemory() const;
+    Faults ReadFaults() const;
     std::uint64_t ContextSwitches() const;
 
     // The number of open descriptors, without those that are open for a moment only.
