@@ -31,15 +31,26 @@ constexpr double kPauseMicroseconds = 50'000;
 struct Extent {
     int rounds = 5;
     int starts = 20;      // exec to first program, and stop, of one program
-    int restarted = 4;    // supervisors of one program: each differs from the next
-    double restarts = 3;  // seconds of restarts of one program
+    int supervisors = 4;  // of one program: each differs from the next
+    double restarts = 3;  // seconds of restarts of one program, of each supervisor
     double crowded = 5;   // seconds of restarts of one program in the crowd
     double idle = 10;     // seconds
     double storm = 10;    // seconds
     std::size_t crowd = 1000;
 };
 
-Extent const kQuick = {1, 2, 1, 1, 1, 1, 2, 200};
+Extent QuickExtent() {
+    Extent quick;
+    quick.rounds = 1;
+    quick.starts = 2;
+    quick.supervisors = 1;
+    quick.restarts = 1;
+    quick.crowded = 1;
+    quick.idle = 1;
+    quick.storm = 2;
+    quick.crowd = 200;
+    return quick;
+}
 
 struct Options {
     Extent extent;
@@ -345,7 +356,7 @@ struct Scenario {
 
 Scenario const kScenarios[] = {
     {"starts", &Bench::OneProgramStartsAndStops, &Extent::starts},
-    {"restarts", &Bench::OneProgramRestarts, &Extent::restarted},
+    {"restarts", &Bench::OneProgramRestarts, &Extent::supervisors},
     {"ten", &Bench::TenIdlePrograms, nullptr},
     {"hundred", &Bench::HundredIdlePrograms, nullptr},
     {"crowd", &Bench::Crowd, nullptr},
@@ -381,7 +392,7 @@ bool ReadOptions(int argc, char** argv, Options& options) {
         std::string const option = argv[i];
         std::string const value = i + 1 < argc ? argv[i + 1] : "";
         if (option == "--quick") {
-            options.extent = kQuick;
+            options.extent = QuickExtent();
             continue;
         }
         if (option == "--rounds" && std::atoi(value.c_str()) > 0) {

@@ -223,8 +223,9 @@ Memory Supervisor::ReadMemory() const {
     std::string const directory = "/proc/" + std::to_string(pid);
     for (std::string const& line : Lines(ReadFile(directory + "/maps"))) {
         // A page of the system's that no process has for itself.
-        bool const is_everybodys = line.find("[vsyscall]") != std::string::npos;
-        memory.mappings += is_everybodys ? 0 : 1;
+        if (line.find("[vsyscall]") == std::string::npos) {
+            ++memory.mappings;
+        }
     }
     for (std::string const& line : Lines(ReadFile(directory + "/smaps_rollup"))) {
         std::istringstream words(line);
