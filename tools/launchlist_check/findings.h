@@ -28,10 +28,28 @@ struct Finding {
 
 using Findings = std::vector<Finding>;
 
+// What becomes of the launcher itself. What becomes of each item is told by findings.
+enum class Outcome {
+    // It stays until SIGTERM and supervises its items, if there are any.
+    Runs,
+    // It ends by itself with exit code 0. Nothing was started and nothing is killed.
+    Exits,
+    // It stops an item before that has a process, perhaps. SIGKILL then goes to its own
+    // process group. This comes before Aborts where both are possible.
+    KillsGroup,
+    // Its process ends abnormally.
+    Aborts,
+    // It never gets to the end of the list. Nothing is started.
+    Hangs,
+    // The list was not checked.
+    Unknown,
+};
+
 struct CheckResult {
     Findings findings;
-    // How many items the launcher supervises after its start; 0 if it ends instead.
+    // How many items the launcher supervises; 0 unless it runs.
     int programs = 0;
+    Outcome outcome = Outcome::Exits;
 };
 
 #endif

@@ -117,7 +117,7 @@ class ItemCheck {
         Json::Value& value = item["name"];
         result.name = TextOf(value);
         if (!result.name) {
-            result.ends_launcher = true;
+            result.ends_walk = true;
             AddError("name-type", R"("name" is )" + TypeName(value) +
                                       ": the launcher ends there, with exit code 0, and "
                                       "stops what it has started");
@@ -145,7 +145,7 @@ class ItemCheck {
         Json::Value& value = item["program"];
         std::optional<std::string> const program = TextOf(value);
         if (!program) {
-            result.ends_launcher = true;
+            result.aborts = true;
             AddError(
                 "program-type",
                 R"("program" is )" + TypeName(value) +
@@ -379,7 +379,7 @@ ItemResult CheckItem(Json::Value& item) {
         return ItemCheck(item).Check();
     }
     ItemResult result;
-    result.ends_launcher = !item.isNull();
+    result.ends_walk = !item.isNull();
     result.findings.push_back(
         {Severity::Error, "item-type",
          "this is " + TypeName(item) + ", not an object: the launcher " +

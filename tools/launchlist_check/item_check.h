@@ -14,8 +14,10 @@ struct ItemResult {
     Findings findings;
     // The name as the launcher reads it; nothing if it skips the item or ends there.
     std::optional<std::string> name;
-    // The launcher does not survive the item.
-    bool ends_launcher = false;
+    // The launcher goes no further in the list, and stops what it has started.
+    bool ends_walk = false;
+    // The launcher's process ends abnormally.
+    bool aborts = false;
 };
 
 // Says whether `key` is a number as the launcher writes it: "0", "7", "10", not "01".

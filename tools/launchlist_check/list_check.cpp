@@ -47,6 +47,7 @@ class ListCheck {
                                           ", not an object with the keys \"0\", \"1\", "
                                           "...: " +
                                           (list.isNull() ? "nothing is started" : kEnds));
+            result.outcome = list.isNull() ? Outcome::Runs : Outcome::Exits;
             return std::move(result);
         }
         CheckItems();
@@ -138,18 +139,28 @@ class ListCheck {
     }
 
     void CheckItems() {
-        bool launcher_ends = false;
+        result.outcome = Outcome::Runs;
+        bool is_reached = true;
         // The last item of each name.
         std::map<std::string, std::string> names;
         for (int i = 0; list.isMember(std::to_string(i)); ++i) {
             std::string const number = std::to_string(i);
             ItemResult checked = CheckItem(list[number]);
-            launcher_ends = launcher_ends || checked.ends_launcher;
+            if (is_reached && checked.ends_walk) {
+                result.outcome = names.empty() ? Outcome::Exits : Outcome::KillsGroup;
+                is_reached = false;
+            }
+            if (is_reached && checked.aborts && result.outcome == Outcome::Runs) {
+                result.outcome = Outcome::Aborts;
+            }
             if (checked.name) {
                 auto const [earlier, is_new] = names.emplace(*checked.name, number);
                 if (!is_new) {
                     checked.findings.insert(checked.findings.begin(),
                                             SameName(earlier->second));
+                    if (is_reached) {
+                        result.outcome = Outcome::KillsGroup;
+                    }
                     earlier->second = number;
                 }
             }
@@ -159,7 +170,8 @@ class ListCheck {
                 result.findings.push_back(finding);
             }
         }
-        result.programs = launcher_ends ? 0 : static_cast<int>(names.size());
+        result.programs =
+            result.outcome == Outcome::Runs ? static_cast<int>(names.size()) : 0;
     }
 
     static Finding SameName(std::string const& earlier) {
@@ -243,7 +255,7 @@ CheckResult CheckLaunchList(std::string const& bytes) {
 CheckResult CheckLaunchListFile(std::string const& path) {
     CheckResult result;
     std::string bytes;
-    if (!ReadListFile(path, bytes, result.findings)) {
+    if (!ReadListFile(path, bytes, result)) {
         return result;
     }
     return CheckLaunchList(bytes);

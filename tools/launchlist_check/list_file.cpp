@@ -37,17 +37,19 @@ class InputFile {
     int const descriptor;
 };
 
-void AddError(Findings& findings, char const* kind, std::string const& message) {
-    findings.push_back({Severity::Error, kind, message});
+void AddError(CheckResult& result, Outcome outcome, char const* kind,
+              std::string const& message) {
+    result.findings.push_back({Severity::Error, kind, message});
+    result.outcome = outcome;
 }
 
-void AddReadError(Findings& findings, int error) {
+void AddReadError(CheckResult& result, int error) {
     if (error == EISDIR) {
-        AddError(findings, "directory",
+        AddError(result, Outcome::Hangs, "directory",
                  "this is a directory: the launcher reads it for ever, in a busy loop "
                  "that only SIGKILL ends");
     } else {
-        AddError(findings, "unreadable",
+        AddError(result, Outcome::Hangs, "unreadable",
                  std::string("reading fails: ") + std::strerror(error) +
                      ": the launcher tries it for ever");
     }
@@ -55,10 +57,10 @@ void AddReadError(Findings& findings, int error) {
 
 }  // namespace
 
-bool ReadListFile(std::string const& path, std::string& bytes, Findings& findings) {
+bool ReadListFile(std::string const& path, std::string& bytes, CheckResult& result) {
     InputFile const file(path);
     if (!file.IsOpen()) {
-        AddError(findings, "unreadable",
+        AddError(result, Outcome::Exits, "unreadable",
                  std::string("this cannot be opened: ") + std::strerror(errno) +
                      ": the launcher ends without a word, with exit code 0");
         return false;
@@ -69,13 +71,13 @@ bool ReadListFile(std::string const& path, std::string& bytes, Findings& finding
     while ((length = file.Read(chunk, sizeof chunk)) > 0) {
         bytes.append(chunk, static_cast<std::size_t>(length));
         if (bytes.size() > kMostBytes) {
-            AddError(findings, "too-large",
+            AddError(result, Outcome::Unknown, "too-large",
                      "this is longer than 64 MiB: no launch list, and not checked");
             return false;
         }
     }
     if (length < 0) {
-        AddReadError(findings, errno);
+        AddReadError(result, errno);
         return false;
     }
     return true;

@@ -8,8 +8,8 @@
 #include "tools/launchlist_check/findings.h"
 
 // Reads the file at `path`, or the standard input for "-", into `bytes`. Returns false,
-// and adds to `findings` why and what that means for the launcher, if it cannot be read
+// and sets in `result` why and what that means for the launcher, if it cannot be read
 // or is longer than any launch list: then `bytes` holds nothing of use.
-bool ReadListFile(std::string const& path, std::string& bytes, Findings& findings);
+bool ReadListFile(std::string const& path, std::string& bytes, CheckResult& result);
 
 #endif

@@ -13,6 +13,24 @@ char const* Keyword(Severity severity) {
     return severity == Severity::Error ? "error" : "warning";
 }
 
+char const* Word(Outcome outcome) {
+    switch (outcome) {
+        case Outcome::Runs:
+            return "runs";
+        case Outcome::Exits:
+            return "exits";
+        case Outcome::KillsGroup:
+            return "kills-group";
+        case Outcome::Aborts:
+            return "aborts";
+        case Outcome::Hangs:
+            return "hangs";
+        case Outcome::Unknown:
+            break;
+    }
+    return "unknown";
+}
+
 std::string ToLine(std::string const& label, Finding const& finding) {
     std::string line = Printable(label) + ":";
     if (finding.line > 0) {
@@ -52,6 +70,7 @@ Json::Value ToValue(CheckedFile const& file) {
     Findings const& findings = file.result.findings;
     Json::Value value(Json::objectValue);
     value["file"] = file.label;
+    value["outcome"] = Word(file.result.outcome);
     value["programs"] = file.result.programs;
     value["errors"] = Count(findings, Severity::Error);
     value["warnings"] = Count(findings, Severity::Warning);

@@ -128,6 +128,44 @@ TEST_F(LaunchlistCheck, PrintsJsonForMachines) {
     EXPECT_FALSE(finding.isMember("item"));
 }
 
+TEST_F(LaunchlistCheck, JsonSaysWhatBecomesOfTheLauncher) {
+    struct {
+        char const* list;
+        char const* outcome;
+        int programs;
+    } const cases[] = {
+        {R"({"0": {"name": "a"}, "1": {"name": "b"}})", "runs", 2},
+        {"{}", "runs", 0},
+        {"null", "runs", 0},
+        {R"({"0": null, "1": {"name": "a"}})", "runs", 1},
+        {"", "exits", 0},
+        {"{", "exits", 0},
+        {"[]", "exits", 0},
+        {R"({"0": []})", "exits", 0},
+        {R"({"0": {"program": []}, "1": {"name": []}})", "exits", 0},
+        {R"({"0": {"name": "a"}, "1": []})", "kills-group", 0},
+        {R"({"0": {"name": "a"}, "1": {"name": []}})", "kills-group", 0},
+        {R"({"0": {"name": "a"}, "1": {"name": "a"}})", "kills-group", 0},
+        {R"({"0": {"name": "a", "program": []}, "1": 7})", "kills-group", 0},
+        {R"({"0": {"name": "a", "program": []}, "1": {"name": "a"}})", "kills-group", 0},
+        {R"({"0": {"name": "a", "program": []}, "1": {"name": "b"}})", "aborts", 0},
+        // What comes after the end of the launcher's walk changes nothing.
+        {R"({"0": 7, "1": {"name": "a"}, "2": {"name": "a"}})", "exits", 0},
+        {R"({"0": 7, "1": {"name": "a", "program": {}}})", "exits", 0},
+        {R"({"0": {"name": "a"}, "1": 7, "2": 7})", "kills-group", 0},
+    };
+    for (auto const& [list, outcome, programs] : cases) {
+        Json::Value const file = Parse(Run({"--json", "-"}, list).output)["files"][0];
+        EXPECT_EQ(file["outcome"], outcome) << list;
+        EXPECT_EQ(file["programs"], programs) << list;
+    }
+    Json::Value const files =
+        Parse(Run({"--json", "/nonexistent", "/", "/dev/zero"}).output)["files"];
+    EXPECT_EQ(files[0]["outcome"], "exits");
+    EXPECT_EQ(files[1]["outcome"], "hangs");
+    EXPECT_EQ(files[2]["outcome"], "unknown");
+}
+
 TEST_F(LaunchlistCheck, JsonCountsAndNames) {
     Json::Value const file = Parse(Run({"--json", warned}).output)["files"][0];
     EXPECT_EQ(file["errors"], 0);
