@@ -84,6 +84,7 @@ need_for_tests() {
     need zsh zsh zsh has_command zsh
     need jq jq jq has_command jq
     if [ "$(uname)" != Darwin ]; then
+        need localedef libc-bin '' has_command localedef
         need "Python's jsonschema" python3-jsonschema '' has_python_module jsonschema
     fi
     need_for_benchmarks

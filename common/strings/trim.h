@@ -11,6 +11,14 @@
 // Removes the blanks, tabs, line feeds, vertical tabs, form feeds and carriage returns
 // at both ends of `text`, in place, and returns `text`. The current locale plays no
 // part, and a byte of 128 or more is never removed.
-std::string& trim(std::string& text);
+//
+// Every source file has a function of its own, so a function of this name elsewhere in a
+// program cannot take its place.
+static inline std::string& trim(std::string& text) {
+    char const* const blanks = " \t\n\v\f\r";
+    text.erase(text.find_last_not_of(blanks) + 1);
+    text.erase(0, text.find_first_not_of(blanks));
+    return text;
+}
 
 #endif

@@ -14,10 +14,12 @@ extern "C" void* __libc_memalign(std::size_t alignment, std::size_t size);
 namespace {
 
 std::atomic<int> g_allocations{0};
-std::atomic<int> g_last_granted{INT_MAX};
+std::atomic<int> g_first_refused{INT_MAX};
+std::atomic<int> g_last_refused{INT_MAX};
 
 bool IsGranted() {
-    bool const granted = ++g_allocations <= g_last_granted;
+    int const allocation = ++g_allocations;
+    bool const granted = allocation < g_first_refused || allocation > g_last_refused;
     if (!granted) {
         errno = ENOMEM;
     }
@@ -30,16 +32,18 @@ int CountAllocations() {
     return g_allocations;
 }
 
-RefusedAllocations::RefusedAllocations(int granted) {
-    g_last_granted = g_allocations + granted;
+RefusedAllocations::RefusedAllocations(int granted, int refused) {
+    int const before = g_allocations + granted;
+    g_last_refused = refused < INT_MAX - before ? before + refused : INT_MAX;
+    g_first_refused = before + 1;
 }
 
 RefusedAllocations::~RefusedAllocations() {
-    g_last_granted = INT_MAX;
+    g_first_refused = INT_MAX;
 }
 
 bool RefusedAllocations::Any() const {
-    return g_allocations > g_last_granted;
+    return g_allocations >= g_first_refused;
 }
 
 extern "C" void* malloc(std::size_t size) {

@@ -5,13 +5,16 @@
 #ifndef TESTS_SUPPORT_COUNTED_MALLOC_H
 #define TESTS_SUPPORT_COUNTED_MALLOC_H
 
+#include <climits>
+
 // Returns how many blocks were asked for so far.
 int CountAllocations();
 
-// While it lives, no block is to be had after the first `granted`.
+// While it lives, the first `granted` blocks are given, the next `refused` are not, and
+// later ones are given again.
 class RefusedAllocations {
   public:
-    explicit RefusedAllocations(int granted);
+    explicit RefusedAllocations(int granted, int refused = INT_MAX);
     ~RefusedAllocations();
     RefusedAllocations(RefusedAllocations const&) = delete;
     RefusedAllocations& operator=(RefusedAllocations const&) = delete;
