@@ -46,37 +46,42 @@ class WideMemoryStream {
     std::FILE* stream;
 };
 
+// What is returned where formatting failed. Throws std::bad_alloc if `errno` says that it
+// failed for lack of memory.
+template <typename Char>
+std::basic_string<Char> FailedText() {
+    if (errno == ENOMEM) {
+        throw std::bad_alloc();
+    }
+    return {};
+}
+
 }  // namespace
 
 std::string string_format(std::string format, ...) {
     va_list arguments;
+    errno = 0;
     va_start(arguments, format);
     int const length = std::vsnprintf(nullptr, 0, format.c_str(), arguments);
     va_end(arguments);
     if (length < 0) {
-        return "";
+        return FailedText<char>();
     }
     std::size_t const size = static_cast<std::size_t>(length) + 1;
     auto const text = std::make_unique<char[]>(size);
     va_start(arguments, format);
-    std::vsnprintf(text.get(), size, format.c_str(), arguments);
+    int const written = std::vsnprintf(text.get(), size, format.c_str(), arguments);
     va_end(arguments);
-    return text.get();
+    return written < 0 ? FailedText<char>() : text.get();
 }
 
 std::wstring wstring_format(std::wstring format, ...) {
     WideMemoryStream output;
     va_list arguments;
-    va_start(arguments, format);
     errno = 0;
+    va_start(arguments, format);
     bool const formatted =
         std::vfwprintf(output.Stream(), format.c_str(), arguments) >= 0 && output.Close();
     va_end(arguments);
-    if (formatted) {
-        return output.Text();
-    }
-    if (errno == ENOMEM) {
-        throw std::bad_alloc();
-    }
-    return L"";
+    return formatted ? output.Text() : FailedText<wchar_t>();
 }

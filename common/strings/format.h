@@ -16,14 +16,18 @@
 #include <string>
 
 // Returns the formatted text, up to the first NUL in it: one that a "%c" of the value 0
-// writes ends the result. Returns an empty string if formatting fails, as for a "%lc"
-// that the locale cannot encode. Throws std::bad_alloc if memory runs out.
+// writes ends the result. Throws std::bad_alloc if memory runs out.
+//
+// Returns an empty string if formatting fails:
+// - the locale cannot encode a character of "%lc" or "%ls";
+// - the text has more than INT_MAX (2147483647) characters, which is the most that the C
+//   library can write.
 std::string string_format(std::string format, ...);
 
-// Does the same with wide text; here "%ls" takes wide strings and "%s" narrow ones, which
-// are decoded in the current locale. Formatting also fails, on systems whose C library
-// takes its wide output through the locale (macOS does), for characters that the locale
-// cannot encode.
+// Does the same with wide text, with the same bound on its length. Here "%ls" takes wide
+// strings and "%s" narrow ones, which are decoded in the current locale. Formatting fails
+// if one cannot be decoded. On systems whose C library takes its wide output through the
+// locale (macOS does) it also fails for characters that the locale cannot encode.
 std::wstring wstring_format(std::wstring format, ...);
 
 #endif

@@ -40,6 +40,8 @@ std::vector<Text> ReadLines(Text const& text, typename Text::value_type line_end
                             Transform const& transform) {
     std::vector<Text> pieces;
     std::basic_istringstream<typename Text::value_type> stream(text);
+    // Else a lack of memory would end the text.
+    stream.exceptions(std::ios_base::badbit);
     for (Text piece; std::getline(stream, piece, line_end);) {
         pieces.push_back(transform(piece));
     }

@@ -3,16 +3,18 @@
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <unistd.h>
+#include <uuid/uuid.h>
 
 #include <cerrno>
 #include <climits>
-#include <clocale>
 #include <cstdint>
 #include <cstdio>
 #include <regex>
+#include <thread>
 #include <unordered_set>
 #include <vector>
 
+#include "tests/support/locale_in_use.h"
 #include "tests/support/sanitizers.h"
 
 #if UNDER_ASAN
@@ -168,11 +170,19 @@ TEST(Base64, EveryCallEndsTheLifeOfTheTextBefore) {
     EXPECT_EQ(base64(nullptr, 0), nullptr);
 }
 
+// The text before is of another thread, and its life ends all the same.
+TEST(Base64, ACallInOneThreadEndsTheLifeOfAnothersText) {
+    Bytes const large(50000000, 'x');
+    char const* const text = base64(large.data(), large.size());
+    ASSERT_FALSE(IsFreed(text));
+    std::thread([] { base64(nullptr, 0); }).join();
+    EXPECT_TRUE(IsFreed(text));
+}
+
 TEST(UrlEncode, EveryByteWithBothFlagsWhateverTheLocale) {
     std::string const kept =
         "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz-._~";
-    for (char const* const locale : {"C", "C.UTF-8"}) {
-        ASSERT_NE(std::setlocale(LC_ALL, locale), nullptr);
+    InEveryLocale([&kept] {
         for (int byte = 1; byte < 256; ++byte) {
             std::string const text(1, static_cast<char>(byte));
             char escaped[8];
@@ -183,8 +193,7 @@ TEST(UrlEncode, EveryByteWithBothFlagsWhateverTheLocale) {
                       is_kept || byte == '/' ? text : escaped)
                 << byte;
         }
-    }
-    std::setlocale(LC_ALL, "C");
+    });
 }
 
 TEST(UrlEncode, TextsOfSeveralBytes) {
@@ -209,10 +218,22 @@ TEST(UrlEncode, TextMayHaveAnyLength) {
 TEST(NewUuid, IsARandomUuidOfVersionFour) {
     std::regex const form(
         "[0-9a-f]{8}-[0-9a-f]{4}-4[0-9a-f]{3}-[89ab][0-9a-f]{3}-"
-        "[0-9a-f]{12}");
+        "[0-9a-f]{12}",
+        std::regex::icase);
     for (int i = 0; i < 1000; ++i) {
         std::string const uuid = NewUUID();
         EXPECT_TRUE(std::regex_match(uuid, form)) << uuid;
+    }
+}
+
+TEST(NewUuid, ItsLettersAreInTheCaseInWhichTheSystemWritesThem) {
+    for (int i = 0; i < 1000; ++i) {
+        std::string const uuid = NewUUID();
+        uuid_t bytes;
+        ASSERT_EQ(uuid_parse(uuid.c_str(), bytes), 0) << uuid;
+        char as_written[37];
+        uuid_unparse(bytes, as_written);
+        EXPECT_EQ(uuid, as_written);
     }
 }
 

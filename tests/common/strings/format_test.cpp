@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <clocale>
+#include <cwchar>
+
+#include "tests/support/locale_in_use.h"
 
 namespace {
 
@@ -62,24 +64,32 @@ TEST(Format, BytesPassAsTheyAre) {
 }
 
 TEST(Format, WideCharactersBeyondAsciiPassWhole) {
+    LocaleInUse const locale = LocaleInUse::Utf8();
     EXPECT_EQ(wstring_format(L"\u00E9 %ls %lc", L"\u20AC", static_cast<wint_t>(0x1F600)),
               L"\u00E9 \u20AC \U0001F600");
 }
 
 TEST(Format, NarrowStringsInWideTextAreDecodedInTheLocale) {
-    ASSERT_NE(std::setlocale(LC_ALL, "C.UTF-8"), nullptr);
+    LocaleInUse const locale = LocaleInUse::Utf8();
     EXPECT_EQ(wstring_format(L"<%s>", "\xE2\x82\xAC"), L"<\u20AC>");
-    std::setlocale(LC_ALL, "C");
 }
 
-TEST(Format, FailureGivesAnEmptyString) {
-    ASSERT_NE(std::setlocale(LC_ALL, "C.UTF-8"), nullptr);
-    EXPECT_EQ(string_format("before %lc after", static_cast<wint_t>(0xD800)), "");
-    EXPECT_EQ(string_format("before %ls after", L"\xD800"), "");
+TEST(Format, WideStringsInTextAreEncodedInTheLocale) {
+    LocaleInUse const locale = LocaleInUse::Utf8();
+    EXPECT_EQ(string_format("<%ls %lc>", L"\u20AC", static_cast<wint_t>(0x20AC)),
+              "<\xE2\x82\xAC \xE2\x82\xAC>");
+}
+
+TEST(Format, WhatTheLocaleCannotEncodeOrDecodeGivesAnEmptyString) {
+    EXPECT_EQ(string_format("before %lc after", static_cast<wint_t>(0x20AC)), "");
+    EXPECT_EQ(string_format("before %ls after", L"\u20AC"), "");
+    LocaleInUse const locale = LocaleInUse::Utf8();
     EXPECT_EQ(wstring_format(L"before %s after", "\xFF"), L"");
     EXPECT_EQ(wstring_format(L"before %s after", "\xE2\x82"), L"");
-    std::setlocale(LC_ALL, "C");
-    EXPECT_EQ(string_format("before %lc after", static_cast<wint_t>(0x20AC)), "");
+}
+
+TEST(Format, MoreCharactersThanAnIntCountsGiveAnEmptyString) {
+    static_assert(INT_MAX == 2147483647);
     EXPECT_EQ(string_format("before %2147483648d", 1), "");
     EXPECT_EQ(wstring_format(L"before %2147483648d", 1), L"");
 }

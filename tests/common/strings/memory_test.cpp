@@ -1,43 +1,110 @@
-// Formatting where memory is short: every single allocation of a call fails once.
+// What the string functions do where memory is short: every single allocation of a call
+// fails once, alone and with all later ones.
 
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <new>
+#include <regex>
 #include <string>
+#include <type_traits>
+#include <vector>
 
+#include "common/strings/encoders.h"
 #include "common/strings/format.h"
+#include "common/strings/path_text.h"
+#include "common/strings/split.h"
 #include "tests/support/counted_malloc.h"
 
 namespace {
 
-// Makes the call with no allocation granted, then with one, and so on until it has all
-// that it asks for. Until then it may only throw std::bad_alloc.
-template <typename Call, typename Text>
-void ExpectLackOfMemoryIsThrown(Call call, Text const& expected) {
-    for (int granted = 0;; ++granted) {
-        Text text;
-        bool lacked_memory = false;
+// Calls with no allocation granted, then with one, and so on until the call has all that
+// it asks for. It may only throw std::bad_alloc or return what it always returns.
+template <typename Call>
+void ExpectLackOfMemoryIsThrown(Call call, int refused) {
+    auto const expected = call();
+    bool lacked_memory = true;
+    for (int granted = 0; lacked_memory; ++granted) {
+        std::decay_t<decltype(expected)> result;
+        bool thrown = false;
         try {
-            RefusedAllocations const refused(granted);
-            text = call();
-            lacked_memory = refused.Any();
+            RefusedAllocations const refusal(granted, refused);
+            result = call();
+            lacked_memory = refusal.Any();
         } catch (std::bad_alloc const&) {
-            continue;
+            thrown = true;
         }
-        EXPECT_FALSE(lacked_memory) << "with " << granted << " allocations";
-        EXPECT_EQ(text, expected);
-        EXPECT_GT(granted, 1);
-        return;
+        ASSERT_TRUE(thrown || result == expected)
+            << granted << " granted, then " << refused << " refused";
+        ASSERT_TRUE(granted > 0 || thrown);
     }
 }
 
-TEST(Format, LackOfMemoryAtAnyMomentIsThrownAndNotAShorterText) {
-    ExpectLackOfMemoryIsThrown([] { return string_format("%050d", 1); },
-                               std::string(49, '0') + "1");
-    ExpectLackOfMemoryIsThrown([] { return wstring_format(L"%050d", 1); },
-                               std::wstring(49, L'0') + L"1");
-    ExpectLackOfMemoryIsThrown([] { return wstring_format(L"%05000d", 1); },
-                               std::wstring(4999, L'0') + L"1");
+template <typename Call>
+void ExpectLackOfMemoryIsThrown(Call call) {
+    ExpectLackOfMemoryIsThrown(call, INT_MAX);
+    ExpectLackOfMemoryIsThrown(call, 1);
+}
+
+// Longer than what a string holds without memory of its own.
+std::string const kPiece(40, 'p');
+std::wstring const kWidePiece(40, L'p');
+std::string const kText = kPiece + "," + kPiece + ",," + kPiece;
+std::wstring const kWideText = kWidePiece + L"," + kWidePiece + L",," + kWidePiece;
+
+std::string Same(std::string& piece) {
+    return piece;
+}
+
+std::wstring WideSame(std::wstring& piece) {
+    return piece;
+}
+
+TEST(Memory, LackOfItWhileTextIsFormattedIsThrown) {
+    ExpectLackOfMemoryIsThrown([] { return string_format("%050d", 1); });
+    ExpectLackOfMemoryIsThrown(
+        [] { return string_format("before %.100000f after", 0.1); });
+    ExpectLackOfMemoryIsThrown(
+        [] { return string_format("before %.5000Lf after", 0.1L); });
+    ExpectLackOfMemoryIsThrown(
+        [] { return string_format("before %2$*1$d %3$ls after", 5000, 1, L"wide"); });
+    ExpectLackOfMemoryIsThrown([] { return string_format("%s", kText.c_str()); });
+}
+
+TEST(Memory, LackOfItWhileWideTextIsFormattedIsThrown) {
+    ExpectLackOfMemoryIsThrown([] { return wstring_format(L"%050d", 1); });
+    ExpectLackOfMemoryIsThrown([] { return wstring_format(L"%05000d", 1); });
+    ExpectLackOfMemoryIsThrown(
+        [] { return wstring_format(L"before %.100000f after", 0.1); });
+    ExpectLackOfMemoryIsThrown(
+        [] { return wstring_format(L"before %.5000Lf after", 0.1L); });
+    ExpectLackOfMemoryIsThrown(
+        [] { return wstring_format(L"before %2$*1$d %3$s after", 5000, 1, "narrow"); });
+}
+
+TEST(Memory, LackOfItWhileTextIsCutIsThrownAndNoPieceIsLost) {
+    ExpectLackOfMemoryIsThrown([] { return tokenize(kText, ',', Same); });
+    ExpectLackOfMemoryIsThrown([] { return tokenize(kWideText, L',', WideSame); });
+    ExpectLackOfMemoryIsThrown([] { return tokenize(kText, ",", Same); });
+    ExpectLackOfMemoryIsThrown([] { return tokenize(kWideText, L",", WideSame); });
+    ExpectLackOfMemoryIsThrown([] { return split_delim(kText, ",", Same); });
+    ExpectLackOfMemoryIsThrown([] { return split_delim(kWideText, L",", WideSame); });
+    ExpectLackOfMemoryIsThrown(
+        [separator = std::regex(",")] { return split(kText, separator); });
+    ExpectLackOfMemoryIsThrown(
+        [separator = std::wregex(L",")] { return split(kWideText, separator); });
+}
+
+TEST(Memory, LackOfItWhileTextIsMadeIsThrown) {
+    std::vector<std::string> const items = {kPiece, "", kPiece, "x"};
+    ExpectLackOfMemoryIsThrown([&items] { return join(items, kPiece); });
+    ExpectLackOfMemoryIsThrown([] { return URLEncode("a text of some length", false); });
+    ExpectLackOfMemoryIsThrown([] { return NewUUID().size(); });
+    ExpectLackOfMemoryIsThrown([] { return ensure_ends_with_divider(kPiece); });
+    ExpectLackOfMemoryIsThrown([] { return remove_head_slashes("/" + kPiece); });
+    ExpectLackOfMemoryIsThrown([] { return remove_tail_slashes(kPiece + "/"); });
+    ExpectLackOfMemoryIsThrown([] { return remove_duplicated_slashes(kPiece + "//"); });
+    ExpectLackOfMemoryIsThrown([] { return get_file_name("a/" + kPiece); });
 }
 
 }  // namespace

@@ -129,6 +129,13 @@ TEST(Split, TheSeparatorIsAnExpressionOfTheCallersGrammar) {
     EXPECT_THAT(split("a+b", std::regex("+", std::regex::basic)), ElementsAre("a", "b"));
 }
 
+TEST(Split, AnExpressionFindsTheStartAndTheEndOfTheText) {
+    EXPECT_THAT(SplitAt("^a", "aba"), ElementsAre("", "ba"));
+    EXPECT_THAT(SplitAt("a$", "aba"), ElementsAre("ab"));
+    EXPECT_THAT(SplitAt(L"^a", L"aba"), ElementsAre(L"", L"ba"));
+    EXPECT_THAT(SplitAt(L"a$", L"aba"), ElementsAre(L"ab"));
+}
+
 TEST(Split, TakesBytesAsTheyAre) {
     std::string const text("a\0b=\xC3\xA9", 6);
     EXPECT_THAT(SplitAt("=", text),
@@ -224,6 +231,19 @@ TEST(Transform, IsCalledOnceForEachPieceInOrderAndItsResultIsKept) {
                     ElementsAre(L"a7", L"b8", L"c9")));
 }
 
+TEST(Transform, KeepsWhatItRemembersFromPieceToPieceWithinACall) {
+    Transform const number = [seen = 0](std::string& piece) mutable {
+        return piece + std::to_string(++seen);
+    };
+    EXPECT_THAT(EachWay<std::string>("a,b,c", ",", number),
+                testing::Each(ElementsAre("a1", "b2", "c3")));
+    WideTransform const wide_number = [seen = 0](std::wstring& piece) mutable {
+        return piece + std::to_wstring(++seen);
+    };
+    EXPECT_THAT(EachWay<std::wstring>(L"a,b,c", L",", wide_number),
+                testing::Each(ElementsAre(L"a1", L"b2", L"c3")));
+}
+
 TEST(Transform, AnEmptyResultIsKeptToo) {
     Transform const nothing = [](std::string&) { return std::string(); };
     EXPECT_THAT(EachWay<std::string>("a,b,c", ",", nothing),
@@ -283,6 +303,22 @@ TEST(Join, TheSeparatorStandsBetweenTheItemsAlone) {
     EXPECT_EQ(join(Pieces{"a", "b"}, ""), "ab");
     EXPECT_EQ(join({std::string("a\0", 2), "b"}, std::string(1, '\0')),
               std::string("a\0\0b", 4));
+}
+
+TEST(Split, TheNumberOfPiecesHasNoLimit) {
+    std::size_t const count = 150000;
+    std::string text;
+    for (std::size_t i = 0; i < count; ++i) {
+        text += "p,";
+    }
+    text.pop_back();
+    Pieces const pieces(count, "p");
+    EXPECT_TRUE(SplitAt(",", text) == pieces);
+    EXPECT_TRUE(Narrow(SplitAt(L",", Wide(text))) == pieces);
+    EXPECT_TRUE(CutAtRuns(text, ",") == pieces);
+    EXPECT_TRUE(CutAtCharacter(text, ',') == pieces);
+    EXPECT_TRUE(CutAtText(text, ",") == pieces);
+    EXPECT_TRUE(join(pieces, ",") == text);
 }
 
 TEST(Join, AnEmptyListIsOutOfRange) {

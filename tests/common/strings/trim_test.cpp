@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <clocale>
+#include "tests/support/locale_in_use.h"
 
 namespace {
 
@@ -35,8 +35,7 @@ TEST(Trim, TextOfBlanksAndLineBreaksAloneBecomesEmpty) {
 }
 
 TEST(Trim, RemovesTheSixAsciiBlanksAndNoOtherByteWhateverTheLocale) {
-    for (char const* const locale : {"C", "C.UTF-8"}) {
-        ASSERT_NE(std::setlocale(LC_ALL, locale), nullptr);
+    InEveryLocale([] {
         for (int byte = 0; byte < 256; ++byte) {
             std::string const one(1, static_cast<char>(byte));
             bool const blank = byte == 32 || (byte >= 9 && byte <= 13);
@@ -45,8 +44,7 @@ TEST(Trim, RemovesTheSixAsciiBlanksAndNoOtherByteWhateverTheLocale) {
             around.append("a").append(one);
             EXPECT_EQ(Trimmed(around), blank ? "a" : around) << byte;
         }
-    }
-    std::setlocale(LC_ALL, "C");
+    });
 }
 
 TEST(Trim, KeepsANonBreakingSpaceOfUtf8) {
