@@ -7,7 +7,8 @@
 //   list.HasObject("0/program");                    // false
 //   item.Remove("argc");
 //   item.Insert("name", L"caf\u00E9");
-//   list.ToText();                                  // {"0":{"name":"caf\u00e9"}}
+//   list.Insert("1", JsonObject("{}"));
+//   list.ToText();                            // {"0":{"name":"caf\u00e9"},"1":{}}
 //
 // A handle plays one of two roles. An owning object holds a document of its own; a view
 // refers to a value inside another object's document, or to a caller's Json::Value. A
@@ -15,6 +16,27 @@
 // is told by the source's own document alone: if it is JSON null, as in every view, the
 // copy is a view of the same value; else it owns a deep copy. So a copy of an owning
 // object that holds null is a view into that object.
+//
+// To set a member, call Insert. An assignment to what a subscript returned works with a
+// string and with a view, but an owning object only replaces the temporary view:
+//
+//   JsonObject doc(R"({"a": 1})");
+//   JsonObject other(R"({"x": [7]})");
+//   doc["a"] = JsonObject("5");          // wrong: the document still has {"a":1}
+//   doc.Insert("a", JsonObject("5"));    // {"a":5}
+//   doc["a"] = std::string("text");      // {"a":"text"}
+//   doc["a"] = other["x"];               // {"a":[7]}
+//
+// Some expressions do not compile:
+// - doc["a"] = "text", which may be a string or JSON; also doc["a"] = 5;
+// - reading a short, an unsigned int or a float: read an int or a double and convert it;
+// - doc["a"] == 5, and arithmetic: read the value into a variable first;
+// - any operation on a const JsonObject: copy it first.
+//
+// Some compile and do something else:
+// - "abc" + doc["n"] takes the value for an int and skips as many characters of "abc";
+//   write "abc" + std::string(doc["n"]);
+// - list[2.9] is list[2].
 //
 // A document and all views into it are used by one thread at a time. What jsoncpp
 // throws for a value of the wrong type passes through every operation.
@@ -31,14 +53,31 @@
 
 class JsonObject {
   public:
+    // Two constructors parse JSON into a document of their own. They throw
+    // AERROR_INVALID_JSON if the text is not JSON, and Json::RuntimeError if values stand
+    // inside each other more than 1,000 deep.
+    //
+    // They accept more than JSON:
+    // - comments as in C and C++;
+    // - text after the value, which is not looked at: "1 x" is 1;
+    // - an object with one key twice: the later value counts;
+    // - strings with bytes that are not UTF-8. Conversions return those bytes. ToText and
+    //   ToStyledText write other characters for them and for up to three bytes after
+    //   each.
+    //
+    // They do not accept a byte-order mark, or a comma before "]" or "}".
+    //
+    // A number with a fraction or an exponent is read as the C++ library reads a double in
+    // the global std::locale. Where that has a decimal comma, 1.5 is 1, or is not JSON if
+    // a point separates thousands. Numbers below 2.2e-308, like 1e-320, are not JSON with
+    // libc++.
+
     // Parses the `length` bytes at `buffer`, which need no terminator and may hold NULs,
-    // into a document of its own, without comments. Throws AERROR_INVALID_JSON if they
-    // are not JSON.
+    // without comments.
     JsonObject(char const* buffer, unsigned int length);
 
-    // Parses `text` into a document of its own and keeps its comments, which then appear
-    // in styled output. A null pointer gives a document that is JSON null. Throws
-    // AERROR_INVALID_JSON if the text is not JSON.
+    // Parses `text` and keeps its comments, which then appear in styled output. A null
+    // pointer gives a document that is JSON null.
     JsonObject(char const* text);
 
     // A view on `value`, which the caller keeps alive.
@@ -68,9 +107,11 @@ class JsonObject {
     operator std::string();
     operator std::wstring();
 
-    // The value as a number; null is 0. A number that 64 bits cannot hold throws
+    // The value as a number; null is 0 and true is 1. Whole numbers drop a fraction: 1.9
+    // and -1.9 read as 1 and -1. A number that 64 bits cannot hold throws
     // Json::LogicError. int and AERROR take the low 32 bits of the 64-bit value, without
-    // a range check: 4294967297 reads as 1.
+    // a range check: 4294967297 reads as 1. As a bool, 0 and NaN are false and all other
+    // numbers are true.
     operator unsigned long long();
     operator long long();
     operator long();
@@ -92,7 +133,9 @@ class JsonObject {
     bool HasObject(char const* path);
 
     // A view on one member or array element. What is missing is added to the document,
-    // as null; a null value first becomes an object or an array.
+    // as null; a null value first becomes an object or an array. An index far beyond the
+    // end makes the array that long: it takes no memory, but ToText writes every null. A
+    // negative index throws Json::LogicError.
     JsonObject operator[](char const* key);
     JsonObject operator[](int index);
 
@@ -104,10 +147,10 @@ class JsonObject {
     // copy of what was there before the call, so a document may be inserted into itself.
     // Views to what is replaced or removed dangle. `key` is not null.
 
-    // Sets the member `key`, replacing one that exists; a null value first becomes an
-    // object. Returns true. A char const* given for `value` is parsed as JSON, as the
-    // constructor does. Wide text becomes a JSON string in UTF-8; if it is invalid, what
-    // ws2s throws passes through and the document is as it was.
+    // Sets the member `key`, replacing one that exists with its comments; a null value
+    // first becomes an object. Returns true. A char const* given for `value` is parsed as
+    // JSON, as the constructor does. Wide text becomes a JSON string in UTF-8; if it is
+    // invalid, what ws2s throws passes through and the document is as it was.
     bool Insert(char const* key, JsonObject const& value);
     bool Insert(char const* key, std::wstring const& text);
 

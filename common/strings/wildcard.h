@@ -17,11 +17,14 @@
 // and of characters that stand for themselves, the dot among them; there is no way to
 // take a wildcard literally. A wildcard in the name is a character like any other.
 //
-// Three things surprise. "?" and ">" step over the end of the name as if a character
+// Two things surprise. "?" and ">" step over the end of the name as if a character
 // stood there, and then only a "*" that ends the expression can still match: "a?*"
 // matches "a", "a?" does not. "<" alone matches the empty name but not "readme", though
-// "a<" matches "ab". And every "*" and "<" doubles the work that a name can cause: an
-// expression from a stranger with many of them can take practically for ever.
+// "a<" matches "ab".
+//
+// Every "*" and "<" that does not end the expression can multiply the time by the length
+// of the name. "*a*a*b" has three, and tries a name of 4,000 times "a" some ten thousand
+// million times, which takes a minute. Do not take expressions from strangers.
 
 #ifndef COMMON_STRINGS_WILDCARD_H
 #define COMMON_STRINGS_WILDCARD_H

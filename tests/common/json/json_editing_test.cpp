@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "common/json/json_object.h"
+#include "tests/support/locale_in_use.h"
 
 namespace {
 
@@ -16,7 +17,21 @@ TEST(JsonEditing, TheEditingExampleOfItsHeader) {
     JsonObject item = list["0"];
     item.Remove("argc");
     item.Insert("name", L"caf\u00E9");
-    EXPECT_EQ(list.ToText(), R"({"0":{"name":"caf\u00e9"}})");
+    list.Insert("1", JsonObject("{}"));
+    EXPECT_EQ(list.ToText(), R"({"0":{"name":"caf\u00e9"},"1":{}})");
+}
+
+TEST(JsonEditing, TheExampleOfItsHeaderOfSettingAMember) {
+    JsonObject doc(R"({"a": 1})");
+    JsonObject other(R"({"x": [7]})");
+    doc["a"] = JsonObject("5");
+    EXPECT_EQ(doc.ToText(), R"({"a":1})");
+    doc.Insert("a", JsonObject("5"));
+    EXPECT_EQ(doc.ToText(), R"({"a":5})");
+    doc["a"] = std::string("text");
+    EXPECT_EQ(doc.ToText(), R"({"a":"text"})");
+    doc["a"] = other["x"];
+    EXPECT_EQ(doc.ToText(), R"({"a":[7]})");
 }
 
 TEST(Insert, AddsAMemberAndReturnsTrue) {
@@ -121,6 +136,15 @@ TEST(Insert, InvalidWideTextThrowsAndLeavesTheDocumentAsItWas) {
         }
         EXPECT_EQ(object.ToText(), R"({"old":1})");
         EXPECT_FALSE(null_object.IsValid());
+    }
+}
+
+TEST(Insert, InvalidWideTextIsToldBeforeTheTargetsType) {
+    for (char const* const target : {"[1]", "\"text\"", "7"}) {
+        JsonObject value(target);
+        EXPECT_THROW(value.Insert("k", std::wstring(1, wchar_t(0xD800))),
+                     std::range_error);
+        EXPECT_EQ(value.ToText(), target);
     }
 }
 
@@ -354,6 +378,81 @@ TEST(ToStyledText, CarriesTheCommentsThatWereParsed) {
               "// head\n{\n   \"a\" : 1 // one\n}\n// tail");
     EXPECT_EQ(JsonObject(text).ToText(), R"({"a":1})");
     EXPECT_EQ(JsonObject(text, sizeof text - 1).ToStyledText(), "{\n   \"a\" : 1\n}");
+}
+
+// What is put in the place of a value comes with its comments, and those of the value
+// that was there go with it.
+
+char const kCommented[] = "{\n   // old\n   \"a\" : 1\n}";
+
+TEST(Comments, ComeWithACopyOfAnOwningObject) {
+    JsonObject owner("// head\n[ 1 ]\n// tail\n");
+    EXPECT_EQ(JsonObject(owner).ToStyledText(), "// head\n[ 1 ]\n// tail");
+}
+
+TEST(Comments, ComeWithAnAssignedOwningObjectAndReplaceThoseBefore) {
+    JsonObject owner("// new\n[ 1 ]");
+    JsonObject target("// old\n{}");
+    target = owner;
+    EXPECT_EQ(target.ToStyledText(), "// new\n[ 1 ]");
+    JsonObject plain("[2]");
+    target = plain;
+    EXPECT_EQ(target.ToStyledText(), "[ 2 ]");
+}
+
+TEST(Comments, ComeWithAnAssignedViewAndReplaceThoseBefore) {
+    JsonObject source("{\n// new\n\"x\" : [ 7 ], \"plain\" : 8 }");
+    JsonObject document(kCommented);
+    document["a"] = source["x"];
+    EXPECT_EQ(document.ToStyledText(), "{\n   // new\n   \"a\" : [ 7 ]\n}");
+    document["a"] = source["plain"];
+    EXPECT_EQ(document.ToStyledText(), "{\n   \"a\" : 8\n}");
+    JsonObject owner(nullptr);
+    owner = source["x"];
+    EXPECT_EQ(owner.ToStyledText(), "// new\n[ 7 ]");
+}
+
+TEST(Comments, GoWithTheValueThatAssignedTextReplaces) {
+    JsonObject document(kCommented);
+    document["a"] = std::string("text");
+    EXPECT_EQ(document.ToStyledText(), "{\n   \"a\" : \"text\"\n}");
+}
+
+TEST(Comments, ComeWithAnInsertedValueAndReplaceThoseBefore) {
+    JsonObject document(kCommented);
+    document.Insert("a", JsonObject("// new\n[ 7 ]"));
+    EXPECT_EQ(document.ToStyledText(), "{\n   // new\n   \"a\" : [ 7 ]\n}");
+    document.Insert("a", JsonObject("8"));
+    EXPECT_EQ(document.ToStyledText(), "{\n   \"a\" : 8\n}");
+}
+
+TEST(Comments, GoWithTheValueThatInsertedTextReplaces) {
+    JsonObject document(kCommented);
+    document.Insert("a", L"text");
+    EXPECT_EQ(document.ToStyledText(), "{\n   \"a\" : \"text\"\n}");
+}
+
+TEST(Comments, ComeWithAnAppendedElement) {
+    JsonObject array("[]");
+    JsonObject item("// new\n[ 7 ]");
+    array.InsertArrayItem(item);
+    array.InsertArrayItem("text");
+    EXPECT_EQ(array.ToStyledText(), "[\n   // new\n   [ 7 ],\n   \"text\"\n]");
+    EXPECT_EQ(item.ToStyledText(), "// new\n[ 7 ]");
+}
+
+TEST(ToText, BytesThatAreNotUtf8AreWrittenAsOtherCharacters) {
+    EXPECT_EQ(JsonObject("\"a\xE9\"").ToText(), R"("a\ufffd")");
+    EXPECT_EQ(JsonObject("\"a\xE9xy\"").ToStyledText(), R"("a\u9e39")");
+    EXPECT_EQ(std::string(JsonObject("\"a\xE9xy\"")), "a\xE9xy");
+}
+
+TEST(ToText, HasADecimalPointInEveryLocale) {
+    InEveryLocale([] {
+        Json::Value value(1234.5);
+        EXPECT_EQ(JsonObject(value).ToText(), "1234.5");
+        EXPECT_EQ(std::string(JsonObject(value)), "1234.5");
+    });
 }
 
 TEST(ToText, IsReadBackAsTheSameValue) {

@@ -6,11 +6,14 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <locale>
 #include <memory>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
 #include <typeinfo>
+#include <utility>
 
 namespace {
 
@@ -104,6 +107,67 @@ TEST(JsonObject, WhatFollowsTheValueIsNotLookedAt) {
     EXPECT_EQ(static_cast<int>(JsonObject("12 }", 4)), 12);
 }
 
+TEST(JsonObject, OfAKeyThatIsThereTwiceTheLaterValueCounts) {
+    JsonObject document(R"({"a": 1, "a": [2]})");
+    EXPECT_EQ(ValueOf(document), Parsed(R"({"a": [2]})"));
+}
+
+TEST(JsonObject, WhatIsAlmostJsonIsRefusedByBothConstructors) {
+    for (char const* const text :
+         {"[1,]", "[,1]", "[1 2]", "[,]", R"({"a":1,})", "{,}", "{1:2}", "{a:1}", "['a']",
+          "NaN", "Infinity", "+1", ".5", "\xEF\xBB\xBF{}", R"("\x41")", "# a\n1"}) {
+        EXPECT_EQ(CodeThrownForText(text), AERROR_INVALID_JSON) << text;
+        EXPECT_EQ(CodeThrownForBuffer(text), AERROR_INVALID_JSON) << text;
+    }
+}
+
+TEST(JsonObject, BothConstructorsAcceptComments) {
+    std::string const text = "/* a */ [1, // b\n2]";
+    JsonObject from_text(text.c_str());
+    JsonObject from_buffer(text.data(), static_cast<unsigned>(text.size()));
+    EXPECT_EQ(ValueOf(from_text), Parsed("[1,2]"));
+    EXPECT_EQ(ValueOf(from_buffer), Parsed("[1,2]"));
+}
+
+// Compares with the C++ library: the handle's number is what that reads, and none of JSON
+// if it reads none.
+void ExpectReadAsTheCppLibraryReads(char const* text) {
+    double value = 0;
+    if (std::istringstream(text) >> value) {
+        EXPECT_EQ(static_cast<double>(JsonObject(text)), value) << text;
+    } else {
+        EXPECT_EQ(CodeThrownForText(text), AERROR_INVALID_JSON) << text;
+    }
+}
+
+TEST(JsonObject, TheSmallestFractionsAreReadAsTheCppLibraryReadsThem) {
+    for (char const* const text : {"1e-320", "4.9e-324", "-1e-320", "1e-400", "1e-300",
+                                   "2.2250738585072011e-308", "1e400", "-1e400"}) {
+        ExpectReadAsTheCppLibraryReads(text);
+    }
+}
+
+TEST(JsonObject, FractionsAreReadInTheGlobalLocale) {
+    struct Comma : std::numpunct<char> {
+        char do_decimal_point() const override { return ','; }
+        char do_thousands_sep() const override { return ' '; }
+    };
+    struct CommaAndGroups : Comma {
+        char do_thousands_sep() const override { return '.'; }
+        std::string do_grouping() const override { return "\3"; }
+    };
+    std::locale const before =
+        std::locale::global(std::locale(std::locale::classic(), new Comma));
+    ExpectReadAsTheCppLibraryReads("1.5");
+    EXPECT_EQ(static_cast<double>(JsonObject("1.5")), 1);
+    std::locale::global(std::locale(std::locale::classic(), new CommaAndGroups));
+    ExpectReadAsTheCppLibraryReads("1.5");
+    EXPECT_EQ(CodeThrownForText("1.5"), AERROR_INVALID_JSON);
+    EXPECT_EQ(static_cast<int>(JsonObject("15")), 15);
+    std::locale::global(before);
+    EXPECT_EQ(static_cast<double>(JsonObject("1.5")), 1.5);
+}
+
 TEST(JsonObject, ABufferIsReadUpToItsLengthOnly) {
     char const numbers[] = {'1', '2', '3', '4'};
     EXPECT_EQ(static_cast<int>(JsonObject(numbers, 2)), 12);
@@ -159,8 +223,10 @@ std::string Nested(std::size_t depth) {
 }
 
 TEST(JsonObject, TheParsersLimitOfDepthPassesThroughAsItsOwnException) {
-    std::string const deep = Nested(900);
+    std::string const deep = Nested(1000);
     EXPECT_NO_THROW(JsonObject(deep.c_str()));
+    EXPECT_THROW(JsonObject(Nested(1001).c_str()), Json::RuntimeError);
+    EXPECT_THROW(JsonObject((std::string(1000, '[') + '1').c_str()), Json::RuntimeError);
     std::string const too_deep = Nested(5000);
     EXPECT_THROW(JsonObject(too_deep.c_str()), Json::RuntimeError);
     EXPECT_THROW(JsonObject(too_deep.data(), static_cast<unsigned>(too_deep.size())),
@@ -658,9 +724,15 @@ TEST(JsonObjectConversion, TruthOfNumbers) {
     for (char const* const text : {"true", "1", "-1", "0.5", "18446744073709551615"}) {
         EXPECT_TRUE(static_cast<bool>(JsonObject(text))) << text;
     }
-    for (char const* const text : {"false", "0", "0.0", "null"}) {
+    for (char const* const text : {"false", "0", "0.0", "-0.0", "null"}) {
         EXPECT_FALSE(static_cast<bool>(JsonObject(text))) << text;
     }
+    for (double const number : {HUGE_VAL, -HUGE_VAL, 1e-300}) {
+        Json::Value value(number);
+        EXPECT_TRUE(static_cast<bool>(JsonObject(value))) << number;
+    }
+    Json::Value not_a_number(std::nan(""));
+    EXPECT_FALSE(static_cast<bool>(JsonObject(not_a_number)));
 }
 
 TEST(JsonObjectConversion, ReadsTheViewedValueAndChangesNothing) {
@@ -927,7 +999,55 @@ TEST(JsonObjectSubscript, OfAnIndexOnAnObjectOrAScalarIsTheParsersFailure) {
     }
     JsonObject array("[1]");
     EXPECT_THROW(array[-1], Json::LogicError);
+    EXPECT_THROW(array[std::numeric_limits<int>::min()], Json::LogicError);
     EXPECT_EQ(ValueOf(array), Parsed("[1]"));
+}
+
+TEST(JsonObjectSubscript, OfAHugeIndexTakesNoMemory) {
+    JsonObject array("[1]");
+    EXPECT_FALSE(array[2147483647].IsValid());
+    EXPECT_EQ(array.GetArraySize(), 2147483648U);
+}
+
+TEST(JsonObjectSubscript, OfAFractionIsThatOfTheWholeNumber) {
+    JsonObject array("[0, 1, 2, 3]");
+    // NOLINTNEXTLINE(bugprone-narrowing-conversions): it is what is shown.
+    EXPECT_EQ(static_cast<int>(array[2.9]), 2);
+}
+
+// What the header says of expressions that do not compile, and of one that does.
+template <typename Handle, typename = void>
+struct TakesALiteral : std::false_type {};
+template <typename Handle>
+struct TakesALiteral<Handle, std::void_t<decltype(std::declval<Handle>()["a"] = "text")>>
+    : std::true_type {};
+template <typename Handle, typename = void>
+struct TakesANumber : std::false_type {};
+template <typename Handle>
+struct TakesANumber<Handle, std::void_t<decltype(std::declval<Handle>()["a"] = 5)>>
+    : std::true_type {};
+template <typename Handle, typename = void>
+struct IsComparable : std::false_type {};
+template <typename Handle>
+struct IsComparable<Handle, std::void_t<decltype(std::declval<Handle>()["a"] == 5)>>
+    : std::true_type {};
+
+TEST(JsonObject, SomeExpressionsDoNotCompile) {
+    EXPECT_FALSE(TakesALiteral<JsonObject&>());
+    EXPECT_FALSE(TakesANumber<JsonObject&>());
+    EXPECT_FALSE(IsComparable<JsonObject&>());
+    EXPECT_FALSE((std::is_convertible_v<JsonObject&, unsigned>));
+    EXPECT_FALSE((std::is_convertible_v<JsonObject&, short>));
+    EXPECT_FALSE((std::is_convertible_v<JsonObject&, float>));
+    EXPECT_FALSE((std::is_constructible_v<unsigned, JsonObject&>));
+    EXPECT_FALSE((std::is_convertible_v<JsonObject const&, std::string>));
+    EXPECT_FALSE((std::is_convertible_v<JsonObject const&, int>));
+}
+
+TEST(JsonObject, AddedToALiteralIsTakenForAnInt) {
+    JsonObject doc(R"({"n": 1})");
+    EXPECT_STREQ("abc" + doc["n"], "bc");
+    EXPECT_EQ("abc" + std::string(doc["n"]), "abc1");
 }
 
 TEST(JsonObject, ArraySizeCountsElementsAndMembers) {

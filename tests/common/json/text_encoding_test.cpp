@@ -10,6 +10,7 @@
 #include <string>
 
 #include "tests/support/allocation_limit.h"
+#include "tests/support/in_threads.h"
 #include "tests/support/utf8_oracle.h"
 
 namespace {
@@ -271,6 +272,18 @@ TEST(TextEncoding, RandomTextsAreDecodedStrictlyAndEncodeToTheSameBytes) {
             EXPECT_EQ(Encode(*wide), text) << InHex(text);
         }
     }
+}
+
+TEST(TextEncoding, ThreadsConvertEachForItself) {
+    auto const is_right = [](std::size_t thread) {
+        std::string text(10 + 10 * thread, static_cast<char>('a' + thread));
+        std::wstring wide(text.begin(), text.end());
+        text += "\xC3\xA9";
+        wide += L'\u00E9';
+        return s2ws(text) == wide && ws2s(wide) == text &&
+               wchar2utf8(wide.c_str()) == text;
+    };
+    EXPECT_EQ(CountWrongInThreads(20000, is_right), 0);
 }
 
 TEST(TextEncoding, LackOfMemoryIsThrownAsSuch) {
