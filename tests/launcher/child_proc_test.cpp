@@ -260,7 +260,14 @@ TEST_F(ChildProcTest, AfterAStopTheProgramIsNotStartedAgain) {
 std::string AsLimitedUser(unsigned long limit, std::function<int()> const& body) {
     Process process([&] {
         // A sanitizer may start threads of its own with the first one, which count too.
-        std::thread([] {}).join();
+        // That one counts until the system has removed it, some time after its end.
+        std::filesystem::path first = "/proc";
+        std::thread([&first] {
+            first /= std::filesystem::read_symlink("/proc/thread-self");
+        }).join();
+        if (!WaitFor([&first] { return !std::filesystem::exists(first); })) {
+            return 97;
+        }
         auto const tasks = std::filesystem::directory_iterator("/proc/self/task");
         auto const others = std::distance(begin(tasks), end(tasks)) - 1;
         BecomeLimitedUser(limit + static_cast<unsigned long>(others));

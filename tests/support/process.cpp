@@ -118,7 +118,7 @@ char StateOf(pid_t pid) {
 
 bool IsGone(pid_t pid) {
     char const state = StateOf(pid);
-    return state == 0 || state == 'Z';
+    return state == 0 || state == 'Z' || state == 'X';
 }
 
 pid_t ParentOf(pid_t pid) {

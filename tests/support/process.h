@@ -49,7 +49,8 @@ std::vector<pid_t> AllProcesses();
 // if it is gone.
 char StateOf(pid_t pid);
 
-// Says whether the process is gone, or a zombie that its parent has yet to reap.
+// Says whether the process is gone, or a zombie that its parent has yet to reap or is
+// reaping.
 bool IsGone(pid_t pid);
 
 // Returns the parent of a process, 0 if it is gone.
