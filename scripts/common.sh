@@ -20,19 +20,42 @@ fail() {
     exit 1
 }
 
+# Says whether all these commands are there.
 has_command() {
-    command -v "$1" >/dev/null 2>&1
+    local command
+    for command; do
+        command -v "$command" >/dev/null 2>&1 || return
+    done
 }
 
+# has_compiler CHOSEN NAME...
+#
+# Says whether there is the compiler that the user chose, or one of those that CMake looks
+# for if he chose none.
 has_compiler() {
-    if [ -n "${CXX:-}" ]; then
-        has_command "${CXX%% *}"
-    elif [ "$(uname)" = Darwin ]; then
+    local chosen=$1 name
+    shift
+    if [ -n "$chosen" ]; then
+        has_command "${chosen%% *}"
+        return
+    fi
+    if [ "$(uname)" = Darwin ]; then
         # Without the developer tools c++ is there, and only offers to install them.
         xcode-select -p >/dev/null 2>&1
-    else
-        has_command c++ || has_command g++ || has_command clang++
+        return
     fi
+    for name; do
+        if has_command "$name"; then return 0; fi
+    done
+    return 1
+}
+
+has_cxx_compiler() {
+    has_compiler "${CXX:-}" c++ g++ clang++
+}
+
+has_c_compiler() {
+    has_compiler "${CC:-}" cc gcc clang
 }
 
 # Looks where CMake looks. CMAKE_PREFIX_PATH, which it looks at too, may name more.
@@ -47,8 +70,10 @@ has_header() {
     return 1
 }
 
+# Asks the interpreter that the tests name, and for which apt-get installs modules.
+# Another python3 may be the first in PATH.
 has_python_module() {
-    python3 -c "import $1" >/dev/null 2>&1
+    /usr/bin/python3 -c "import $1" >/dev/null 2>&1
 }
 
 # need WORDS APT-PACKAGES BREW-PACKAGES CHECK...
@@ -65,13 +90,20 @@ need() {
 }
 
 need_for_build() {
-    need 'a C++ compiler' g++ '' has_compiler
+    need 'a C++ compiler' g++ '' has_cxx_compiler
+    need 'a C compiler' gcc '' has_c_compiler
     need cmake cmake cmake has_command cmake
     need ninja ninja-build ninja has_command ninja
     need jsoncpp libjsoncpp-dev jsoncpp has_header json/json.h
     if [ "$(uname)" != Darwin ]; then
         need libuuid uuid-dev '' has_header uuid/uuid.h
     fi
+}
+
+# What tests/support/contained calls.
+need_for_containment() {
+    need 'setsid and unshare' util-linux '' has_command setsid unshare
+    need 'mount and umount' mount '' has_command mount umount
 }
 
 need_for_benchmarks() {
@@ -86,6 +118,7 @@ need_for_tests() {
     if [ "$(uname)" != Darwin ]; then
         need localedef libc-bin '' has_command localedef
         need "Python's jsonschema" python3-jsonschema '' has_python_module jsonschema
+        need_for_containment
     fi
     need_for_benchmarks
 }
@@ -119,7 +152,7 @@ install_with_brew() {
 install_missing() {
     local need_all=$1
     [ -n "$missing" ] || return 0
-    if [ "$(uname)" = Darwin ] && ! has_compiler; then
+    if [ "$(uname)" = Darwin ] && ! has_cxx_compiler; then
         fail "there is no C++ compiler; 'xcode-select --install' installs one"
     elif has_command apt-get; then
         install_with_apt
@@ -146,12 +179,17 @@ EOF
     fi
 }
 
-# Configures and builds the preset in $1, in build/$1.
-build() {
+# Configures the preset in $1, in build/$1.
+configure_build() {
     check_cmake_version
-    say "building build/$1"
     (cd "$root" && cmake --preset "$1") ||
         fail "build/$1 could not be configured; cmake says why above"
+}
+
+# Configures and builds the preset in $1, in build/$1.
+build() {
+    say "building build/$1"
+    configure_build "$1"
     (cd "$root" && cmake --build --preset "$1") ||
         fail "build/$1 could not be built; the first error above says why"
 }
