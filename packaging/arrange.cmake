@@ -5,25 +5,19 @@ set(documents ${prefix}/share/doc/${CPACK_PACKAGE_NAME})
 
 # The place of every thing on a Debian system, from where `cmake --install` puts it.
 function(arrange_for_debian)
-  file(MAKE_DIRECTORY ${prefix}/lib/tamlin ${prefix}/bin)
+  file(MAKE_DIRECTORY ${prefix}/lib/tamlin)
   file(RENAME ${prefix}/Tamlin.app ${prefix}/lib/tamlin/Tamlin.app)
   # The zsh of Debian looks for those of packages here.
   if(EXISTS ${prefix}/share/zsh/site-functions)
     file(RENAME ${prefix}/share/zsh/site-functions ${prefix}/share/zsh/vendor-completions)
   endif()
-  set(read_all OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
-  file(COPY ${CMAKE_CURRENT_LIST_DIR}/debian/tamlin-launcher DESTINATION ${prefix}/bin
-    FILE_PERMISSIONS ${read_all} OWNER_EXECUTE GROUP_EXECUTE WORLD_EXECUTE)
   file(COPY ${CMAKE_CURRENT_LIST_DIR}/debian/changelog DESTINATION ${documents}
-    FILE_PERMISSIONS ${read_all})
+    FILE_PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
 endfunction()
 
 function(compress_texts)
   file(GLOB texts ${prefix}/share/man/man*/* ${documents}/changelog)
   execute_process(COMMAND gzip -9 -n ${texts} COMMAND_ERROR_IS_FATAL ANY)
-  if(EXISTS ${prefix}/share/man/man8/launcher.8.gz)
-    file(CREATE_LINK launcher.8.gz ${prefix}/share/man/man8/tamlin-launcher.8.gz SYMBOLIC)
-  endif()
 endfunction()
 
 # The time is SOURCE_DATE_EPOCH where that is set, so that the same sources make the

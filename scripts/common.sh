@@ -114,6 +114,7 @@ need_for_tests() {
     need googletest 'libgtest-dev libgmock-dev' googletest has_header gmock/gmock.h
     need mandoc mandoc mandoc has_command mandoc
     need zsh zsh zsh has_command zsh
+    need fish fish fish has_command fish
     need jq jq jq has_command jq
     if [ "$(uname)" != Darwin ]; then
         need localedef libc-bin '' has_command localedef

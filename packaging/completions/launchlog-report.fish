@@ -1,0 +1,7 @@
+# Completion of launchlog-report for fish.
+
+complete -c launchlog-report -l follow -d 'print the report again whenever it changes'
+complete -c launchlog-report -l json -d 'print one JSON document, for machines'
+complete -c launchlog-report -l now -x -d 'take this time for now'
+complete -c launchlog-report -s h -l help -d 'print a short help'
+complete -c launchlog-report -l version -d 'print the version'
