@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Tests that man pages, as mandoc shows them, have the words and quotation marks that
 stand in their sources:
 
