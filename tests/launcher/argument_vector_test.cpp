@@ -41,6 +41,10 @@ TEST(ArgumentVector, IsEmptyIfArgcIsNegative) {
     EXPECT_THAT(ArgumentsOf(R"({"argc": -2147483648})"), IsEmpty());
 }
 
+TEST(ArgumentVector, HasRoomForAMillionEntries) {
+    EXPECT_EQ(ArgumentsOf(R"({"argc": 1048575})").size(), 1048576U);
+}
+
 TEST(ArgumentVector, BorrowsTheProgram) {
     std::string program = "/bin/p";
     JsonObject item("{}");

@@ -175,6 +175,8 @@ TEST_F(ChildProcTest, WhereTheSystemReapsTheChildrenTheFailedWaitIsLogged) {
         std::string const message = WaitForEnd();
         EXPECT_EQ(message, "[LAUNCHER  ] a " + std::to_string(WaitForReports(1)[0].pid) +
                                " is killed. ret = -1, status = 0");
+        // Nothing else follows from it.
+        WaitForReports(2);
     }
     std::signal(SIGCHLD, before);
 }

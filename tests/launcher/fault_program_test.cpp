@@ -189,6 +189,23 @@ TEST_F(FaultSignal, SigkillOfTheLauncherLeavesItsProgramsRunningAndTheNextOneSta
     EXPECT_THAT(system_log.Received(), IsEmpty());
 }
 
+// Main takes whatever wakes it for its stop; on Linux this does not.
+TEST_F(FaultSignal, SigstopAndSigcontLetTheLauncherWaitOn) {
+    Start(List({Item("a")}));
+    pid_t const program = WaitForReports(1)[0].pid;
+    ASSERT_TRUE(WaitUntilMainWaits());
+    for (int i = 0; i < 20; ++i) {
+        launcher->Signal(SIGSTOP);
+        ASSERT_TRUE(WaitFor([this] { return StateOf(launcher->Pid()) == 'T'; }));
+        launcher->Signal(SIGCONT);
+        ASSERT_TRUE(WaitFor([this] { return StateOf(launcher->Pid()) == 'S'; }));
+        ASSERT_TRUE(WaitUntilMainWaits());
+    }
+    EXPECT_FALSE(IsGone(program));
+    EXPECT_EQ(Stop(), "exit 1");
+    EXPECT_THAT(Messages("ERROR"), ElementsAre(Killed("a", program, 9)));
+}
+
 TEST_F(FaultSignal, SigtermToTheWholeProcessGroupStopsTheLauncherAndItsProgram) {
     LogGate gate(log_file);
     SetLogLevel("ERROR");

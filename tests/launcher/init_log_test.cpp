@@ -85,6 +85,17 @@ TEST_F(InitLogTest, WhereTheLibraryGivesNoLogThereIsNoneAndNoEvent) {
     EXPECT_THAT(system_log.Received(), IsEmpty());
 }
 
+TEST_F(InitLogTest, ALogThatWasThereGivesWayToNoneButStaysIfTheLibraryFails) {
+    logger = &log;
+    asked.init_result = 1;
+    InitLog("test");
+    EXPECT_EQ(logger, &log);
+    asked.init_result = 0;
+    InitLog("test");
+    EXPECT_EQ(logger, nullptr);
+    EXPECT_THAT(log.Lines(), IsEmpty());
+}
+
 TEST_F(InitLogTest, AnyResultButZeroIsReportedAndNoLogIsAskedFor) {
     asked.log = &log;
     for (int const result : {1, -1}) {

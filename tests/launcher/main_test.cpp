@@ -7,14 +7,20 @@
 
 #include <atomic>
 #include <csignal>
-#include <future>
+#include <functional>
+#include <thread>
+#include <vector>
 
 #include "launcher/system_event.h"
 #include "tests/support/files.h"
+#include "tests/support/launcher_fixture.h"
 #include "tests/support/process.h"
 #include "tests/support/recording_log.h"
+#include "tests/support/system_call.h"
 #include "tests/support/system_log.h"
 #include "tests/support/wait_for.h"
+
+int launcher_main(int argc, char** argv);
 
 namespace {
 
@@ -102,37 +108,74 @@ TEST(SigtermHandler, EmptiesTheTable) {
     EXPECT_TRUE(g_child_map.empty());
 }
 
-// Returns once `action`, done over and over, has woken a thread that waits on the
-// launcher's condition as main does.
-bool Wakes(std::function<void()> const& action) {
-    std::atomic<bool> waiting = false;
-    std::atomic<bool> woken = false;
-    std::thread waiter([&] {
-        std::unique_lock<std::mutex> lock(g_process_mutex);
-        waiting = true;
-        g_process_condition.wait(lock);
-        woken = true;
-    });
-    WaitFor([&] { return waiting.load(); });
-    // The waiter has let go of the mutex only by waiting.
+// Says whether `action` wakes so many threads that wait on the launcher's condition, as
+// main does.
+bool Wakes(int threads, std::function<void()> const& action) {
+    std::atomic<int> waiting = 0;
+    std::atomic<int> woken = 0;
+    std::vector<std::thread> waiters;
+    for (int i = 0; i < threads; ++i) {
+        waiters.emplace_back([&] {
+            std::unique_lock<std::mutex> lock(g_process_mutex);
+            ++waiting;
+            g_process_condition.wait(lock);
+            ++woken;
+        });
+    }
+    WaitFor([&] { return waiting == threads; });
+    // A waiter has let go of the mutex only by waiting.
     { std::lock_guard<std::mutex> const lock(g_process_mutex); }
     action();
-    bool const result = WaitFor([&] { return woken.load(); });
+    bool const result = WaitFor([&] { return woken == threads; });
     g_process_condition.notify_all();
-    waiter.join();
+    for (std::thread& waiter : waiters) {
+        waiter.join();
+    }
     return result;
 }
 
 TEST(SigtermHandler, WakesMainAlsoWhenTheTableIsEmpty) {
-    EXPECT_TRUE(Wakes([] { sigterm_handler(15); }));
+    EXPECT_TRUE(Wakes(1, [] { sigterm_handler(15); }));
     FillTable();
-    EXPECT_TRUE(Wakes([] { sigterm_handler(15); }));
+    EXPECT_TRUE(Wakes(1, [] { sigterm_handler(15); }));
 }
 
-TEST(SigtermHandler, WakesEveryoneAndDoesNotTakeTheMutex) {
+TEST(SigtermHandler, WakesEveryoneWhoWaits) {
+    EXPECT_TRUE(Wakes(3, [] { sigterm_handler(15); }));
+}
+
+TEST(SigtermHandler, DoesNotTakeTheMutex) {
     std::lock_guard<std::mutex> const lock(g_process_mutex);
     sigterm_handler(15);
     EXPECT_TRUE(g_child_map.empty());
+}
+
+class MainTest : public LauncherTest {
+  protected:
+    std::string list_path = list_file;
+};
+
+// There is a program still, and there was no SIGTERM.
+TEST_F(MainTest, EndsAtTheFirstWakeUpOfAnyKind) {
+    WriteFile(list_file, List({Item("a")}));
+    Process process([this] {
+        std::thread waker([this] {
+            WaitFor([this] {
+                return !Reports().empty() &&
+                       WaitsForCondition(SystemCallOf(getpid(), getpid()));
+            });
+            g_process_condition.notify_all();
+        });
+        std::string name = "launcher";
+        char* arguments[] = {name.data(), name.data(), list_path.data(), nullptr};
+        int const result = launcher_main(3, arguments);
+        waker.join();
+        std::size_t const programs = g_child_map.size();
+        g_child_map.clear();
+        return 10 * result + static_cast<int>(programs);
+    });
+    EXPECT_EQ(process.WaitForEnd(), "exit 11");
+    EXPECT_THAT(RunningProbes(), IsEmpty());
 }
 
 TEST(InitDaemon, ClosesTheStandardStreamsAndInstallsTheHandler) {

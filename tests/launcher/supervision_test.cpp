@@ -1,6 +1,9 @@
 // What the launcher does with its programs while it runs.
 
+#include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <cstdlib>
@@ -83,6 +86,46 @@ TEST_F(LauncherSupervision, ProgramsGetTheEnvironmentAndNoDescriptor) {
         EXPECT_EQ(report.marker, "from outside");
         EXPECT_EQ(report.parent, launcher->Pid());
     }
+}
+
+// Returns the lines about signals and the umask from what the system tells of a process.
+std::string SignalsAndUmaskOf(pid_t pid) {
+    std::string found;
+    for (std::string const& line :
+         Lines(ReadFile("/proc/" + std::to_string(pid) + "/status"))) {
+        if (line.find("SigBlk:") == 0 || line.find("SigIgn:") == 0 ||
+            line.find("Umask:") == 0) {
+            found += line + "\n";
+        }
+    }
+    return found;
+}
+
+TEST_F(LauncherSupervision, ProgramsGetEverythingElseAsTheLauncherGotIt) {
+    Start(List({Item("a")}), [] {
+        rlimit const descriptors = {77, 78};
+        sigset_t blocked;
+        sigemptyset(&blocked);
+        sigaddset(&blocked, SIGUSR2);
+        sigprocmask(SIG_SETMASK, &blocked, nullptr);
+        for (int number = 1; number <= 31; ++number) {
+            std::signal(number, number == SIGUSR1 ? SIG_IGN : SIG_DFL);
+        }
+        umask(027);
+        if (setrlimit(RLIMIT_NOFILE, &descriptors) != 0 || chdir("/dev") != 0 ||
+            dup2(open("/dev/null", O_RDONLY | O_CLOEXEC), 9) != 9) {
+            _exit(99);
+        }
+    });
+    Report const report = WaitForReports(1)[0];
+    EXPECT_EQ(report.descriptors, "9");
+    EXPECT_EQ(SignalsAndUmaskOf(report.pid),
+              "Umask:\t0027\nSigBlk:\t0000000000000800\nSigIgn:\t0000000000000200\n");
+    std::string const process = "/proc/" + std::to_string(report.pid);
+    EXPECT_EQ(std::filesystem::read_symlink(process + "/cwd"), "/dev");
+    std::string const limits = ReadFile(process + "/limits");
+    EXPECT_THAT(limits, testing::ContainsRegex("Max open files +77 +78 "));
+    EXPECT_EQ(limits, ReadFile("/proc/" + std::to_string(launcher->Pid()) + "/limits"));
 }
 
 TEST_F(LauncherSupervision, TheLauncherKeepsNoDescriptorOpen) {
