@@ -237,11 +237,19 @@ TEST(IsRunningPid, IsFalseForAnIdThatWasNeverUsed) {
     EXPECT_FALSE(IsRunningPID(INT_MAX - 1));
 }
 
+// As kill takes them: 0 is the caller's process group, and what is below is a group too.
+TEST(IsRunningPid, OfAGroupIsTrueIfItHasAProcess) {
+    EXPECT_TRUE(IsRunningPID(0));
+    EXPECT_TRUE(IsRunningPID(-getpgrp()));
+    EXPECT_FALSE(IsRunningPID(-INT_MAX));
+}
+
 TEST(IsRunningPid, NarrowsItsArgument) {
     long long const beyond = 1LL << 32;
     EXPECT_TRUE(IsRunningPID(beyond + getpid()));
     EXPECT_TRUE(IsRunningPID(getpid() - beyond));
     EXPECT_FALSE(IsRunningPID(beyond + INT_MAX));
+    EXPECT_TRUE(IsRunningPID(beyond));
 }
 
 TEST(IsRunningPid, DisturbsNobody) {

@@ -16,6 +16,10 @@
 
 #include "tests/support/files.h"
 
+// While it is set, the process's locale has a lower-case "I" of its own; see
+// process_tolower.cpp.
+extern bool process_lowers_i_otherwise;
+
 namespace {
 
 using namespace std::string_literals;
@@ -171,6 +175,13 @@ TEST_F(ProfileReader, TheLocaleOfTheProgramPlaysNoPart) {
     std::locale::global(before);
 }
 
+TEST_F(ProfileReader, TheLocaleOfTheProcessPlaysNoPart) {
+    process_lowers_i_otherwise = true;
+    EXPECT_EQ(Value("[TITLE]\nSIZE=v\n", "title", "size"), "v");
+    EXPECT_EQ(Value("[title]\nsize=v\n", "TITLE", "SIZE"), "v");
+    process_lowers_i_otherwise = false;
+}
+
 TEST_F(ProfileReader, TheKeyEndsAtTheFirstEqualsSignAndTheValueAtTheNext) {
     EXPECT_EQ(Value("[S]\nK=a=b\n", "S", "K"), "a");
     EXPECT_EQ(Value("[S]\nK=a=\n", "S", "K"), "a");
@@ -289,6 +300,11 @@ TEST_F(ProfileReader, AValueIsCopiedIfItsTerminatorFitsToo) {
     EXPECT_EQ(PlacedIn(5, contents, "WARN"), Copied("WARN"));
     EXPECT_EQ(PlacedIn(5, contents, "ERROR"), Untouched());
     EXPECT_EQ(PlacedIn(2, contents, ""), Copied(""));
+}
+
+TEST_F(ProfileReader, AValueThatDoesNotFitEndsTheSearchToo) {
+    EXPECT_EQ(PlacedIn(5, "[S]\nK=DEBUG\nK=ok\n[S]\nK=no\n", "ERR"), Copied("ERR"));
+    EXPECT_EQ(PlacedIn(5, "[S]\nK=DEBUG\nK=ok\n[S]\nK=no\n", "ERROR"), Untouched());
 }
 
 TEST_F(ProfileReader, AFallbackIsCopiedIfItsTerminatorFitsToo) {
