@@ -209,7 +209,10 @@ TEST(Log, MessagesArriveWholeWhateverTheirLength) {
     LogDirectory const directory;
     ILog* const log = directory.OpenLog();
     std::vector<std::string> messages;
-    // Around the size of a buffer, as message and, with the head, as line.
+    // Around what fits into the buffer of a line, and around a page of mapped memory.
+    for (std::size_t length = 0; length <= 600; ++length) {
+        messages.emplace_back(length, 's');
+    }
     for (std::size_t length = 4000; length <= 4100; ++length) {
         messages.emplace_back(length, 'm');
     }
@@ -224,6 +227,19 @@ TEST(Log, MessagesArriveWholeWhateverTheirLength) {
     ASSERT_THAT(found, SizeIs(messages.size()));
     for (std::size_t i = 0; i < messages.size(); ++i) {
         EXPECT_TRUE(found[i] == "<" + messages[i] + ">") << messages[i].size();
+    }
+}
+
+TEST(Log, AnEscapedByteAtTheEndOfAMessageArrivesWhateverItsLength) {
+    LogDirectory const directory;
+    ILog* const log = directory.OpenLog();
+    for (std::size_t length = 0; length <= 600; ++length) {
+        __LOG__A(log, LOGLEVEL_ERROR, "%s\n", std::string(length, 'm').c_str());
+    }
+    std::vector<std::string> const found = ReadMessages(directory.File());
+    ASSERT_THAT(found, SizeIs(601));
+    for (std::size_t length = 0; length <= 600; ++length) {
+        EXPECT_TRUE(found[length] == std::string(length, 'm') + "\\x0A") << length;
     }
 }
 
