@@ -8,7 +8,7 @@ _launchlist_check() {
         COMPREPLY+=("$completion")
     done < <(
         case $word in
-            -*) compgen -W '--json --strict --help --version' -- "$word" ;;
+            -*) compgen -W '--json --strict --all --no-programs --help --version' -- "$word" ;;
             *)
                 compgen -d -- "$word"
                 compgen -f -X '!*.json' -- "$word"

@@ -8,28 +8,22 @@
 #include <optional>
 #include <string>
 
-#include "tools/launchlist_check/findings.h"
+#include "tools/launchlist_check/list_report.h"
+#include "tools/launchlist_check/program_check.h"
 
 struct ItemResult {
-    Findings findings;
     // The name as the launcher reads it; nothing if it skips the item or ends there.
-    std::optional<std::string> name;
+    std::optional<std::string> name = {};
     // The launcher goes no further in the list, and stops what it has started.
     bool ends_walk = false;
     // The launcher's process ends abnormally.
     bool aborts = false;
 };
 
-// Says whether `key` is a number as the launcher writes it: "0", "7", "10", not "01".
-bool IsItemNumber(std::string const& key);
-
-// Says whether a person would take `key` for a number: "01", "+1", " 1", "1.0", and "1".
-bool LooksLikeNumber(std::string const& key);
-
-// Returns the member's place among the words of findings: "a string", "null", ...
-std::string TypeName(Json::Value const& value);
-
-// Checks the item, which is left as it is. Looks at the program's file, too.
-ItemResult CheckItem(Json::Value& item);
+// Checks the item with the key `number`, which is left as it is, and adds what is found
+// to `report`. `after_started` says that the launcher has started an item before.
+// `programs` is null if the machine is not to be asked.
+ItemResult CheckItem(Json::Value& item, std::string const& number, bool after_started,
+                     ProgramCheck* programs, ListReport& report);
 
 #endif

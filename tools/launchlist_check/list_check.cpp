@@ -5,16 +5,20 @@
 #include <algorithm>
 #include <cstddef>
 #include <exception>
-#include <map>
 #include <utility>
 #include <vector>
 
-#include "tools/launchlist_check/item_check.h"
+#include "tools/launchlist_check/item_keys.h"
+#include "tools/launchlist_check/json_values.h"
 #include "tools/launchlist_check/list_file.h"
+#include "tools/launchlist_check/list_report.h"
+#include "tools/launchlist_check/list_walk.h"
 #include "tools/launchlist_check/source_text.h"
-#include "tools/shared/printable.h"
 
 namespace {
+
+// A million items take less. The parser takes about 100 bytes of memory for each.
+constexpr std::size_t kMostValues = 8'000'000;
 
 std::string const kEnds = "the launcher ends with exit code 0";
 
@@ -25,51 +29,71 @@ std::string NameOf(Json::Value const& item) {
 
 class ListCheck {
   public:
-    explicit ListCheck(std::string const& bytes)
-        : whole(bytes), text(bytes.substr(0, bytes.find('\0'))), positions(bytes) {}
+    ListCheck(std::string_view bytes, CheckOptions const& check_options)
+        : whole(bytes),
+          text(bytes.substr(0, bytes.find('\0'))),
+          options(check_options),
+          positions(bytes),
+          report(positions, check_options.most_of_a_kind) {}
 
     CheckResult Check() {
-        if (whole.empty()) {
-            AddError("empty",
-                     "this is empty: the launcher ends without a word, with exit "
-                     "code 0");
-        } else if (text.size() < whole.size()) {
-            AddErrorAt(text.size(), "zero-byte",
-                       "there is a zero byte: the launcher reads nothing from here on");
-        }
-        if (whole.empty() || !Parse()) {
-            return std::move(result);
-        }
-        CheckTextBehind();
-        CheckRepeatedKeys();
-        if (!list.isObject()) {
-            AddError("not-an-object", "this is " + TypeName(list) +
-                                          ", not an object with the keys \"0\", \"1\", "
-                                          "...: " +
-                                          (list.isNull() ? "nothing is started" : kEnds));
-            result.outcome = list.isNull() ? Outcome::Runs : Outcome::Exits;
-            return std::move(result);
-        }
-        CheckItems();
-        CheckOtherKeys();
-        return std::move(result);
+        Outcome const outcome = CheckText();
+        return {std::move(report.findings), walk.programs, outcome};
     }
 
   private:
-    Finding& AddError(std::string const& kind, std::string const& message) {
-        result.findings.push_back({Severity::Error, kind, message});
-        return result.findings.back();
-    }
-    Finding& AddErrorAt(std::size_t offset, std::string const& kind,
-                        std::string const& message) {
-        Position const position = positions.Find(offset);
-        Finding& finding = AddError(kind, message);
-        finding.line = position.line;
-        finding.column = position.column;
-        return finding;
+    void AddError(std::string const& kind, std::size_t offset, std::string const& message,
+                  Subject const& subject = {}) {
+        report.Add(Severity::Error, kind, offset, message, subject);
     }
 
-    bool Parse() {
+    Outcome CheckText() {
+        if (whole.empty()) {
+            AddError("empty", 0,
+                     "this is empty: the launcher ends without a word, with exit code 0");
+            return Outcome::Exits;
+        }
+        if (text.size() < whole.size()) {
+            AddError("zero-byte", text.size(),
+                     "there is a zero byte: the launcher reads nothing from here on");
+        }
+        ListReport repeated_keys(positions, options.most_of_a_kind);
+        KeyScan const scan =
+            ScanKeys(text, [&repeated_keys](RepeatedKey const& repeated) {
+                CheckRepeatedKey(repeated, repeated_keys);
+            });
+        if (scan.values > kMostValues) {
+            AddError("too-large", 0,
+                     "this has more than 8 million values: no launch list, and not "
+                     "checked");
+            return Outcome::Unknown;
+        }
+        if (!Parse(scan.deepest)) {
+            return Outcome::Exits;
+        }
+        CheckTextBehind();
+        if (!list.isObject()) {
+            return CheckOtherType();
+        }
+        report.findings.Add(repeated_keys.findings);
+        walk = WalkItems(list, options.asks_machine, report);
+        CheckOtherKeys();
+        return walk.outcome;
+    }
+
+    // Only what the launcher looks up: items, their members and their arguments.
+    static void CheckRepeatedKey(RepeatedKey const& repeated, ListReport& report) {
+        std::size_t const depth = repeated.path.size();
+        bool const is_in_list = depth == 0 || IsItemNumber(repeated.path[0]);
+        if (is_in_list && (depth < 2 || (depth == 2 && repeated.path[1] == "args"))) {
+            report.Add(Severity::Error, "repeated-key", repeated.offset,
+                       "the key " + Quote(repeated.key) +
+                           " is here again: what stood there before is ignored",
+                       {depth > 0 ? repeated.path[0] : ""});
+        }
+    }
+
+    bool Parse(std::size_t deepest) {
         Json::Reader reader;
         bool const collect_comments = false;
         try {
@@ -78,14 +102,14 @@ class ListCheck {
                 return true;
             }
         } catch (std::exception const&) {
-            AddError("too-deep", "this is nested too deeply: " + kEnds);
+            AddError("too-deep", deepest, "this is nested too deeply: " + kEnds);
             return false;
         }
         Json::Reader::StructuredError const error = reader.getStructuredErrors().at(0);
         auto const offset = static_cast<std::size_t>(error.offset_start);
-        std::string const message = Printable(error.message);
-        AddErrorAt(
-            offset, "not-json",
+        std::string const& message = error.message;
+        AddError(
+            "not-json", offset,
             "this is not JSON: " + message.substr(0, message.find_last_not_of('.') + 1) +
                 Hint(offset) + ": " + kEnds);
         return false;
@@ -101,9 +125,9 @@ class ListCheck {
             return " (texts stand in double quotation marks)";
         }
         std::size_t const before = offset == 0
-                                       ? std::string::npos
+                                       ? std::string_view::npos
                                        : text.find_last_not_of(" \t\r\n", offset - 1);
-        if ((found == '}' || found == ']') && before != std::string::npos &&
+        if ((found == '}' || found == ']') && before != std::string_view::npos &&
             text[before] == ',') {
             return " (the comma before it is one too many)";
         }
@@ -116,147 +140,85 @@ class ListCheck {
         }
         auto const end = static_cast<std::size_t>(list.getOffsetLimit());
         std::size_t const behind = FindTextBehind(text, end);
-        if (behind != std::string::npos) {
-            AddErrorAt(behind, "text-behind",
-                       "the list has ended before this: the launcher ignores the rest");
+        if (behind != std::string_view::npos) {
+            AddError("text-behind", behind,
+                     "the list has ended before this: the launcher ignores the rest");
         }
     }
 
-    // Only what the launcher looks up: items, their members and their arguments.
-    void CheckRepeatedKeys() {
-        auto const end = static_cast<std::size_t>(list.getOffsetLimit());
-        for (RepeatedKey const& repeated : FindRepeatedKeys(text, end)) {
-            std::size_t const depth = repeated.path.size();
-            bool const is_in_list = depth == 0 || IsItemNumber(repeated.path[0]);
-            if (is_in_list && (depth < 2 || (depth == 2 && repeated.path[1] == "args"))) {
-                Finding& finding =
-                    AddErrorAt(repeated.offset, "repeated-key",
-                               "the key " + Quoted(repeated.key) +
-                                   " is here again: what stood there before is ignored");
-                finding.item = depth > 0 ? repeated.path[0] : "";
-            }
-        }
-    }
-
-    void CheckItems() {
-        result.outcome = Outcome::Runs;
-        bool is_reached = true;
-        // The last item of each name.
-        std::map<std::string, std::string> names;
-        for (int i = 0; list.isMember(std::to_string(i)); ++i) {
-            std::string const number = std::to_string(i);
-            ItemResult checked = CheckItem(list[number]);
-            if (is_reached && checked.ends_walk) {
-                result.outcome = names.empty() ? Outcome::Exits : Outcome::KillsGroup;
-                is_reached = false;
-            }
-            if (is_reached && checked.aborts && result.outcome == Outcome::Runs) {
-                result.outcome = Outcome::Aborts;
-            }
-            if (checked.name) {
-                auto const [earlier, is_new] = names.emplace(*checked.name, number);
-                if (!is_new) {
-                    checked.findings.insert(checked.findings.begin(),
-                                            SameName(earlier->second));
-                    if (is_reached) {
-                        result.outcome = Outcome::KillsGroup;
-                    }
-                    earlier->second = number;
-                }
-            }
-            for (Finding& finding : checked.findings) {
-                finding.item = number;
-                finding.name = checked.name.value_or("");
-                result.findings.push_back(finding);
-            }
-        }
-        result.programs =
-            result.outcome == Outcome::Runs ? static_cast<int>(names.size()) : 0;
-    }
-
-    static Finding SameName(std::string const& earlier) {
-        return {Severity::Error, "duplicate-name",
-                "item " + Quoted(earlier) +
-                    " has the same name: this later one wins, and the launcher stops the "
-                    "earlier one at once, perhaps by SIGKILL to its whole process group"};
+    Outcome CheckOtherType() {
+        AddError("not-an-object", ListReport::ValueOffset(list),
+                 "this is " + TypeName(list) +
+                     R"(, not an object with the keys "0", "1", ...: )" +
+                     (list.isNull() ? "nothing is started" : kEnds));
+        return list.isNull() ? Outcome::Runs : Outcome::Exits;
     }
 
     void CheckOtherKeys() {
-        std::string const end = FirstMissingNumber();
-        std::vector<std::string> unreached;
-        std::vector<std::string> others;
-        for (std::string const& key : list.getMemberNames()) {
-            if (!IsItemNumber(key)) {
-                others.push_back(key);
-            } else if (key.size() > end.size() ||
-                       (key.size() == end.size() && key > end)) {
-                unreached.push_back(key);
+        std::vector<Json::Value::const_iterator> others;
+        bool has_unreached = false;
+        for (auto member = std::as_const(list).begin();
+             member != std::as_const(list).end(); ++member) {
+            std::string const key = member.name();
+            bool const is_number = IsItemNumber(key);
+            if (!is_number || !IsSmallerNumber(key, walk.end)) {
+                others.push_back(member);
+                has_unreached = has_unreached || is_number;
             }
         }
-        std::stable_sort(
-            unreached.begin(), unreached.end(),
-            [](auto const& a, auto const& b) { return a.size() < b.size(); });
-        for (std::string const& key : unreached) {
-            Finding& finding = AddError("unreached",
-                                        "never reached: the launcher stops at the first "
-                                        "number that is missing, " +
-                                            Quoted(end));
-            finding.item = key;
-            finding.name = NameOf(list[key]);
+        std::sort(others.begin(), others.end(), [](auto const& a, auto const& b) {
+            return ListReport::ValueOffset(*a) < ListReport::ValueOffset(*b);
+        });
+        for (auto const& member : others) {
+            CheckOtherKey(member.name(), *member);
         }
-        for (std::string const& key : others) {
-            CheckOtherKey(key);
-        }
-        if (end == "0" && unreached.empty()) {
-            result.findings.push_back(
-                {Severity::Warning, "no-items",
-                 R"(there is no item "0": the launcher runs and starts nothing)"});
+        if (walk.end == "0" && !has_unreached) {
+            report.Add(Severity::Warning, "no-items", ListReport::ValueOffset(list),
+                       R"(there is no item "0": the launcher runs and starts nothing)");
         }
     }
 
-    std::string FirstMissingNumber() const {
-        int i = 0;
-        while (list.isMember(std::to_string(i))) {
-            ++i;
-        }
-        return std::to_string(i);
-    }
-
-    void CheckOtherKey(std::string const& key) {
-        if (LooksLikeNumber(key)) {
-            Finding& finding = AddError(
-                "key-number",
-                "this key is no number as the launcher writes it (0, 1, 2, ...): "
-                "the item is ignored");
-            finding.item = key;
-            finding.name = NameOf(list[key]);
+    void CheckOtherKey(std::string const& key, Json::Value const& value) {
+        std::size_t const offset = report.KeyOffset(value);
+        if (IsItemNumber(key)) {
+            AddError("unreached", offset,
+                     "never reached: the launcher stops at the first number that is "
+                     "missing, " +
+                         Quote(walk.end),
+                     {key, NameOf(value)});
+        } else if (LooksLikeNumber(key)) {
+            AddError("key-number", offset,
+                     "this key is no number as the launcher writes it (0, 1, 2, ...): "
+                     "the item is ignored",
+                     {key, NameOf(value)});
         } else if (key != "$schema") {
-            result.findings.push_back(
-                {Severity::Warning, "unknown-key",
-                 "the key " + Quoted(key) +
-                     " is no item number: the launcher ignores it"});
+            report.Add(
+                Severity::Warning, "unknown-key", offset,
+                "the key " + Quote(key) + " is no item number: the launcher ignores it");
         }
     }
 
-    std::string const& whole;
+    std::string_view const whole;
     // What the launcher takes of it.
-    std::string const text;
-    PositionFinder positions;
+    std::string_view const text;
+    CheckOptions const& options;
+    Positions const positions;
+    ListReport report;
     Json::Value list;
-    CheckResult result;
+    WalkResult walk;
 };
 
 }  // namespace
 
-CheckResult CheckLaunchList(std::string const& bytes) {
-    return ListCheck(bytes).Check();
+CheckResult CheckLaunchList(std::string_view bytes, CheckOptions const& options) {
+    return ListCheck(bytes, options).Check();
 }
 
-CheckResult CheckLaunchListFile(std::string const& path) {
-    CheckResult result;
+CheckResult CheckLaunchListFile(std::string const& path, CheckOptions const& options) {
     std::string bytes;
+    CheckResult result = {Findings(options.most_of_a_kind)};
     if (!ReadListFile(path, bytes, result)) {
         return result;
     }
-    return CheckLaunchList(bytes);
+    return CheckLaunchList(bytes, options);
 }

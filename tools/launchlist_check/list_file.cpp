@@ -1,6 +1,8 @@
 #include "tools/launchlist_check/list_file.h"
 
 #include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -12,12 +14,21 @@ namespace {
 // A million items take less.
 constexpr std::size_t kMostBytes = 64UL * 1024 * 1024;
 
+// A device that gives more is taken for one that never ends.
+constexpr std::size_t kMostBytesOfADevice = 64UL * 1024;
+
+constexpr int kWaitForAWriter = 1000;  // milliseconds
+
+enum class ReadEnd { EndOfFile, Limit, Failure };
+
 // A descriptor for reading, closed with the object unless it is the standard input.
 class InputFile {
   public:
+    // Opening does not wait for the writer of a named pipe, as it does in the launcher.
     explicit InputFile(std::string const& path)
-        : descriptor(path == "-" ? STDIN_FILENO
-                                 : open(path.c_str(), O_RDONLY | O_CLOEXEC)) {}
+        : descriptor(path == "-"
+                         ? STDIN_FILENO
+                         : open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {}
     ~InputFile() {
         if (descriptor > STDIN_FILENO) {
             close(descriptor);
@@ -27,32 +38,98 @@ class InputFile {
     InputFile& operator=(InputFile const&) = delete;
 
     bool IsOpen() const { return descriptor >= 0; }
+    bool IsStandardInput() const { return descriptor == STDIN_FILENO; }
+    bool IsTerminal() const { return isatty(descriptor) != 0; }
 
-    // Returns how many bytes were read, 0 at the end of the file, -1 if it failed.
-    ssize_t Read(char* bytes, std::size_t size) const {
-        return read(descriptor, bytes, size);
+    struct stat Status() const {
+        struct stat status = {};
+        fstat(descriptor, &status);
+        return status;
+    }
+
+    // Adds what is read to `bytes`, which is then not much longer than `limit`. Waits for
+    // the writer of a pipe. On failure it sets errno.
+    ReadEnd Read(std::string& bytes, std::size_t limit) const {
+        char chunk[65536];
+        while (bytes.size() <= limit) {
+            ssize_t const length = read(descriptor, chunk, sizeof chunk);
+            if (length == 0) {
+                return ReadEnd::EndOfFile;
+            }
+            if (length > 0) {
+                bytes.append(chunk, static_cast<std::size_t>(length));
+            } else if (errno == EAGAIN) {
+                Wait(-1);
+            } else if (errno != EINTR) {
+                return ReadEnd::Failure;
+            }
+        }
+        return ReadEnd::Limit;
+    }
+
+    // Says whether a named pipe has a writer, or has had one since it was opened, or gets
+    // one soon. It may add the first byte to `bytes`.
+    bool FindsWriter(std::string& bytes) const {
+        if (Wait(kWaitForAWriter)) {
+            return true;
+        }
+        // Nobody has written. Only if nobody can, this is the end of the file.
+        char byte = 0;
+        ssize_t const length = read(descriptor, &byte, 1);
+        if (length > 0) {
+            bytes += byte;
+        }
+        return length != 0;
     }
 
   private:
+    // Waits for bytes, or for the end; returns false if the time is over, in
+    // milliseconds.
+    bool Wait(int time) const {
+        pollfd waiting = {descriptor, POLLIN, 0};
+        return poll(&waiting, 1, time) != 0;
+    }
+
     int const descriptor;
 };
 
-void AddError(CheckResult& result, Outcome outcome, char const* kind,
-              std::string const& message) {
-    result.findings.push_back({Severity::Error, kind, message});
+bool Fail(CheckResult& result, Outcome outcome, char const* kind,
+          std::string const& message) {
+    result.findings.Count(kind, Severity::Error);
+    result.findings.Add({Severity::Error, kind, message, {}, {}});
     result.outcome = outcome;
+    return false;
 }
 
-void AddReadError(CheckResult& result, int error) {
+bool FailAsTooLarge(CheckResult& result) {
+    return Fail(result, Outcome::Unknown, "too-large",
+                "this is longer than 64 MiB: no launch list, and not checked");
+}
+
+bool FailAsUnreadable(CheckResult& result, int error) {
     if (error == EISDIR) {
-        AddError(result, Outcome::Hangs, "directory",
-                 "this is a directory: the launcher reads it for ever, in a busy loop "
-                 "that only SIGKILL ends");
-    } else {
-        AddError(result, Outcome::Hangs, "unreadable",
-                 std::string("reading fails: ") + std::strerror(error) +
-                     ": the launcher tries it for ever");
+        return Fail(result, Outcome::Hangs, "directory",
+                    "this is a directory: the launcher reads it for ever, in a busy loop "
+                    "that only SIGKILL ends");
     }
+    return Fail(result, Outcome::Hangs, "unreadable",
+                std::string("reading fails: ") + std::strerror(error) +
+                    ": the launcher tries it for ever, in a busy loop that only SIGKILL "
+                    "ends");
+}
+
+bool ReadDevice(InputFile const& file, std::string& bytes, CheckResult& result) {
+    switch (file.Read(bytes, kMostBytesOfADevice)) {
+        case ReadEnd::EndOfFile:
+            return true;
+        case ReadEnd::Failure:
+            return FailAsUnreadable(result, errno);
+        case ReadEnd::Limit:
+            break;
+    }
+    return Fail(result, Outcome::Hangs, "device",
+                "this is a device, and no end of it is in sight: the launcher reads it "
+                "until the memory runs out");
 }
 
 }  // namespace
@@ -60,25 +137,33 @@ void AddReadError(CheckResult& result, int error) {
 bool ReadListFile(std::string const& path, std::string& bytes, CheckResult& result) {
     InputFile const file(path);
     if (!file.IsOpen()) {
-        AddError(result, Outcome::Exits, "unreadable",
-                 std::string("this cannot be opened: ") + std::strerror(errno) +
-                     ": the launcher ends without a word, with exit code 0");
-        return false;
+        return Fail(result, Outcome::Exits, "unreadable",
+                    std::string("this cannot be opened: ") + std::strerror(errno) +
+                        ": the launcher ends without a word, with exit code 0");
     }
+    struct stat const status = file.Status();
     bytes.clear();
-    char chunk[65536];
-    ssize_t length = 0;
-    while ((length = file.Read(chunk, sizeof chunk)) > 0) {
-        bytes.append(chunk, static_cast<std::size_t>(length));
-        if (bytes.size() > kMostBytes) {
-            AddError(result, Outcome::Unknown, "too-large",
-                     "this is longer than 64 MiB: no launch list, and not checked");
-            return false;
+    if ((S_ISCHR(status.st_mode) || S_ISBLK(status.st_mode)) && !file.IsTerminal()) {
+        return ReadDevice(file, bytes, result);
+    }
+    if (S_ISFIFO(status.st_mode) && !file.IsStandardInput() && !file.FindsWriter(bytes)) {
+        return Fail(result, Outcome::Hangs, "named-pipe",
+                    "this is a named pipe that nobody writes to: the launcher waits for "
+                    "a writer");
+    }
+    if (S_ISREG(status.st_mode)) {
+        if (status.st_size > static_cast<off_t>(kMostBytes)) {
+            return FailAsTooLarge(result);
         }
+        bytes.reserve(static_cast<std::size_t>(status.st_size));
     }
-    if (length < 0) {
-        AddReadError(result, errno);
-        return false;
+    switch (file.Read(bytes, kMostBytes)) {
+        case ReadEnd::EndOfFile:
+            return true;
+        case ReadEnd::Limit:
+            return FailAsTooLarge(result);
+        case ReadEnd::Failure:
+            break;
     }
-    return true;
+    return FailAsUnreadable(result, errno);
 }

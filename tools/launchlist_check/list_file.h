@@ -5,11 +5,14 @@
 
 #include <string>
 
-#include "tools/launchlist_check/findings.h"
+#include "tools/launchlist_check/check_result.h"
 
-// Reads the file at `path`, or the standard input for "-", into `bytes`. Returns false,
-// and sets in `result` why and what that means for the launcher, if it cannot be read
-// or is longer than any launch list: then `bytes` holds nothing of use.
+// Reads the file at `path`, or the standard input for "-", into `bytes`. A pipe is read
+// until its writer closes it, which takes as long as that takes.
+//
+// Returns false if the file cannot be read, has no end, or is longer than any launch
+// list. Then `result` says why, and what that means for the launcher, and `bytes` holds
+// nothing of use. A named pipe gets a second to find a writer.
 bool ReadListFile(std::string const& path, std::string& bytes, CheckResult& result);
 
 #endif

@@ -1,9 +1,10 @@
 // launchlist-check: says what the launcher will do with a launch list, and starts
 // nothing.
 
-#include <algorithm>
 #include <cstdio>
+#include <limits>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tools/launchlist_check/list_check.h"
@@ -14,15 +15,19 @@ namespace {
 
 char const* const kProgram = "launchlist-check";
 
-char const* const kHelp = R"(launchlist-check [--json] [--strict] LIST.json...
+char const* const kHelp =
+    R"(launchlist-check [--json] [--strict] [--all] [--no-programs] LIST.json...
 
 Reads launch lists as the launcher will, and says what is wrong with them and what will
-happen, one line for each finding. "-" is the standard input. Nothing is started.
+happen, one line for each finding. "-" is the standard input. Nothing is started: the
+system is asked whether it would execute each program, and none of them runs.
 
-  --json      print one JSON document instead, for machines
-  --strict    let warnings count as errors do
-  --help      print this
-  --version   print the version
+  --json         print one JSON document instead, for machines
+  --strict       let warnings count as errors do
+  --all          show all findings, not the first 20 of each kind
+  --no-programs  leave out what depends on this machine: its programs and its limits
+  --help         print this
+  --version      print the version
 
 Exit code: 0 without errors, 1 with errors, 2 if the command line is wrong.
 
@@ -30,36 +35,57 @@ Examples:
 
   launchlist-check list.json
   launchlist-check --strict lists/*.json && echo "all is well"
+  launchlist-check --no-programs lists/*.json
   launchlist-check --json list.json | jq -r '.files[].findings[].kind'
   generate-list | launchlist-check -
 
-Findings look like this:
+Findings look like this, and the last line about a list is the verdict:
 
   list.json:7:3: error: the key "1" is here again: what stood there before is ignored [repeated-key]
-  list.json: item "3" (agent): error: never reached: the launcher stops at the first number that is missing, "2" [unreached]
+  list.json:9:3: error: item "3" (agent): never reached: the launcher stops at the first number that is missing, "2" [unreached]
+  list.json: 2 errors
 
 The word at the end is explained in launchlist-check(1).
 )";
 
+CheckOptions OptionsOf(CommandLine const& line) {
+    CheckOptions options;
+    options.asks_machine = !line.Has("--no-programs");
+    if (line.Has("--all")) {
+        options.most_of_a_kind = std::numeric_limits<std::size_t>::max();
+    }
+    return options;
+}
+
+void Write(std::string const& text) {
+    std::fwrite(text.data(), 1, text.size(), stdout);
+}
+
 int Check(CommandLine const& line) {
+    bool const is_json = line.Has("--json");
+    bool const is_strict = line.Has("--strict");
+    bool is_right = true;
     std::vector<CheckedFile> files;
     for (std::string const& path : line.operands) {
-        files.push_back({path == "-" ? "<stdin>" : path, CheckLaunchListFile(path)});
+        CheckedFile file = {path == "-" ? "<stdin>" : path,
+                            CheckLaunchListFile(path, OptionsOf(line))};
+        Findings const& findings = file.result.findings;
+        is_right = is_right && findings.Count(Severity::Error) == 0 &&
+                   (!is_strict || findings.Count(Severity::Warning) == 0);
+        if (is_json) {
+            files.push_back(std::move(file));
+        } else {
+            Write(ToLines(file, is_strict));
+        }
     }
-    std::string const text = line.Has("--json") ? ToJson(files) : ToLines(files);
-    std::fwrite(text.data(), 1, text.size(), stdout);
-    bool const is_strict = line.Has("--strict");
-    bool const has_errors =
-        std::any_of(files.begin(), files.end(), [is_strict](CheckedFile const& file) {
-            Findings const& findings = file.result.findings;
-            return Count(findings, Severity::Error) > 0 ||
-                   (is_strict && !findings.empty());
-        });
-    return FinishOutput(kProgram) && !has_errors ? 0 : 1;
+    if (is_json) {
+        Write(ToJson(files));
+    }
+    return FinishOutput(kProgram) && is_right ? 0 : 1;
 }
 
 int Print(std::string const& text) {
-    std::fwrite(text.data(), 1, text.size(), stdout);
+    Write(text);
     return FinishOutput(kProgram) ? 0 : 1;
 }
 
@@ -69,6 +95,8 @@ int main(int argc, char** argv) {
     CommandLine line = ReadCommandLine(argc, argv,
                                        {{"--json", false},
                                         {"--strict", false},
+                                        {"--all", false},
+                                        {"--no-programs", false},
                                         {"--help", false},
                                         {"-h", false},
                                         {"--version", false}});

@@ -2,15 +2,21 @@
 
 #include <json/value.h>
 
-#include <algorithm>
-
 #include "common/json/json_object.h"
 #include "tools/shared/printable.h"
 
 namespace {
 
-char const* Keyword(Severity severity) {
-    return severity == Severity::Error ? "error" : "warning";
+char const* Word(Severity severity) {
+    switch (severity) {
+        case Severity::Error:
+            return "error";
+        case Severity::Warning:
+            return "warning";
+        case Severity::Note:
+            break;
+    }
+    return "note";
 }
 
 char const* Word(Outcome outcome) {
@@ -31,39 +37,66 @@ char const* Word(Outcome outcome) {
     return "unknown";
 }
 
+// Returns the number for people: "99,980".
+std::string Digits(std::size_t number) {
+    std::string digits = std::to_string(number);
+    for (std::size_t i = digits.size(); i > 3; i -= 3) {
+        digits.insert(i - 3, ",");
+    }
+    return digits;
+}
+
+// "1 error", "2 errors".
+std::string Amount(std::size_t number, std::string const& what) {
+    return Digits(number) + " " + what + (number == 1 ? "" : "s");
+}
+
 std::string ToLine(std::string const& label, Finding const& finding) {
-    std::string line = Printable(label) + ":";
-    if (finding.line > 0) {
-        line += std::to_string(finding.line) + ":" + std::to_string(finding.column) + ":";
-    }
-    line += " ";
-    if (!finding.item.empty()) {
-        line += "item " + Quoted(finding.item);
-        if (!finding.name.empty()) {
-            line += " (" + Printable(finding.name) + ")";
+    std::string about;
+    if (!finding.subject.item.empty()) {
+        about = "item " + Quote(finding.subject.item);
+        if (!finding.subject.name.empty()) {
+            about += " (" + Shorten(finding.subject.name) + ")";
         }
-        line += ": ";
+        about += ": ";
     }
-    return line + Keyword(finding.severity) + ": " + finding.message + " [" +
-           finding.kind + "]\n";
+    return Printable(label) + ":" + std::to_string(finding.position.line) + ":" +
+           std::to_string(finding.position.column) + ": " + Word(finding.severity) +
+           ": " + Printable(about + finding.message) + " [" + finding.kind + "]\n";
+}
+
+std::string Verdict(Findings const& findings, std::size_t programs, bool is_strict) {
+    std::size_t const errors = findings.Count(Severity::Error);
+    std::size_t const warnings = findings.Count(Severity::Warning);
+    bool const is_ok = errors == 0 && (warnings == 0 || !is_strict);
+    std::string verdict = is_ok ? "ok, " + Amount(programs, "program") : "";
+    if (errors > 0) {
+        verdict += Amount(errors, "error");
+    }
+    if (warnings > 0) {
+        verdict += (verdict.empty() ? "" : ", ") + Amount(warnings, "warning");
+    }
+    return verdict;
 }
 
 Json::Value ToValue(Finding const& finding) {
     Json::Value value(Json::objectValue);
-    value["severity"] = Keyword(finding.severity);
+    value["severity"] = Word(finding.severity);
     value["kind"] = finding.kind;
-    value["message"] = finding.message;
-    if (!finding.item.empty()) {
-        value["item"] = finding.item;
+    value["message"] = Printable(finding.message);
+    value["line"] = finding.position.line;
+    value["column"] = finding.position.column;
+    if (!finding.subject.item.empty()) {
+        value["item"] = finding.subject.item;
     }
-    if (!finding.name.empty()) {
-        value["name"] = finding.name;
-    }
-    if (finding.line > 0) {
-        value["line"] = finding.line;
-        value["column"] = finding.column;
+    if (!finding.subject.name.empty()) {
+        value["name"] = finding.subject.name;
     }
     return value;
+}
+
+Json::Value ToNumber(std::size_t number) {
+    return static_cast<Json::UInt64>(number);
 }
 
 Json::Value ToValue(CheckedFile const& file) {
@@ -71,11 +104,16 @@ Json::Value ToValue(CheckedFile const& file) {
     Json::Value value(Json::objectValue);
     value["file"] = file.label;
     value["outcome"] = Word(file.result.outcome);
-    value["programs"] = file.result.programs;
-    value["errors"] = Count(findings, Severity::Error);
-    value["warnings"] = Count(findings, Severity::Warning);
+    value["programs"] = ToNumber(file.result.programs);
+    value["errors"] = ToNumber(findings.Count(Severity::Error));
+    value["warnings"] = ToNumber(findings.Count(Severity::Warning));
+    value["counts"] = Json::Value(Json::objectValue);
+    for (auto const& [kind, count] : findings.Counts()) {
+        Json::Value& sum = value["counts"][kind.first];
+        sum = sum.asUInt64() + count;
+    }
     value["findings"] = Json::Value(Json::arrayValue);
-    for (Finding const& finding : findings) {
+    for (Finding const& finding : findings.InOrder()) {
         value["findings"].append(ToValue(finding));
     }
     return value;
@@ -83,24 +121,19 @@ Json::Value ToValue(CheckedFile const& file) {
 
 }  // namespace
 
-int Count(Findings const& findings, Severity severity) {
-    return static_cast<int>(std::count_if(
-        findings.begin(), findings.end(),
-        [severity](Finding const& finding) { return finding.severity == severity; }));
-}
-
-std::string ToLines(std::vector<CheckedFile> const& files) {
+std::string ToLines(CheckedFile const& file, bool is_strict) {
+    Findings const& findings = file.result.findings;
     std::string lines;
-    for (CheckedFile const& file : files) {
-        for (Finding const& finding : file.result.findings) {
-            lines += ToLine(file.label, finding);
-        }
-        if (file.result.findings.empty()) {
-            lines += (files.size() > 1 ? Printable(file.label) + ": " : "") +
-                     "ok: " + std::to_string(file.result.programs) + " programs\n";
-        }
+    for (Finding const& finding : findings.InOrder()) {
+        lines += ToLine(file.label, finding);
     }
-    return lines;
+    for (auto const& [kind, count] : findings.LeftOut()) {
+        lines += Printable(file.label) + ": ... and " + Digits(count) + " more " +
+                 Word(kind.second) + (count == 1 ? "" : "s") + " [" + kind.first +
+                 "]; --all shows them\n";
+    }
+    return lines + Printable(file.label) + ": " +
+           Verdict(findings, file.result.programs, is_strict) + "\n";
 }
 
 std::string ToJson(std::vector<CheckedFile> const& files) {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/launchlist_check/findings.h"
+#include "tools/launchlist_check/check_result.h"
 
 struct CheckedFile {
     // How the user called it; "<stdin>" for the standard input.
@@ -14,12 +14,14 @@ struct CheckedFile {
     CheckResult result;
 };
 
-// Returns the number of findings of that severity.
-int Count(Findings const& findings, Severity severity);
-
-// Returns a line for each finding, in the manner of a compiler, and "ok: 2 programs" for
-// a file without findings. Where there are several files, the latter names its file, too.
-std::string ToLines(std::vector<CheckedFile> const& files);
+// Returns a line for each finding, in the manner of a compiler; a line for each kind of
+// which some are not shown; and a line with the verdict:
+//
+//   list.json:7:3: error: item "3" (agent): never reached: ... [unreached]
+//   list.json: 1 error
+//
+// `is_strict` says that warnings count as errors do, so that such a list is not "ok".
+std::string ToLines(CheckedFile const& file, bool is_strict = false);
 
 // Returns one JSON document on one line, in ASCII, and its line feed.
 std::string ToJson(std::vector<CheckedFile> const& files);

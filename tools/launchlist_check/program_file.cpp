@@ -9,7 +9,7 @@
 #include <cstddef>
 #include <cstring>
 
-#include "tools/shared/printable.h"
+#include "tools/launchlist_check/finding.h"
 
 namespace {
 
@@ -63,12 +63,55 @@ bool IsText(std::string const& head) {
     });
 }
 
-}  // namespace
+// Returns the processor that an ELF file is for, by the number in its header.
+std::string ElfProcessor(unsigned machine) {
+    switch (machine) {
+        case 3:
+            return "i386";
+        case 20:
+        case 21:
+            return "PowerPC";
+        case 22:
+            return "s390";
+        case 40:
+            return "ARM";
+        case 62:
+            return "x86-64";
+        case 183:
+            return "AArch64";
+        case 243:
+            return "RISC-V";
+        default:
+            return "processor " + std::to_string(machine);
+    }
+}
 
-std::string WhyNotExecutable(std::string const& path) {
+// `head` begins with the mark of ELF.
+std::string ElfFormat(std::string const& head) {
+    constexpr std::size_t kByteOrder = 5;
+    constexpr std::size_t kType = 16;
+    constexpr std::size_t kMachine = 18;
+    constexpr unsigned kObjectFile = 1;
+    if (head.size() < kMachine + 2) {
+        return "the beginning of an ELF file";
+    }
+    auto const number = [&head](std::size_t place) {
+        std::size_t const high = head[kByteOrder] == 2 ? 0 : 1;
+        return static_cast<unsigned char>(head[place + high]) * 256U +
+               static_cast<unsigned char>(head[place + 1 - high]);
+    };
+    return number(kType) == kObjectFile
+               ? "an object file"
+               : "an ELF file for " + ElfProcessor(number(kMachine));
+}
+
+// Interpreters of interpreters are looked at, but not for ever.
+constexpr int kMostInterpreters = 8;
+
+std::string WhyNotExecutableAt(std::string const& path, int level) {
     std::string reason = WhyNotPermitted(path);
     std::string head;
-    if (!reason.empty() || !ReadHead(path, head)) {
+    if (!reason.empty() || !ReadHead(path, head) || level == kMostInterpreters) {
         return reason;
     }
     if (head.empty()) {
@@ -81,6 +124,33 @@ std::string WhyNotExecutable(std::string const& path) {
     if (interpreter.empty()) {
         return R"(it names no interpreter behind its "#!")";
     }
-    std::string const why = WhyNotPermitted(interpreter);
-    return why.empty() ? "" : "its interpreter " + Quoted(interpreter) + ": " + why;
+    std::string const why = WhyNotExecutableAt(interpreter, level + 1);
+    return why.empty() ? "" : "its interpreter " + Quote(interpreter) + ": " + why;
+}
+
+}  // namespace
+
+std::string WhyNotExecutable(std::string const& path) {
+    return WhyNotExecutableAt(path, 0);
+}
+
+std::string FileFormat(std::string const& path) {
+    std::string head;
+    if (!ReadHead(path, head)) {
+        return "";
+    }
+    std::string const mark = head.substr(0, 4);
+    if (mark ==
+        "\x7F"
+        "ELF") {
+        return ElfFormat(head);
+    }
+    for (char const* const mach_o :
+         {"\xCF\xFA\xED\xFE", "\xCE\xFA\xED\xFE", "\xFE\xED\xFA\xCF", "\xFE\xED\xFA\xCE",
+          "\xCA\xFE\xBA\xBE"}) {
+        if (mark == mach_o) {
+            return "a Mach-O file";
+        }
+    }
+    return mark.substr(0, 2) == "MZ" ? "a program for Windows" : "";
 }

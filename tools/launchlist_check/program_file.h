@@ -9,10 +9,14 @@
 
 #include <string>
 
-// Returns why an execv of `path` by the user of this process would fail, in printable
-// words, and nothing if there is no reason in sight: the file is there, may be executed,
-// and is neither empty nor a script that names no interpreter, or none that may be
-// executed. Nothing is executed; the beginning of the file is read.
+// Returns why an execv of `path` by the user of this process would fail, and nothing if
+// there is no reason in sight: the file is there, may be executed, and is neither empty
+// nor a script that names no interpreter, or none that may be executed. Nothing is
+// executed; the beginning of the file is read, and that of its interpreters.
 std::string WhyNotExecutable(std::string const& path);
+
+// Returns what the beginning of the file shows it to be: "an ELF file for AArch64", "an
+// object file", "a Mach-O file", "a program for Windows"; nothing if it is none of them.
+std::string FileFormat(std::string const& path);
 
 #endif

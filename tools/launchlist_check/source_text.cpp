@@ -3,17 +3,22 @@
 #include <json/reader.h>
 
 #include <algorithm>
-#include <set>
+#include <deque>
+#include <unordered_set>
+
+#include "tools/shared/printable.h"
 
 namespace {
 
-// Says whether the byte continues a character in UTF-8.
-bool IsContinuation(char byte) {
-    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
-}
+constexpr std::size_t kBytesBetweenMarks = 1024;
+
+// The parser takes no value inside of so many.
+constexpr std::size_t kDeepest = 1000;
+
+char const* const kBlanks = " \t\r\n";
 
 // Returns the offset behind the string that begins at `offset` with its quotation mark.
-std::size_t SkipString(std::string const& text, std::size_t offset) {
+std::size_t SkipString(std::string_view text, std::size_t offset) {
     for (std::size_t i = offset + 1; i < text.size(); ++i) {
         if (text[i] == '\\') {
             ++i;
@@ -26,24 +31,24 @@ std::size_t SkipString(std::string const& text, std::size_t offset) {
 
 // Returns the offset behind the comment that begins at `offset`, or `offset` if there is
 // none.
-std::size_t SkipComment(std::string const& text, std::size_t offset) {
+std::size_t SkipComment(std::string_view text, std::size_t offset) {
     if (text.compare(offset, 2, "//") == 0) {
         return std::min(text.find_first_of("\r\n", offset), text.size());
     }
     if (text.compare(offset, 2, "/*") == 0) {
         std::size_t const end = text.find("*/", offset + 2);
-        return end == std::string::npos ? offset : end + 2;
+        return end == std::string_view::npos ? offset : end + 2;
     }
     return offset;
 }
 
 // Returns what the JSON string `token` stands for.
-std::string Decode(std::string const& token) {
+std::string Decode(std::string_view token) {
     Json::Value value;
     bool const collect_comments = false;
-    if (token.find('\\') == std::string::npos ||
-        !Json::Reader().parse(token, value, collect_comments)) {
-        return token.substr(1, token.size() - std::min<std::size_t>(2, token.size()));
+    if (!Json::Reader().parse(token.data(), token.data() + token.size(), value,
+                              collect_comments)) {
+        return std::string(token);
     }
     return value.asString();
 }
@@ -52,28 +57,41 @@ std::string Decode(std::string const& token) {
 struct OpenValue {
     bool is_object;
     bool expects_key;
-    std::string key = {};
-    std::set<std::string> keys = {};
+    std::string_view key = {};
+    std::unordered_set<std::string_view> keys = {};
 };
 
 class KeyScanner {
   public:
-    explicit KeyScanner(std::string const& scanned) : text(scanned) {}
+    KeyScanner(std::string_view scanned,
+               std::function<void(RepeatedKey const&)> const& on_repeated_key)
+        : text(scanned), on_repeated(on_repeated_key) {}
 
+    KeyScan Scan() {
+        for (std::size_t i = 0;
+             i < text.size() && !has_ended && open.size() <= kDeepest;) {
+            i = Take(i);
+        }
+        return scan;
+    }
+
+  private:
     // Takes the token at `offset` and returns the offset behind it.
     std::size_t Take(std::size_t offset) {
         switch (text[offset]) {
             case '{':
             case '[':
-                open.push_back({text[offset] == '{', text[offset] == '{'});
+                Open(offset);
                 break;
             case '}':
             case ']':
                 if (!open.empty()) {
                     open.pop_back();
+                    has_ended = open.empty();
                 }
                 break;
             case ',':
+                ++scan.values;
                 if (!open.empty()) {
                     open.back().expects_key = open.back().is_object;
                 }
@@ -88,20 +106,36 @@ class KeyScanner {
         return offset + 1;
     }
 
-    std::vector<RepeatedKey> repeated;
+    void Open(std::size_t offset) {
+        ++scan.values;
+        open.push_back({text[offset] == '{', text[offset] == '{'});
+        if (open.size() == kDeepest && scan.deepest == 0) {
+            scan.deepest = offset;
+        }
+    }
 
-  private:
     std::size_t TakeString(std::size_t offset) {
         std::size_t const end = SkipString(text, offset);
         if (!open.empty() && open.back().expects_key) {
             OpenValue& object = open.back();
-            object.key = Decode(text.substr(offset, end - offset));
+            object.key = Key(text.substr(offset, end - offset));
             object.expects_key = false;
-            if (!object.keys.insert(object.key).second && !IsInArray()) {
-                repeated.push_back({object.key, Path(), offset});
+            if (!object.keys.insert(object.key).second) {
+                --scan.values;
+                if (!IsInArray()) {
+                    on_repeated({std::string(object.key), Path(), offset});
+                }
             }
         }
         return end;
+    }
+
+    // Returns what the token stands for: a part of the text, if it is spelled there so.
+    std::string_view Key(std::string_view token) {
+        if (token.find('\\') == std::string_view::npos) {
+            return token.substr(1, token.size() - std::min<std::size_t>(2, token.size()));
+        }
+        return decoded.emplace_back(Decode(token));
     }
 
     bool IsInArray() const {
@@ -112,52 +146,92 @@ class KeyScanner {
     std::vector<std::string> Path() const {
         std::vector<std::string> path;
         for (std::size_t i = 0; i + 1 < open.size(); ++i) {
-            path.push_back(open[i].key);
+            path.emplace_back(open[i].key);
         }
         return path;
     }
 
-    std::string const& text;
+    std::string_view const text;
+    std::function<void(RepeatedKey const&)> const& on_repeated;
     std::vector<OpenValue> open;
+    // The keys that have escapes. What is added leaves the others in their place.
+    std::deque<std::string> decoded;
+    KeyScan scan;
+    bool has_ended = false;
 };
+
+// Returns the place of the last byte before `offset` that is not blank, npos if none is.
+std::size_t LastBefore(std::string_view text, std::size_t offset) {
+    return offset == 0 ? std::string_view::npos
+                       : text.find_last_not_of(kBlanks, offset - 1);
+}
+
+// Says whether the character at `place` is escaped, in a JSON string that holds it.
+bool IsEscaped(std::string_view text, std::size_t place) {
+    std::size_t backslashes = 0;
+    while (backslashes < place && text[place - backslashes - 1] == '\\') {
+        ++backslashes;
+    }
+    return backslashes % 2 == 1;
+}
 
 }  // namespace
 
-Position PositionFinder::Find(std::size_t offset) {
-    if (offset < place) {
-        place = 0;
-        position = {1, 1};
+Positions::Positions(std::string_view searched) : text(searched), marks(1) {
+    for (std::size_t i = 0; i + kBytesBetweenMarks < text.size();
+         i += kBytesBetweenMarks) {
+        marks.push_back(Advance(marks.back(), i, i + kBytesBetweenMarks));
     }
-    for (; place < std::min(offset, text.size()); ++place) {
-        bool const in_pair = text.compare(place, 2, "\r\n") == 0;
-        if (text[place] == '\n' || (text[place] == '\r' && !in_pair)) {
+}
+
+Position Positions::Find(std::size_t offset) const {
+    std::size_t const end = std::min(offset, text.size());
+    std::size_t const mark = std::min(end / kBytesBetweenMarks, marks.size() - 1);
+    return Advance(marks[mark], mark * kBytesBetweenMarks, end);
+}
+
+Position Positions::Advance(Position position, std::size_t begin, std::size_t end) const {
+    for (std::size_t i = begin; i < end; ++i) {
+        bool const in_pair =
+            text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n';
+        if (text[i] == '\n' || (text[i] == '\r' && !in_pair)) {
             position = {position.line + 1, 1};
-        } else if (!IsContinuation(text[place])) {
+        } else if (!IsContinuation(text[i])) {
             ++position.column;
         }
     }
     return position;
 }
 
-std::vector<RepeatedKey> FindRepeatedKeys(std::string const& text, std::size_t end) {
-    KeyScanner scanner(text);
-    for (std::size_t i = 0; i < std::min(end, text.size());) {
-        i = scanner.Take(i);
-    }
-    return scanner.repeated;
+KeyScan ScanKeys(std::string_view text,
+                 std::function<void(RepeatedKey const&)> const& on_repeated) {
+    return KeyScanner(text, on_repeated).Scan();
 }
 
-std::size_t FindTextBehind(std::string const& text, std::size_t offset) {
-    for (std::size_t i = offset; i < text.size();) {
-        if (std::string(" \t\r\n").find(text[i]) != std::string::npos) {
-            ++i;
-            continue;
-        }
-        std::size_t const behind = SkipComment(text, i);
-        if (behind == i) {
-            return i;
-        }
-        i = behind;
+std::size_t FindKeyBefore(std::string_view text, std::size_t offset) {
+    std::size_t const colon = LastBefore(text, offset);
+    if (colon == std::string_view::npos || text[colon] != ':') {
+        return offset;
     }
-    return std::string::npos;
+    std::size_t const end = LastBefore(text, colon);
+    if (end == std::string_view::npos || end == 0 || text[end] != '"') {
+        return offset;
+    }
+    std::size_t begin = text.rfind('"', end - 1);
+    while (begin != std::string_view::npos && begin > 0 && IsEscaped(text, begin)) {
+        begin = text.rfind('"', begin - 1);
+    }
+    return begin == std::string_view::npos ? offset : begin;
+}
+
+std::size_t FindTextBehind(std::string_view text, std::size_t offset) {
+    std::size_t place = text.find_first_not_of(kBlanks, offset);
+    while (place != std::string_view::npos) {
+        std::size_t const behind = SkipComment(text, place);
+        if (behind == place) {
+            return place;
+        }
+        place = text.find_first_not_of(kBlanks, behind);
+    }
+    return place;
 }

@@ -4,10 +4,6 @@
 
 namespace {
 
-bool IsContinuation(char byte) {
-    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
-}
-
 // A character at the start of a text, and how many bytes it takes; 0 if it is not UTF-8.
 struct Decoded {
     char32_t character;
@@ -78,6 +74,22 @@ std::string Printable(std::string const& text) {
 
 std::string Quoted(std::string const& text) {
     return '"' + Printable(text) + '"';
+}
+
+bool IsUtf8(std::string const& text) {
+    std::size_t i = 0;
+    while (i < text.size()) {
+        std::size_t const length = Decode(text.data() + i, text.size() - i).length;
+        if (length == 0) {
+            return false;
+        }
+        i += length;
+    }
+    return true;
+}
+
+bool IsContinuation(char byte) {
+    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
 }
 
 std::size_t CountCharacters(std::string const& text) {

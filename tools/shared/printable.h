@@ -21,6 +21,12 @@ std::string Printable(std::string const& text);
 // The same, between quotation marks.
 std::string Quoted(std::string const& text);
 
+// Says whether `text` is UTF-8 from its beginning to its end.
+bool IsUtf8(std::string const& text);
+
+// Says whether the byte continues a character in UTF-8, and does not begin one.
+bool IsContinuation(char byte);
+
 // The number of characters of `text`, in which the bytes that continue one in UTF-8 do
 // not count.
 std::size_t CountCharacters(std::string const& text);

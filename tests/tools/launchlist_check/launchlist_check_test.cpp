@@ -50,45 +50,48 @@ class LaunchlistCheck : public testing::Test {
 TEST_F(LaunchlistCheck, SaysOkOfARightListAndEndsWithZero) {
     ToolRun const run = Run({right});
     EXPECT_EQ(run.end, "exit 0");
-    EXPECT_EQ(run.output, "ok: 1 programs\n");
+    EXPECT_EQ(run.output, right + ": ok, 1 program\n");
     EXPECT_EQ(run.errors, "");
 }
 
 TEST_F(LaunchlistCheck, WarningsLeaveTheExitCodeZeroUnlessTheyAreStrict) {
     std::string const line =
         warned +
-        ": item \"0\" (a): warning: the member \"x\" means nothing to "
+        ":1:43: warning: item \"0\" (a): the member \"x\" means nothing to "
         "the launcher [unknown-member]\n";
     ToolRun run = Run({warned});
-    EXPECT_EQ(run.output, line);
+    EXPECT_EQ(run.output, line + warned + ": ok, 1 program, 1 warning\n");
     EXPECT_EQ(run.end, "exit 0");
     run = Run({"--strict", warned});
-    EXPECT_EQ(run.output, line);
+    EXPECT_EQ(run.output, line + warned + ": 1 warning\n");
     EXPECT_EQ(run.end, "exit 1");
     EXPECT_EQ(Run({"--strict", right}).end, "exit 0");
 }
 
 TEST_F(LaunchlistCheck, AnErrorGivesOne) {
     ToolRun const run = Run({wrong});
-    EXPECT_EQ(run.output, wrong +
-                              ": item \"0\": error: no \"name\": the launcher skips the "
-                              "item [no-name]\n");
+    EXPECT_EQ(run.output,
+              wrong +
+                  ":1:2: error: item \"0\": no \"name\": the launcher skips the "
+                  "item [no-name]\n" +
+                  wrong + ": 1 error\n");
     EXPECT_EQ(run.end, "exit 1");
 }
 
 TEST_F(LaunchlistCheck, ChecksSeveralFilesInTheirOrder) {
     ToolRun const run = Run({right, directory.Path() / "missing", right});
     EXPECT_EQ(run.output,
-              right + ": ok: 1 programs\n" + directory.Path().string() +
-                  "/missing: error: this cannot be opened: No such file or "
+              right + ": ok, 1 program\n" + directory.Path().string() +
+                  "/missing:1:1: error: this cannot be opened: No such file or "
                   "directory: the launcher ends without a word, with exit code "
                   "0 [unreadable]\n" +
-                  right + ": ok: 1 programs\n");
+                  directory.Path().string() + "/missing: 1 error\n" + right +
+                  ": ok, 1 program\n");
     EXPECT_EQ(run.end, "exit 1");
 }
 
 TEST_F(LaunchlistCheck, ADashIsTheStandardInput) {
-    EXPECT_EQ(Run({"-"}, kRight).output, "ok: 1 programs\n");
+    EXPECT_EQ(Run({"-"}, kRight).output, "<stdin>: ok, 1 program\n");
     ToolRun const run = Run({"-"}, "{");
     EXPECT_THAT(run.output, StartsWith("<stdin>:1:2: error: this is not JSON: "));
     EXPECT_EQ(run.end, "exit 1");
@@ -97,7 +100,8 @@ TEST_F(LaunchlistCheck, ADashIsTheStandardInput) {
 TEST_F(LaunchlistCheck, AFileNameCannotForgeALine) {
     std::string const path = directory.Write("a\nok: 7 programs", kWrong);
     EXPECT_THAT(Lines(Run({path}).output),
-                ElementsAre(AllOf(HasSubstr("a\\x0Aok: 7 programs: item"))));
+                ElementsAre(HasSubstr("a\\x0Aok: 7 programs:1:2: error: item"),
+                            HasSubstr("a\\x0Aok: 7 programs: 1 error")));
 }
 
 TEST_F(LaunchlistCheck, PrintsJsonForMachines) {
@@ -118,7 +122,8 @@ TEST_F(LaunchlistCheck, PrintsJsonForMachines) {
     EXPECT_EQ(finding["kind"], "no-name");
     EXPECT_EQ(finding["item"], "0");
     EXPECT_EQ(finding["message"], "no \"name\": the launcher skips the item");
-    EXPECT_FALSE(finding.isMember("line"));
+    EXPECT_EQ(finding["line"], 1);
+    EXPECT_EQ(finding["column"], 2);
     EXPECT_FALSE(finding.isMember("name"));
     finding = files[2]["findings"][0];
     EXPECT_EQ(files[2]["file"], "<stdin>");
@@ -160,10 +165,10 @@ TEST_F(LaunchlistCheck, JsonSaysWhatBecomesOfTheLauncher) {
         EXPECT_EQ(file["programs"], programs) << list;
     }
     Json::Value const files =
-        Parse(Run({"--json", "/nonexistent", "/", "/dev/zero"}).output)["files"];
+        Parse(Run({"--json", "/nothing/here", "/", "/dev/zero"}).output)["files"];
     EXPECT_EQ(files[0]["outcome"], "exits");
     EXPECT_EQ(files[1]["outcome"], "hangs");
-    EXPECT_EQ(files[2]["outcome"], "unknown");
+    EXPECT_EQ(files[2]["outcome"], "hangs");
 }
 
 TEST_F(LaunchlistCheck, JsonCountsAndNames) {
@@ -193,8 +198,10 @@ TEST_F(LaunchlistCheck, TellsItsUseAndItsVersion) {
         EXPECT_EQ(run.end, "exit 0");
         EXPECT_THAT(
             run.output,
-            AllOf(StartsWith("launchlist-check [--json] [--strict] LIST.json...\n"),
-                  HasSubstr("Examples:")));
+            AllOf(
+                StartsWith("launchlist-check [--json] [--strict] [--all] [--no-programs] "
+                           "LIST.json...\n"),
+                HasSubstr("Examples:")));
         EXPECT_EQ(run.errors, "");
     }
     EXPECT_EQ(Run({"--version"}).output, "launchlist-check " VERSION "\n");

@@ -27,7 +27,7 @@ class Prediction : public LauncherTest {
         CheckResult const result = CheckLaunchList(list);
         std::vector<std::string> found;
         std::vector<std::string> messages;
-        for (Finding const& finding : result.findings) {
+        for (Finding const& finding : result.findings.InOrder()) {
             found.push_back(finding.kind);
             messages.push_back(finding.message);
         }
@@ -48,7 +48,7 @@ class Prediction : public LauncherTest {
         return R"({"name": )" + name + R"(, "program": ")" PROBE R"(", )" + members + "}";
     }
 
-    int programs = -1;
+    std::size_t programs = 99;
 };
 
 TEST_F(Prediction, NamesAreReadAsItSays) {
@@ -225,7 +225,7 @@ TEST_F(Prediction, TheLauncherEndsWithZeroWhereItSays) {
     };
     for (auto const& [list, kind] : cases) {
         EXPECT_THAT(Check(list, {kind}), ElementsAre(HasSubstr("exit code 0")));
-        EXPECT_EQ(programs, 0);
+        EXPECT_EQ(programs, 0U);
         Start(list);
         EXPECT_EQ(launcher->WaitForEnd(), "exit 0") << list;
     }
@@ -257,7 +257,7 @@ TEST_F(Prediction, TheLauncherRunsAndStartsNothingWhereItSays) {
                        {R"({"0": {"program": "/bin/sh"}})", "no-name"}};
     for (auto const& [list, kind] : cases) {
         Check(list, {kind});
-        EXPECT_EQ(programs, 0);
+        EXPECT_EQ(programs, 0U);
         Start(list);
         EXPECT_EQ(Stop(), "exit 1") << list;
     }
@@ -281,7 +281,7 @@ TEST_F(Prediction, WhatIsIgnoredIsIgnored) {
     std::size_t started = 0;
     for (auto const& [list, kind] : cases) {
         Check(list, {kind});
-        EXPECT_EQ(programs, 1);
+        EXPECT_EQ(programs, 1U);
         Start(list);
         // A stop before that would reach the launcher itself.
         WaitForReports(++started);
@@ -297,7 +297,7 @@ TEST_F(Prediction, OfTwoWithOneNameTheLaterRunsOn) {
               Item("a", {"--hold", "later"})});
     EXPECT_THAT(Check(list, {"no-name", "duplicate-name"}),
                 ElementsAre(testing::_, HasSubstr("this later one wins")));
-    EXPECT_EQ(programs, 0);
+    EXPECT_EQ(programs, 0U);
     // The launcher's line about the item without a name holds it up until the earlier
     // program runs: it could be stopped before it has a process, and with it the
     // launcher's group.

@@ -77,10 +77,10 @@ TEST_F(WhyNotExecutableTest, AScriptWithoutAnInterpreterIsNot) {
 }
 
 TEST_F(WhyNotExecutableTest, AScriptWhoseInterpreterCannotBeExecutedIsNot) {
-    ExpectReason(Program("lost", "#!/nonexistent\n"),
-                 "its interpreter \"/nonexistent\": No such file or directory");
+    ExpectReason(Program("lost", "#!/nothing/here\n"),
+                 "its interpreter \"/nothing/here\": No such file or directory");
     ExpectReason(Program("windows", "#!/bin/sh\r\nexit 0\r\n"),
-                 R"(its interpreter "/bin/sh\x0D": No such file or directory)");
+                 "its interpreter \"/bin/sh\r\": No such file or directory");
     ExpectReason(Program("folder", "#!/tmp\n"),
                  "its interpreter \"/tmp\": it is a directory");
 }

@@ -1,0 +1,207 @@
+// What the check says of this machine, beside what the launcher does on it.
+
+#include <fcntl.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+
+#include <array>
+#include <cerrno>
+#include <cstddef>
+#include <fstream>
+
+#include "tests/support/limited_launcher.h"
+#include "tests/support/wait_for.h"
+#include "tools/launchlist_check/list_check.h"
+#include "tools/launchlist_check/output.h"
+
+namespace {
+
+using testing::HasSubstr;
+
+// Returns the only finding about the list.
+Finding OnlyFinding(std::string const& list) {
+    std::vector<Finding> const findings = CheckLaunchList(list).findings.InOrder();
+    EXPECT_EQ(findings.size(), 1U) << list;
+    return findings.empty() ? Finding() : findings[0];
+}
+
+class Machine : public LauncherTest {
+  protected:
+    std::string Program(std::string const& name, std::string const& content) const {
+        std::string path = directory.Write(name, content);
+        std::filesystem::permissions(path, std::filesystem::perms(0755));
+        return path;
+    }
+};
+
+TEST_F(Machine, ProgramsThatItRefusesMakeChains) {
+    std::string other_processor = ReadFile("/bin/true");
+    other_processor.at(18) = '\xB7';
+    std::string object_file = ReadFile("/bin/true");
+    object_file.at(16) = 1;
+    std::string const lost = Program("lost", "#!/nothing/here\n");
+    std::string const busy = Program("busy", ReadFile("/bin/true"));
+    std::ofstream const writer(busy, std::ios::app);
+    struct {
+        std::string program;
+        std::string reason;
+    } const cases[] = {
+        {Program("processor", other_processor),
+         "Exec format error: it is an ELF file for AArch64"},
+        {Program("object", object_file), "Exec format error: it is an object file"},
+        {Program("mach_o", "\xCF\xFA\xED\xFE\x07"),
+         "Exec format error: it is a Mach-O file"},
+        {Program("windows", std::string("MZ\x90\0", 4)),
+         "Exec format error: it is a program for Windows"},
+        {Program("random", "\x01\x02"), "Exec format error"},
+        {Program("over", "#!" + lost + "\n"),
+         "its interpreter \"" + lost +
+             "\": its interpreter \"/nothing/here\": No such file or directory"},
+        {Program("self", "#!" + (directory.Path() / "self").string() + "\n"),
+         "Too many levels of symbolic links: scripts interpret scripts, too many or in a "
+         "circle"},
+        {busy, "Text file busy: it is open for writing"},
+    };
+    for (auto const& [program, reason] : cases) {
+        std::string const list = R"({"0": {"name": "a", "program": ")" + program + "\"}}";
+        Finding const finding = OnlyFinding(list);
+        EXPECT_EQ(finding.kind, "program-file");
+        EXPECT_EQ(finding.message, "\"program\" \"" + program +
+                                       "\" cannot be executed (" + reason +
+                                       "): a chain of processes grows, one more every "
+                                       "50 ms");
+        Start(list);
+        EXPECT_TRUE(WaitFor([&] { return SessionMembers(launcher->Pid()).size() > 3; }))
+            << program;
+        launcher->Signal(SIGKILL);
+        for (pid_t const link : SessionMembers(launcher->Pid())) {
+            kill(link, SIGKILL);
+        }
+        launcher->WaitForEnd();
+    }
+}
+
+TEST_F(Machine, AProgramThatItCannotLoadEndsEachChild) {
+    std::string const program = Program("cut", ReadFile("/bin/true").substr(0, 5000));
+    std::string const list = R"({"0": {"name": "a", "program": ")" + program + "\"}}";
+    Finding const finding = OnlyFinding(list);
+    EXPECT_EQ(finding.kind, "program-load");
+    EXPECT_EQ(finding.message,
+              "\"program\" \"" + program +
+                  "\" cannot be loaded: the system ends every child by signal 11 before "
+                  "the program begins, and the next one comes 50 ms later");
+    Start(list, [] {
+        rlimit const none = {0, 0};
+        setrlimit(RLIMIT_CORE, &none);
+    });
+    EXPECT_TRUE(WaitFor([&] { return CountInLog("status = 11") >= 2; }));
+    EXPECT_LE(SessionMembers(launcher->Pid()).size(), 2U);
+}
+
+// Lets ptrace fail with EPERM in this process, as a container may.
+bool ForbidTracing() {
+    std::array<sock_filter, 4> code = {{
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_ptrace, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EPERM),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    }};
+    sock_fprog const filter = {code.size(), code.data()};
+    return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+           prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter) == 0;
+}
+
+TEST_F(Machine, WhereItLetsNobodyTraceFilesAreLookedAtAndANoteSaysSo) {
+    std::string const output = directory.Path() / "output";
+    std::string const object = Program("object",
+                                       "\x7F"
+                                       "ELF" +
+                                           std::string(12, '\0') + "\1");
+    std::string const list = R"({"0": {"name": "a", "program": "/nothing/here"},
+ "1": {"name": "b", "program": ")" +
+                             directory.Write("plain", "#!/bin/sh\n") + R"("},
+ "2": {"name": "c", "program": ")" +
+                             object + R"("},
+ "3": {"name": "d", "program": "/bin/sh", "argc": 1, "args": {"0": ")" +
+                             std::string(131072, 'x') + R"("}}})";
+    Process checker([&] {
+        if (!ForbidTracing()) {
+            return 1;
+        }
+        WriteFile(output, ToLines({"list.json", CheckLaunchList(list)}));
+        return 0;
+    });
+    EXPECT_EQ(checker.WaitForEnd(), "exit 0");
+    std::vector<std::string> const lines = Lines(ReadFile(output));
+    ASSERT_EQ(lines.size(), 5U) << ReadFile(output);
+    EXPECT_EQ(lines[0],
+              "list.json:1:1: note: the system does not let a program be tried here "
+              "(Operation not permitted): the programs' files were only looked at, which "
+              "finds less [static-check]");
+    EXPECT_THAT(lines[1], HasSubstr("(No such file or directory)"));
+    EXPECT_THAT(lines[2], HasSubstr("(this user may not execute it)"));
+    EXPECT_THAT(lines[3], HasSubstr("[arguments-size]"));
+    EXPECT_EQ(lines[4], "list.json: 3 errors");
+}
+
+class MachineOfALimitedUser : public LimitedLauncherTest {
+  protected:
+    static std::string ListOf(int items, std::string const& program) {
+        std::vector<std::string> list;
+        for (int i = 0; i < items; ++i) {
+            list.push_back(R"({"name": "item)" + std::to_string(i) +
+                           R"(", "program": ")" + program + R"(", "argc": 1,
+                           "args": {"0": "--hold"}})");
+        }
+        return List(list);
+    }
+
+    // Returns what is printed about the list to the user with so many processes.
+    std::vector<std::string> CheckLimited(std::string const& list,
+                                          unsigned long limit) const {
+        std::string const output = directory.Path() / "output";
+        WriteFile(output, "");
+        std::filesystem::permissions(output, std::filesystem::perms(0666));
+        Process checker([&] {
+            BecomeLimitedUser(limit);
+            WriteFile(output, ToLines({"list.json", CheckLaunchList(list)}));
+            return 0;
+        });
+        EXPECT_EQ(checker.WaitForEnd(), "exit 0");
+        return Lines(ReadFile(output));
+    }
+};
+
+TEST_F(MachineOfALimitedUser, TwoProcessesForEachItemAndOneForTheLauncherAreEnough) {
+    std::string const list = ListOf(5, probe_copy);
+    if (SANITIZER_THREADS == 0) {
+        EXPECT_THAT(CheckLimited(list, 11),
+                    testing::ElementsAre("list.json: ok, 5 programs"));
+    }
+    StartLimited(ListOf(5, PROBE), 11);
+    WaitForReports(5);
+}
+
+TEST_F(MachineOfALimitedUser, WithOneLessAnItemGetsNoProcess) {
+    std::string const list = ListOf(5, probe_copy);
+    std::vector<std::string> const lines = CheckLimited(list, 10);
+    ASSERT_EQ(lines.size(), 2U);
+    EXPECT_THAT(
+        lines[0],
+        testing::AllOf(
+            testing::StartsWith("list.json:"),
+            HasSubstr(": error: item \"4\" (item4): the list needs 10 processes, threads "
+                      "included, and this user may have "),
+            testing::EndsWith(
+                "): items are given up, and the stop sends SIGKILL to every process of "
+                "the user; or the launcher ends at once, with SIGKILL to its own process "
+                "group [process-limit]")));
+    StartLimited(ListOf(5, PROBE), 10);
+    EXPECT_TRUE(WaitFor(
+        [&] { return launcher->HasEnded() || CountInLog("Failed to fork") > 0; }));
+}
+
+}  // namespace

@@ -1,0 +1,198 @@
+#include "tools/launchlist_check/argument_check.h"
+
+#include <algorithm>
+#include <cstddef>
+
+#include "tools/launchlist_check/item_keys.h"
+#include "tools/launchlist_check/json_values.h"
+
+namespace {
+
+// The launcher makes no longer argument vector, the program's path included.
+constexpr int kMostArguments = (1 << 20) - 1;
+
+// More keys than that are counted, not named.
+constexpr std::size_t kMostNamedKeys = 3;
+
+// Keys for a message: `"0", "1", "2" and 7 more`.
+class KeyList {
+  public:
+    void Add(std::string const& key) {
+        if (count < kMostNamedKeys) {
+            text += (count == 0 ? "" : ", ") + Quote(key);
+        }
+        ++count;
+    }
+    bool IsEmpty() const { return count == 0; }
+    std::string Text() const {
+        return count > kMostNamedKeys
+                   ? text + " and " + std::to_string(count - kMostNamedKeys) + " more"
+                   : text;
+    }
+
+  private:
+    std::size_t count = 0;
+    std::string text;
+};
+
+class ArgumentCheck {
+  public:
+    ArgumentCheck(Json::Value& checked, ItemReport& item_report)
+        : item(checked), report(item_report), has_count(item.isMember("argc")) {}
+
+    // Returns the arguments after the program's path; nothing if the child aborts. If
+    // `count` is then below 0 there is no path either.
+    std::optional<std::vector<std::string>> Check() {
+        if (has_count && !CheckCount(item["argc"])) {
+            return std::nullopt;
+        }
+        if (count < 0) {
+            return std::vector<std::string>();
+        }
+        Json::Value nothing;
+        Json::Value& args = item.isMember("args") ? item["args"] : nothing;
+        if (!args.isNull() && !args.isObject()) {
+            return CheckWrongType(args);
+        }
+        CheckKeys(args);
+        return CheckTexts(args);
+    }
+
+    int count = 0;
+
+  private:
+    // Sets the count as the launcher reads it; returns false if its child aborts there.
+    bool CheckCount(Json::Value& value) {
+        std::optional<int> const read_as = IntegerOf(value);
+        if (!read_as) {
+            report.Error("argc-type", value,
+                         R"("argc" is )" +
+                             (value.isNumeric() ? "far out of range" : TypeName(value)) +
+                             ": " + kChildAborts);
+            return false;
+        }
+        count = *read_as;
+        if (!value.isInt()) {
+            report.Warning("argc-value", value,
+                           R"("argc" is )" + InexactCount(value) +
+                               ": the launcher reads it as " + std::to_string(count));
+        }
+        if (count > kMostArguments) {
+            report.Error("argc-too-large", value,
+                         R"("argc" is )" + std::to_string(count) + ", more than " +
+                             std::to_string(kMostArguments) + ": " + kChildAborts);
+            return false;
+        }
+        if (count < 0) {
+            report.Error(
+                "argc-negative", value,
+                R"("argc" is )" + std::to_string(count) +
+                    ": the program is started without even its own path as its first "
+                    "argument, which many programs do not survive");
+        }
+        return true;
+    }
+
+    static std::string InexactCount(Json::Value const& value) {
+        if (!value.isNumeric()) {
+            return TypeName(value);
+        }
+        return value.isIntegral() ? "out of range" : "no integer";
+    }
+
+    std::optional<std::vector<std::string>> CheckWrongType(Json::Value const& args) {
+        std::string const text = R"("args" is )" + TypeName(args) +
+                                 R"(, not an object with the keys "0", "1", ...: )";
+        if (count > 0) {
+            report.Error("args-type", args, text + kChildAborts);
+            return std::nullopt;
+        }
+        report.Warning(
+            "args-type", args,
+            text + "it is not looked at, as " +
+                (has_count ? R"("argc" is not above 0)" : R"(there is no "argc")"));
+        return std::vector<std::string>();
+    }
+
+    void CheckKeys(Json::Value const& args) {
+        std::vector<std::string> ignored;
+        for (auto member = args.begin(); member != args.end(); ++member) {
+            std::string const key = member.name();
+            if (!IsItemNumber(key)) {
+                report.WarningAtKey(
+                    "argument-key", *member,
+                    R"("args" has the key )" + Quote(key) +
+                        ", which is no number of an argument: it is ignored");
+            } else if (!IsSmallerNumber(key, std::to_string(count))) {
+                ignored.push_back(key);
+            }
+        }
+        if (ignored.empty()) {
+            return;
+        }
+        std::sort(ignored.begin(), ignored.end(), IsSmallerNumber);
+        KeyList keys;
+        for (std::string const& key : ignored) {
+            keys.Add(key);
+        }
+        report.WarningAtKey("ignored-arguments", args[ignored.front()],
+                            (has_count ? R"("argc" is )" + std::to_string(count)
+                                       : std::string(R"(no "argc")")) +
+                                ": the program does not get " + keys.Text() +
+                                R"( of "args")");
+    }
+
+    std::optional<std::vector<std::string>> CheckTexts(Json::Value& args) {
+        std::vector<std::string> texts;
+        KeyList missing;
+        for (int i = 0; i < count; ++i) {
+            std::string const key = std::to_string(i);
+            if (!args.isMember(key)) {
+                missing.Add(key);
+                texts.emplace_back();
+            } else if (!CheckText(key, args[key], texts.emplace_back())) {
+                return std::nullopt;
+            }
+        }
+        if (!missing.IsEmpty()) {
+            report.Warning(
+                "missing-arguments", item["argc"],
+                R"("argc" is )" + std::to_string(count) +
+                    (item.isMember("args") ? R"(, but "args" has no )" + missing.Text()
+                                           : R"(, but there is no "args")") +
+                    ": the program gets an empty string for each that is missing");
+        }
+        return texts;
+    }
+
+    // Returns false if the launcher's child does not survive the argument.
+    bool CheckText(std::string const& key, Json::Value& value, std::string& text) {
+        std::string const what = "argument " + Quote(key);
+        std::optional<std::string> const read_as = TextOf(value);
+        if (!read_as) {
+            report.Error("argument-type", value,
+                         what + " is " + TypeName(value) + ": " + kChildAborts);
+            return false;
+        }
+        text = *read_as;
+        report.CheckText(value, text, what, "argument-type");
+        return true;
+    }
+
+    Json::Value& item;
+    ItemReport& report;
+    bool const has_count;
+};
+
+}  // namespace
+
+std::optional<std::vector<std::string>> CheckArguments(Json::Value& item,
+                                                       std::string const& program,
+                                                       ItemReport& report) {
+    ArgumentCheck check(item, report);
+    std::optional<std::vector<std::string>> arguments = check.Check();
+    if (arguments && check.count >= 0) {
+        arguments->insert(arguments->begin(), program);
+    }
+    return arguments;
+}

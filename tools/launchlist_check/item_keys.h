@@ -1,0 +1,17 @@
+// The keys of items and of arguments.
+
+#ifndef TOOLS_LAUNCHLIST_CHECK_ITEM_KEYS_H
+#define TOOLS_LAUNCHLIST_CHECK_ITEM_KEYS_H
+
+#include <string>
+
+// Says whether `key` is a number as the launcher writes it: "0", "7", "10", not "01".
+bool IsItemNumber(std::string const& key);
+
+// Says whether a person would take `key` for a number: "01", "+1", " 1", "1.0", and "1".
+bool LooksLikeNumber(std::string const& key);
+
+// Orders item numbers by their values, which may have any number of digits.
+bool IsSmallerNumber(std::string const& a, std::string const& b);
+
+#endif

@@ -1,0 +1,132 @@
+#include "tools/launchlist_check/list_walk.h"
+
+#include <cstring>
+#include <optional>
+#include <unordered_map>
+
+#include "platform/user_processes.h"
+#include "tools/launchlist_check/item_check.h"
+#include "tools/launchlist_check/program_check.h"
+
+namespace {
+
+class ListWalk {
+  public:
+    ListWalk(Json::Value& walked, bool asks_machine, ListReport& list_report)
+        : list(walked),
+          report(list_report),
+          programs(asks_machine ? &program_check : nullptr),
+          processes(asks_machine ? CountUserProcesses() : std::nullopt) {}
+
+    WalkResult Walk() {
+        int i = 0;
+        for (; list.isMember(std::to_string(i)); ++i) {
+            Visit(std::to_string(i));
+        }
+        result.end = std::to_string(i);
+        CheckProcesses();
+        NoteWhatWasNotAsked();
+        result.programs = result.outcome == Outcome::Runs ? names.size() : 0;
+        return result;
+    }
+
+  private:
+    void Visit(std::string const& number) {
+        Json::Value& item = list[number];
+        bool const after_started = !names.empty();
+        ItemResult const checked =
+            CheckItem(item, number, after_started, programs, report);
+        if (is_reached && checked.ends_walk) {
+            Raise(after_started ? Outcome::KillsGroup : Outcome::Exits);
+            is_reached = false;
+        }
+        if (is_reached && checked.aborts) {
+            Raise(Outcome::Aborts);
+        }
+        if (checked.name) {
+            CheckName(number, *checked.name, item);
+        }
+    }
+
+    // Lets the worse outcome stand.
+    void Raise(Outcome outcome) {
+        if (result.outcome != Outcome::KillsGroup) {
+            result.outcome = outcome;
+        }
+    }
+
+    void CheckName(std::string const& number, std::string const& name,
+                   Json::Value const& item) {
+        auto const [earlier, is_new] = names.emplace(name, number);
+        if (!is_new) {
+            report.Add(Severity::Error, "duplicate-name",
+                       ListReport::ValueOffset(item["name"]),
+                       "item " + Quote(earlier->second) +
+                           " has the same name: this later one wins, and the launcher "
+                           "stops the earlier one at once, which may have no process "
+                           "yet: then SIGKILL goes to the launcher's own process group",
+                       {number, name});
+            earlier->second = number;
+            if (is_reached) {
+                Raise(Outcome::KillsGroup);
+            }
+        } else if (first_without_process.item.empty() && processes && !HasRoom()) {
+            first_without_process = {number, name};
+        }
+    }
+
+    long Needed() const { return static_cast<long>(names.size()) * ProcessesOfAnItem(); }
+
+    // This process is counted where the launcher will be.
+    bool HasRoom() const { return processes->running + Needed() <= processes->limit; }
+
+    void CheckProcesses() {
+        if (first_without_process.item.empty()) {
+            return;
+        }
+        long const room = processes->limit - processes->running;
+        report.Add(
+            Severity::Error, "process-limit",
+            report.KeyOffset(list[first_without_process.item]),
+            "the list needs " + std::to_string(Needed()) +
+                " processes, threads included, and this user may have " +
+                std::to_string(room > 0 ? room : 0) + " more (limit " +
+                std::to_string(processes->limit) + ", " +
+                std::to_string(processes->running) +
+                " in use): items are given up, and the stop sends SIGKILL to every "
+                "process of the user; or the launcher ends at once, with SIGKILL to its "
+                "own process group",
+            first_without_process);
+        if (is_reached) {
+            Raise(Outcome::KillsGroup);
+        }
+    }
+
+    void NoteWhatWasNotAsked() {
+        if (program_check.WhyNotAsked()) {
+            report.Add(
+                Severity::Note, "static-check", ListReport::ValueOffset(list),
+                std::string("the system does not let a program be tried here (") +
+                    std::strerror(*program_check.WhyNotAsked()) +
+                    "): the programs' files were only looked at, which finds less");
+        }
+    }
+
+    Json::Value& list;
+    ListReport& report;
+    ProgramCheck program_check;
+    ProgramCheck* const programs;
+    std::optional<UserProcesses> const processes;
+    WalkResult result;
+    // The last item of each name.
+    std::unordered_map<std::string, std::string> names;
+    // The launcher has not ended its walk before.
+    bool is_reached = true;
+    Subject first_without_process;
+};
+
+}  // namespace
+
+WalkResult WalkItems(Json::Value& list, bool asks_machine, ListReport& report) {
+    return ListWalk(list, asks_machine, report).Walk();
+}
