@@ -2,15 +2,21 @@
 # Completion of launchlog-report for bash.
 
 _launchlog_report() {
-    local word=${COMP_WORDS[COMP_CWORD]} completion
+    local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} completion
     COMPREPLY=()
     # A time is the user's own.
-    [[ ${COMP_WORDS[COMP_CWORD - 1]} != --now ]] || return 0
+    [[ $before != --now ]] || return 0
     while IFS= read -r completion; do
         COMPREPLY+=("$completion")
     done < <(
-        case $word in
-            -*) compgen -W '--follow --json --now --help --version' -- "$word" ;;
+        case $before,$word in
+            --sort,*)
+                compgen -W 'marked name restarts per-minute first-end last-end' -- "$word"
+                ;;
+            *,-*)
+                compgen -W '--follow --json --sort --fail-if-marked --now --help --version' \
+                    -- "$word"
+                ;;
             *) compgen -f -- "$word" ;;
         esac
     )

@@ -2,6 +2,8 @@
 
 complete -c launchlog-report -l follow -d 'print the report again whenever it changes'
 complete -c launchlog-report -l json -d 'print one JSON document, for machines'
+complete -c launchlog-report -l sort -x -a 'marked name restarts per-minute first-end last-end' -d 'order items by this'
+complete -c launchlog-report -l fail-if-marked -d 'end with exit code 3 if an item is marked'
 complete -c launchlog-report -l now -x -d 'take this time for now'
 complete -c launchlog-report -s h -l help -d 'print a short help'
 complete -c launchlog-report -l version -d 'print the version'

@@ -15,13 +15,15 @@ namespace fs = std::filesystem;
 struct Packing {
     char const* suffix;
     char const* command;
+    // What a packed file begins with.
+    char const* beginning;
 };
 
 constexpr Packing kPackings[] = {
-    {".gz", "gzip -dc"},
-    {".bz2", "bzip2 -dc"},
-    {".xz", "xz -dc"},
-    {".zst", "zstd -dc"},
+    {".gz", "gzip -dc", "\x1F\x8B"},
+    {".bz2", "bzip2 -dc", "BZh"},
+    {".xz", "xz -dc", "\xFD\x37zXZ"},
+    {".zst", "zstd -dc", "\x28\xB5\x2F\xFD"},
 };
 
 std::string WithoutPacking(std::string const& name) {
@@ -106,29 +108,46 @@ std::vector<fs::path> EntriesOf(fs::path const& directory) {
 std::vector<std::string> RotatedFiles(std::string const& log) {
     fs::path const path = log;
     fs::path const directory = path.has_parent_path() ? path.parent_path() : ".";
-    std::vector<Rotation> rotations;
+    std::string const log_name = path.filename();
+    std::vector<std::string> files;
     for (fs::path const& entry : EntriesOf(directory)) {
         std::string const name = entry.filename();
-        std::string const log_name = path.filename();
         std::size_t const mark = FindMark(name);
         if (mark == log_name.size() && mark < name.size() &&
             name.compare(0, mark, log_name) == 0) {
-            fs::path const file = path.has_parent_path() ? entry : entry.filename();
-            std::string const unpacked = WithoutPacking(name);
-            rotations.push_back({file, unpacked.substr(mark + 1), unpacked != name});
+            files.push_back(path.has_parent_path() ? entry : entry.filename());
         }
     }
+    return OldestFirst(files);
+}
+
+std::vector<std::string> OldestFirst(std::vector<std::string> const& files) {
+    std::vector<Rotation> rotations;
+    for (std::string const& file : files) {
+        std::string const name = fs::path(file).filename();
+        std::string const unpacked = WithoutPacking(name);
+        std::size_t const mark = std::min(FindMark(name) + 1, unpacked.size());
+        rotations.push_back({file, unpacked.substr(mark), unpacked != name});
+    }
     std::sort(rotations.begin(), rotations.end());
-    std::vector<std::string> files;
+    std::vector<std::string> ordered;
     for (std::size_t i = 0; i < rotations.size(); ++i) {
         bool const is_copy =
             i > 0 && rotations[i].is_packed &&
             WithoutPacking(rotations[i].path) == WithoutPacking(rotations[i - 1].path);
         if (!is_copy) {
-            files.push_back(rotations[i].path);
+            ordered.push_back(rotations[i].path);
         }
     }
-    return files;
+    return ordered;
+}
+
+std::string OriginalName(std::string const& path) {
+    std::string const name = fs::path(path).filename();
+    std::size_t const mark = FindMark(name);
+    std::string const original =
+        mark < name.size() ? name.substr(0, mark) : WithoutPacking(name);
+    return (fs::path(path).parent_path() / original).lexically_normal();
 }
 
 bool IsRotated(std::string const& path) {
@@ -151,6 +170,15 @@ std::vector<std::string> FindLogs(std::string const& home) {
 std::string UnpackingCommand(std::string const& path) {
     for (Packing const& packing : kPackings) {
         if (ends_with(path, packing.suffix)) {
+            return packing.command;
+        }
+    }
+    return "";
+}
+
+std::string UnpackingCommandFor(std::string const& content) {
+    for (Packing const& packing : kPackings) {
+        if (content.rfind(packing.beginning, 0) == 0) {
             return packing.command;
         }
     }

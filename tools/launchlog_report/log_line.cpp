@@ -7,13 +7,22 @@
 namespace {
 
 constexpr std::string_view kTag = "[LAUNCHER  ] ";
+constexpr std::string_view kServiceTag = "[SERVICE   ] ";
 constexpr std::string_view kKilled = " is killed. ret = ";
 constexpr std::string_view kStatus = ", status = ";
 constexpr std::string_view kStartToFork = "Start to fork ";
 constexpr std::string_view kFailedToFork = "Failed to fork ";
+constexpr std::string_view kProgramPathOf = "program path of ";
+constexpr std::string_view kIsEmpty = " is empty";
+constexpr std::string_view kNamelessItem = "There is an item has no name.";
+constexpr std::string_view kUnreadableList = "Error while parsing saved json string.";
 
 bool IsDigit(char letter) {
     return letter >= '0' && letter <= '9';
+}
+
+bool EndsWith(std::string_view text, std::string_view end) {
+    return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
 }
 
 bool BeginsWith(std::string_view text, std::string_view beginning) {
@@ -36,9 +45,9 @@ std::optional<long long> TakeNumber(std::string_view& text) {
     return sign == 1 ? -value : value;
 }
 
-// Cuts the process id off the end of `text`; returns false if there is none behind a
-// name.
-bool CutProcessId(std::string_view& text) {
+// Cuts the process id off the end of `text`, which is then a name; returns false if there
+// is none after a name.
+bool CutProcessId(std::string_view& text, std::string_view& id) {
     std::size_t begin = text.size();
     while (begin > 0 && IsDigit(text[begin - 1])) {
         --begin;
@@ -52,6 +61,7 @@ bool CutProcessId(std::string_view& text) {
     if (begin == 0 || text[begin - 1] != ' ') {
         return false;
     }
+    id = text.substr(begin);
     text = text.substr(0, begin - 1);
     return true;
 }
@@ -66,25 +76,20 @@ bool ReadEnd(std::string_view message, std::size_t place, LogEvent& event) {
     }
     rest.remove_prefix(kStatus.size());
     std::optional<long long> const status = TakeNumber(rest);
-    if (!status || !CutProcessId(name)) {
+    std::string_view child;
+    if (!status || !CutProcessId(name, child)) {
         return false;
     }
     event.kind = LogEventKind::End;
+    event.child = child;
     event.name = name;
     event.ret = *ret;
     event.status = *status;
     return true;
 }
 
-bool ReadMessage(std::string_view message, LogEvent& event) {
-    if (BeginsWith(message, kFailedToFork)) {
-        event.kind = LogEventKind::FailedFork;
-        event.name = message.substr(kFailedToFork.size());
-        return true;
-    }
-    if (BeginsWith(message, kStartToFork)) {
-        return false;
-    }
+// Reads an end wherever its words are in the message; the last that make one count.
+bool FindEnd(std::string_view message, LogEvent& event) {
     std::size_t place = message.rfind(kKilled);
     while (place != std::string_view::npos) {
         if (ReadEnd(message, place, event)) {
@@ -95,8 +100,42 @@ bool ReadMessage(std::string_view message, LogEvent& event) {
     return false;
 }
 
+// Reads a message that is nothing but `beginning` and a name.
+bool ReadName(std::string_view message, std::string_view beginning, LogEventKind kind,
+              LogEvent& event) {
+    if (!BeginsWith(message, beginning)) {
+        return false;
+    }
+    event.kind = kind;
+    event.name = message.substr(beginning.size());
+    return true;
+}
+
+bool ReadNoProgram(std::string_view message, LogEvent& event) {
+    std::size_t const end = message.rfind(kIsEmpty);
+    if (end == std::string_view::npos || end < kProgramPathOf.size()) {
+        return false;
+    }
+    return ReadName(message.substr(0, end), kProgramPathOf, LogEventKind::NoProgram,
+                    event);
+}
+
+void ReadMessage(std::string_view message, LogEvent& event) {
+    if (ReadName(message, kFailedToFork, LogEventKind::FailedFork, event) ||
+        ReadName(message, kStartToFork, LogEventKind::Start, event) ||
+        (EndsWith(message, kIsEmpty) && ReadNoProgram(message, event)) ||
+        FindEnd(message, event) || ReadNoProgram(message, event)) {
+        return;
+    }
+    if (BeginsWith(message, kNamelessItem)) {
+        event.kind = LogEventKind::NamelessItem;
+    } else if (BeginsWith(message, kUnreadableList)) {
+        event.kind = LogEventKind::UnreadableList;
+    }
+}
+
 // Returns the number that ends what stands before the message.
-std::string LauncherId(std::string_view head) {
+std::string ProcessId(std::string_view head) {
     while (!head.empty() && head.back() == ' ') {
         head.remove_suffix(1);
     }
@@ -115,15 +154,14 @@ std::optional<LogEvent> ParseLogLine(std::string const& line) {
     if (!text.empty() && text.back() == '\r') {
         text.remove_suffix(1);
     }
+    LogEvent event;
     std::size_t const tag = text.find(kTag);
-    if (tag == std::string_view::npos) {
-        return std::nullopt;
-    }
-    LogEvent event = {};
-    if (!ReadMessage(text.substr(tag + kTag.size()), event)) {
+    if (tag != std::string_view::npos) {
+        ReadMessage(text.substr(tag + kTag.size()), event);
+        event.process = ProcessId(text.substr(0, tag));
+    } else if (text.find(kServiceTag) == std::string_view::npos) {
         return std::nullopt;
     }
     event.time = ParseTimeStamp(line);
-    event.launcher = LauncherId(text.substr(0, tag));
     return event;
 }

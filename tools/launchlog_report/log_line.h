@@ -2,7 +2,7 @@
 //
 //   ParseLogLine("2026-11-21T11:53:38.837Z ERROR 181 [LAUNCHER  ] ticker 187 is killed. "
 //                "ret = 187, status = 768")
-//       -> an end of "ticker", logged by "181"
+//       -> an end of "ticker", whose process was "187", logged by "181"
 //
 // The message is found by its text wherever it stands in the line, so that the lines of
 // any logging library are read.
@@ -16,24 +16,31 @@
 #include "tools/launchlog_report/time_stamp.h"
 
 enum class LogEventKind {
-    End,         // a program ended
-    FailedFork,  // an item was given up
+    Other,           // a line of a launcher's log, but of no interest
+    Start,           // an item is about to be started, at level DEBUG
+    End,             // a program ended
+    FailedFork,      // an item was given up, or a link of a chain met the process limit
+    NoProgram,       // a child has found that its item has no program
+    NamelessItem,    // the launcher has skipped an item
+    UnreadableList,  // the launcher could not read its list, or start an item of it
 };
 
 struct LogEvent {
-    LogEventKind kind;
-    // The item's name as it is in the line.
-    std::string name;
-    // What the launcher's waitpid returned, and the raw status; for an end.
-    long long ret;
-    long long status;
-    std::optional<Time> time;
-    // The process id of the launcher if it stands just before the message, else empty.
-    std::string launcher;
+    LogEventKind kind = LogEventKind::Other;
+    // The item's name as it is in the line; empty if the line is about no item.
+    std::string name = {};
+    // For an end: the process that ended, what waitpid returned, and the raw status.
+    std::string child = {};
+    long long ret = 0;
+    long long status = 0;
+    std::optional<Time> time = {};
+    // The id of the process that logged the line, if it stands just before the message,
+    // else empty. That is the launcher, but for lines of its forked children.
+    std::string process = {};
 };
 
-// Returns what the line says of a program, nothing if it is another line. A name may hold
-// anything, the text of a message included; the last numbers of the line count.
+// Returns what the line says, nothing if it is not a line of a launcher's log. A name may
+// hold anything, the text of a message included; the last numbers of the line count.
 std::optional<LogEvent> ParseLogLine(std::string const& line);
 
 #endif

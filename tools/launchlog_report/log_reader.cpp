@@ -24,28 +24,12 @@ std::string QuotedForShell(std::string const& text) {
     return word + "'";
 }
 
-// Returns why the file cannot be read, in words; nothing if it is to be read, or passed
-// over because it was read before.
-std::string Examine(int file, ReadFiles& read_files, bool& is_passed_over) {
-    struct stat info = {};
-    if (fstat(file, &info) != 0) {
-        return std::strerror(errno);
-    }
-    if (S_ISDIR(info.st_mode)) {
-        return std::strerror(EISDIR);
-    }
-    // Only a regular file is the same when it is read again.
-    is_passed_over =
-        S_ISREG(info.st_mode) && !read_files.insert({info.st_dev, info.st_ino}).second;
-    return "";
-}
-
-std::string ReadDescriptor(int file, LineSplitter& lines) {
+std::string ReadDescriptor(int file, ByteTaker const& take, bool& wants_more) {
     char bytes[65536];
     ssize_t length = 0;
-    while ((length = read(file, bytes, sizeof bytes)) != 0) {
+    while (wants_more && (length = read(file, bytes, sizeof bytes)) != 0) {
         if (length > 0) {
-            lines.Add(bytes, static_cast<std::size_t>(length));
+            wants_more = take(bytes, static_cast<std::size_t>(length));
         } else if (errno != EINTR) {
             return std::strerror(errno);
         }
@@ -54,14 +38,17 @@ std::string ReadDescriptor(int file, LineSplitter& lines) {
 }
 
 std::string ReadUnpacked(std::string const& path, std::string const& command,
-                         LineSplitter& lines) {
+                         ByteTaker const& take) {
     std::FILE* const pipe = popen((command + " <" + QuotedForShell(path)).c_str(), "r");
     if (pipe == nullptr) {
         return std::strerror(errno);
     }
-    std::string const problem = ReadDescriptor(fileno(pipe), lines);
+    bool wants_more = true;
+    std::string const problem = ReadDescriptor(fileno(pipe), take, wants_more);
     bool const failed = pclose(pipe) != 0;
-    return problem.empty() && failed ? "\"" + command + "\" failed" : problem;
+    // If the reading ends early the command is ended by SIGPIPE.
+    return problem.empty() && failed && wants_more ? "\"" + command + "\" failed"
+                                                   : problem;
 }
 
 }  // namespace
@@ -73,10 +60,10 @@ void LineSplitter::Add(char const* bytes, std::size_t size) {
         std::size_t const end =
             feed == nullptr ? size : static_cast<std::size_t>(feed - bytes);
         std::size_t const room = kLongestLine - line.size();
+        is_cut = is_cut || end - begin > room;
         line.append(bytes + begin, std::min(room, end - begin));
         if (feed != nullptr) {
-            take(line);
-            line.clear();
+            HandOn();
         }
         begin = end + 1;
     }
@@ -84,105 +71,67 @@ void LineSplitter::Add(char const* bytes, std::size_t size) {
 
 void LineSplitter::Finish() {
     if (!line.empty()) {
-        take(line);
-        line.clear();
+        HandOn();
     }
 }
 
-std::string ReadLines(std::string const& path, LineTaker const& take,
-                      ReadFiles& read_files) {
-    LineSplitter lines(take);
+void LineSplitter::HandOn() {
+    take(line, is_cut);
+    line.clear();
+    is_cut = false;
+}
+
+std::string Examine(int file, ReadFiles& read_files, bool& is_known) {
+    struct stat info = {};
+    if (fstat(file, &info) != 0) {
+        return std::strerror(errno);
+    }
+    if (S_ISDIR(info.st_mode)) {
+        return std::strerror(EISDIR);
+    }
+    // Only a regular file is the same when it is read again.
+    is_known =
+        S_ISREG(info.st_mode) && !read_files.insert({info.st_dev, info.st_ino}).second;
+    return "";
+}
+
+std::string ReadBytes(std::string const& path, ByteTaker const& take) {
+    bool wants_more = true;
     if (path == "-") {
-        std::string problem = ReadDescriptor(STDIN_FILENO, lines);
-        lines.Finish();
-        return problem;
+        return ReadDescriptor(STDIN_FILENO, take, wants_more);
+    }
+    std::string const command = UnpackingCommand(path);
+    if (!command.empty()) {
+        return ReadUnpacked(path, command, take);
     }
     int const file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (file < 0) {
         return std::strerror(errno);
     }
-    bool is_passed_over = false;
-    std::string problem = Examine(file, read_files, is_passed_over);
-    if (problem.empty() && !is_passed_over) {
-        std::string const command = UnpackingCommand(path);
-        problem = command.empty() ? ReadDescriptor(file, lines)
-                                  : ReadUnpacked(path, command, lines);
-    }
+    std::string problem = ReadDescriptor(file, take, wants_more);
     close(file);
+    return problem;
+}
+
+std::string ReadLines(std::string const& path, LineTaker const& take,
+                      ReadFiles& read_files) {
+    if (path != "-") {
+        int const file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+        if (file < 0) {
+            return std::strerror(errno);
+        }
+        bool is_known = false;
+        std::string problem = Examine(file, read_files, is_known);
+        close(file);
+        if (!problem.empty() || is_known) {
+            return problem;
+        }
+    }
+    LineSplitter lines(take);
+    std::string problem = ReadBytes(path, [&lines](char const* bytes, std::size_t size) {
+        lines.Add(bytes, size);
+        return true;
+    });
     lines.Finish();
     return problem;
-}
-
-LiveLog::LiveLog(std::string log_path, LineTaker const& take)
-    : path(std::move(log_path)), lines(take) {}
-
-LiveLog::~LiveLog() {
-    Close();
-}
-
-std::string LiveLog::Open(ReadFiles& read_files) {
-    file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (file < 0) {
-        return std::strerror(errno);
-    }
-    std::string problem = Examine(file, read_files, is_passed_over);
-    if (!problem.empty() || is_passed_over) {
-        Close();
-    }
-    return problem;
-}
-
-void LiveLog::Read() {
-    if (is_passed_over) {
-        return;
-    }
-    if (file >= 0) {
-        ReadToEnd();
-    }
-    if (!WasReplaced()) {
-        return;
-    }
-    if (file >= 0) {
-        // The last lines came after the end was seen.
-        ReadToEnd();
-        lines.Finish();
-        Close();
-    }
-    file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (file >= 0) {
-        ReadToEnd();
-    }
-}
-
-void LiveLog::ReadToEnd() {
-    struct stat info = {};
-    if (fstat(file, &info) == 0 && S_ISREG(info.st_mode) && info.st_size < offset) {
-        // It was emptied in its place.
-        lines.Finish();
-        offset = lseek(file, 0, SEEK_SET);
-    }
-    char bytes[65536];
-    ssize_t length = 0;
-    while ((length = read(file, bytes, sizeof bytes)) > 0) {
-        lines.Add(bytes, static_cast<std::size_t>(length));
-        offset += length;
-    }
-}
-
-bool LiveLog::WasReplaced() const {
-    struct stat at_path = {};
-    struct stat opened = {};
-    if (stat(path.c_str(), &at_path) != 0 || S_ISDIR(at_path.st_mode)) {
-        return false;
-    }
-    return file < 0 || fstat(file, &opened) != 0 || at_path.st_dev != opened.st_dev ||
-           at_path.st_ino != opened.st_ino;
-}
-
-void LiveLog::Close() {
-    if (file >= 0) {
-        close(file);
-        file = -1;
-        offset = 0;
-    }
 }

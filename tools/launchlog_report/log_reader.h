@@ -1,4 +1,4 @@
-// Reading the lines of logs, once or as they come.
+// Reading the bytes of a log, and making lines of them.
 
 #ifndef TOOLS_LAUNCHLOG_REPORT_LOG_READER_H
 #define TOOLS_LAUNCHLOG_REPORT_LOG_READER_H
@@ -11,8 +11,11 @@
 #include <string>
 #include <utility>
 
-// Takes one line, without its line feed.
-using LineTaker = std::function<void(std::string const&)>;
+// Takes one line, without its line feed, and whether only its beginning.
+using LineTaker = std::function<void(std::string const& line, bool is_cut)>;
+
+// Takes some bytes; returns false to end the reading.
+using ByteTaker = std::function<bool(char const* bytes, std::size_t size)>;
 
 // Files that have been read, so that a file with two names is read once.
 using ReadFiles = std::set<std::pair<dev_t, ino_t>>;
@@ -30,45 +33,25 @@ class LineSplitter {
     void Finish();
 
   private:
+    void HandOn();
+
     LineTaker take;
     std::string line;
+    bool is_cut = false;
 };
+
+// Returns why the open file cannot be read, in words; an empty string if it can, or if it
+// is in `read_files`, which sets `is_known`. A file that is not in there is added.
+std::string Examine(int file, ReadFiles& read_files, bool& is_known);
 
 // Reads a file that nobody writes to, unpacking it by the command that its name asks for;
-// "-" is the standard input. A file that is in `read_files` is passed over, and one that
-// is not is added. Returns what went wrong, in words; nothing if all was read.
+// "-" is the standard input. Returns what went wrong, in words; an empty string if all
+// was read, or as much as `take` wanted.
+std::string ReadBytes(std::string const& path, ByteTaker const& take);
+
+// The same by lines. A file that is in `read_files` is skipped, and one that is not is
+// added.
 std::string ReadLines(std::string const& path, LineTaker const& take,
                       ReadFiles& read_files);
-
-// A log that is being written to, and rotated.
-class LiveLog {
-  public:
-    LiveLog(std::string log_path, LineTaker const& take);
-    ~LiveLog();
-    LiveLog(LiveLog const&) = delete;
-    LiveLog& operator=(LiveLog const&) = delete;
-
-    // Opens the file, if it is there and not in `read_files`, to which it is added.
-    // Returns what is wrong with it, in words; nothing if it is open or passed over.
-    std::string Open(ReadFiles& read_files);
-
-    // Hands on the lines that have come since the last call; from the file that is now at
-    // the path, too, if that is another one than before, or has become shorter.
-    void Read();
-
-    // Hands on a last line without a line feed.
-    void Finish() { lines.Finish(); }
-
-  private:
-    void ReadToEnd();
-    bool WasReplaced() const;
-    void Close();
-
-    std::string const path;
-    LineSplitter lines;
-    int file = -1;
-    off_t offset = 0;
-    bool is_passed_over = false;
-};
 
 #endif

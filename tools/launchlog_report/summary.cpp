@@ -1,76 +1,153 @@
 #include "tools/launchlog_report/summary.h"
 
 #include <algorithm>
-#include <csignal>
 
 namespace {
 
-constexpr Time kMinute = 60'000;
+// The lines of a launcher about itself come while it starts; later ones are of another
+// launcher with the same process id.
+constexpr Time kLongestStart = 60'000;
 
-bool IsWithinMinute(Time time, Time now) {
-    return time > now - kMinute && time <= now;
+bool AreOfOneStart(LauncherLines const& lines, LogEvent const& event) {
+    return !lines.list_failed && (!lines.last || !event.time ||
+                                  (*event.time - *lines.last <= kLongestStart &&
+                                   *lines.last - *event.time <= kLongestStart));
+}
+
+// Adds what one more log says of the item. `spoke_last` says that no log has spoken of it
+// later.
+void AddHistory(Row& row, ItemHistory const& history, Time now, bool spoke_last) {
+    bool const is_later = row.ends == 0 || (row.last_end && history.LastEnd()
+                                                ? *history.LastEnd() > *row.last_end
+                                                : spoke_last);
+    if (history.Ends() > 0 && is_later) {
+        row.last_end = history.LastEnd();
+        row.last_status = history.LastStatus();
+    }
+    if (history.FirstEnd()) {
+        row.first_end =
+            std::min(row.first_end.value_or(*history.FirstEnd()), *history.FirstEnd());
+    }
+    row.ends += history.Ends();
+    row.restarts += history.Restarts();
+    if (std::optional<long long> const restarts = history.RestartsPerMinute(now)) {
+        row.restarts_per_minute = row.restarts_per_minute.value_or(0) + *restarts;
+    }
+    row.given_up = row.given_up || history.IsGivenUp();
+    row.no_program = row.no_program || history.HasNoProgram();
+    row.chain = row.chain || history.Chain().IsChain();
+    if (std::optional<long long> const processes = history.Chain().Processes()) {
+        row.chain_processes = row.chain_processes.value_or(0) + *processes;
+    }
+}
+
+std::string DescribeChain(Row const& row) {
+    return row.chain_processes
+               ? "chain of " + std::to_string(*row.chain_processes) + " processes"
+               : "chain of processes";
 }
 
 }  // namespace
 
 std::string DescribeLastStatus(Row const& row) {
-    std::string const given_up = "given up: fork failed";
-    if (row.ends == 0) {
-        return row.given_up ? given_up : "-";
+    std::vector<std::string> words;
+    if (row.chain) {
+        words.push_back(DescribeChain(row));
     }
-    std::string const text =
-        row.last_status ? Describe(*row.last_status) : "unknown, waitpid failed";
-    return row.given_up ? text + "; " + given_up : text;
+    if (row.given_up) {
+        words.emplace_back("given up: fork failed");
+    }
+    if (row.no_program) {
+        words.emplace_back("no program");
+    }
+    if (row.ends > 0) {
+        words.push_back(row.last_status ? Describe(*row.last_status)
+                                        : "unknown, waitpid failed");
+    }
+    std::string text;
+    for (std::string const& word : words) {
+        text += (text.empty() ? "" : "; ") + word;
+    }
+    return text.empty() ? "-" : text;
 }
 
-void Summary::Add(LogEvent const& event, Time now) {
+void Summary::Add(LogEvent const& event, Time now, std::size_t log) {
+    switch (event.kind) {
+        case LogEventKind::Other:
+            return;
+        case LogEventKind::NamelessItem:
+        case LogEventKind::UnreadableList:
+            NoteLauncher(event.process, log);
+            AddLauncherLine(event);
+            return;
+        case LogEventKind::Start:
+        case LogEventKind::End:
+        case LogEventKind::FailedFork:
+        case LogEventKind::NoProgram:
+            break;
+    }
+    bool const is_launcher = IsLauncher(event, log);
     Item& item = items[event.name];
-    item.row.name = event.name;
-    item.row.given_up = event.kind == LogEventKind::FailedFork;
-    if (event.kind == LogEventKind::End) {
-        AddEnd(item, event, now);
-    }
+    item.histories[log].Add(event, now, is_launcher);
+    item.last_log = log;
+    item.last_line = event.time;
 }
 
-void Summary::AddEnd(Item& item, LogEvent const& event, Time now) {
-    Row& row = item.row;
-    ++row.ends;
-    if (event.time) {
-        row.first_end = std::min(row.first_end.value_or(*event.time), *event.time);
-        row.last_end = std::max(row.last_end.value_or(*event.time), *event.time);
-        if (*event.time > now - kMinute) {
-            item.recent.push_back(*event.time);
-        }
+// Returns whether the process is known to be a launcher. A link of a chain has lines of
+// one item alone.
+bool Summary::IsLauncher(LogEvent const& event, std::size_t log) {
+    if (event.process.empty() || event.kind == LogEventKind::NoProgram) {
+        return false;
     }
-    row.last_status.reset();
-    if (event.ret != -1) {
-        row.last_status = DecodeWaitStatus(event.status);
+    if (logs[log].items.insert({event.process, event.name}).first->second != event.name) {
+        NoteLauncher(event.process, log);
     }
-    item.stops.erase(event.launcher);
-    if (row.last_status && row.last_status->signal == SIGKILL) {
-        item.stops[event.launcher] = event.time;
-    }
+    return logs[log].launchers.count(event.process) != 0;
 }
 
-std::vector<Row> Summary::Rows(Time now) {
-    std::vector<Row> rows;
+void Summary::NoteLauncher(std::string const& process, std::size_t log) {
+    if (process.empty() || !logs[log].launchers.insert(process).second) {
+        return;
+    }
     for (auto& [name, item] : items) {
-        auto& recent = item.recent;
-        recent.erase(std::remove_if(recent.begin(), recent.end(),
-                                    [now](Time time) { return time <= now - kMinute; }),
-                     recent.end());
-        Row row = item.row;
-        row.restarts = row.ends - static_cast<long long>(item.stops.size());
-        if (row.first_end || row.ends == 0) {
-            row.restarts_per_minute =
-                std::count_if(recent.begin(), recent.end(),
-                              [now](Time time) { return IsWithinMinute(time, now); }) -
-                std::count_if(item.stops.begin(), item.stops.end(),
-                              [now](auto const& stop) {
-                                  return stop.second && IsWithinMinute(*stop.second, now);
-                              });
+        auto const history = item.histories.find(log);
+        if (history != item.histories.end()) {
+            history->second.NoteLauncher(process);
         }
-        rows.push_back(row);
     }
-    return rows;
+}
+
+void Summary::AddLauncherLine(LogEvent const& event) {
+    auto const place = launcher_places.find(event.process);
+    if (place == launcher_places.end() ||
+        !AreOfOneStart(launchers[place->second], event)) {
+        launcher_places[event.process] = launchers.size();
+        launchers.push_back({event.process, event.time, event.time});
+    }
+    LauncherLines& lines = launchers[launcher_places[event.process]];
+    lines.last = event.time;
+    if (event.kind == LogEventKind::NamelessItem) {
+        ++lines.items_without_name;
+    } else {
+        lines.list_failed = true;
+    }
+}
+
+Report Summary::At(Time now) {
+    Report report;
+    report.now = now;
+    report.launchers = launchers;
+    for (auto& [name, item] : items) {
+        Row row;
+        row.name = name;
+        row.last_line = item.last_line;
+        for (auto& [log, history] : item.histories) {
+            history.ForgetBeforeTheLastMinute(now);
+            AddHistory(row, history, now, log == item.last_log);
+        }
+        if (row.ends > 0 || row.IsMarked()) {
+            report.items.push_back(row);
+        }
+    }
+    return report;
 }

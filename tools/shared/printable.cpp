@@ -1,6 +1,9 @@
 #include "tools/shared/printable.h"
 
+#include <wchar.h>
+
 #include <algorithm>
+#include <iterator>
 
 namespace {
 
@@ -38,11 +41,34 @@ Decoded Decode(char const* text, std::size_t size) {
     return {character, is_valid ? length : 0};
 }
 
-// Says whether a terminal might do anything else with the character than show it.
+struct CharacterRange {
+    char32_t first;
+    char32_t last;
+};
+
+// Control characters, the separators of lines and paragraphs, and what Unicode calls
+// default ignorable or a control of the direction of writing or of annotations.
+constexpr CharacterRange kHarmful[] = {
+    {0, 0x1F},          {0x7F, 0x9F},       {0xAD, 0xAD},       {0x34F, 0x34F},
+    {0x61C, 0x61C},     {0x115F, 0x1160},   {0x17B4, 0x17B5},   {0x180B, 0x180F},
+    {0x200B, 0x200F},   {0x2028, 0x202E},   {0x2060, 0x206F},   {0x3164, 0x3164},
+    {0xFE00, 0xFE0F},   {0xFEFF, 0xFEFF},   {0xFFA0, 0xFFA0},   {0xFFF0, 0xFFFB},
+    {0x1BCA0, 0x1BCA3}, {0x1D173, 0x1D17A}, {0xE0000, 0xE0FFF},
+};
+
+// Says whether a terminal might show nothing for the character, or do anything else.
 bool IsHarmful(char32_t character) {
-    return character < 0x20 || (character >= 0x7F && character < 0xA0) ||
-           (character >= 0x2028 && character <= 0x202E) ||
-           (character >= 0x2066 && character <= 0x2069);
+    return std::any_of(std::begin(kHarmful), std::end(kHarmful),
+                       [character](CharacterRange const& range) {
+                           return character >= range.first && character <= range.last;
+                       });
+}
+
+// Returns how many columns of a terminal the character takes, by the locale.
+std::size_t ColumnsOf(Decoded const& decoded) {
+    int const width =
+        decoded.length <= 1 ? 1 : wcwidth(static_cast<wchar_t>(decoded.character));
+    return width < 0 ? 1 : static_cast<std::size_t>(width);
 }
 
 void AppendEscaped(std::string& result, char byte) {
@@ -95,4 +121,30 @@ bool IsContinuation(char byte) {
 std::size_t CountCharacters(std::string const& text) {
     return text.size() - static_cast<std::size_t>(
                              std::count_if(text.begin(), text.end(), IsContinuation));
+}
+
+std::size_t CountColumns(std::string const& text) {
+    std::size_t columns = 0;
+    for (std::size_t i = 0; i < text.size();) {
+        Decoded const decoded = Decode(text.data() + i, text.size() - i);
+        columns += ColumnsOf(decoded);
+        i += std::max<std::size_t>(decoded.length, 1);
+    }
+    return columns;
+}
+
+std::string CutToColumns(std::string const& text, std::size_t columns) {
+    std::size_t used = 0;
+    // Where the text is cut if it turns out to be too long.
+    std::size_t cut = 0;
+    for (std::size_t i = 0; i < text.size();) {
+        Decoded const decoded = Decode(text.data() + i, text.size() - i);
+        used += ColumnsOf(decoded);
+        if (used > columns) {
+            return columns == 0 ? "" : text.substr(0, cut) + "\xE2\x80\xA6";
+        }
+        i += std::max<std::size_t>(decoded.length, 1);
+        cut = used < columns ? i : cut;
+    }
+    return text;
 }

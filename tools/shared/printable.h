@@ -13,9 +13,11 @@
 #include <cstddef>
 #include <string>
 
-// Returns `text` with the bytes in the form \x0A that could forge a line or confuse a
-// terminal: control characters, line and paragraph separators, characters that turn the
-// direction of writing, and what is not UTF-8. The result is UTF-8.
+// Returns `text` with the bytes in the form \x0A that could forge a line, confuse a
+// terminal or hide: control characters, line and paragraph separators, characters that
+// turn the direction of writing or have no width (zero-width spaces and joiners,
+// variation selectors, tags, fillers: what Unicode calls default ignorable), and what is
+// not UTF-8. Accents that are characters of their own are left. The result is UTF-8.
 std::string Printable(std::string const& text);
 
 // The same, between quotation marks.
@@ -30,5 +32,13 @@ bool IsContinuation(char byte);
 // The number of characters of `text`, in which the bytes that continue one in UTF-8 do
 // not count.
 std::size_t CountCharacters(std::string const& text);
+
+// The number of columns that `text`, which is UTF-8, takes on a terminal. Characters have
+// the widths of the process's locale; where it knows none, one column each.
+std::size_t CountColumns(std::string const& text);
+
+// Returns `text` if it takes no more columns than that, else as much of its beginning as
+// fits together with an ellipsis.
+std::string CutToColumns(std::string const& text, std::size_t columns);
 
 #endif

@@ -6,17 +6,32 @@
 
 namespace {
 
-// Returns what a line says: "end NAME RET STATUS by LAUNCHER", "failed NAME", "-".
+// Returns what a line says: "end NAME RET STATUS by PROCESS", "failed NAME", "start
+// NAME", "no program NAME", "nameless", "unreadable", "other", and "-" if it is no log
+// line.
 std::string Said(std::string const& line) {
     std::optional<LogEvent> const event = ParseLogLine(line);
     if (!event) {
         return "-";
     }
-    if (event->kind == LogEventKind::FailedFork) {
-        return "failed " + event->name;
+    switch (event->kind) {
+        case LogEventKind::Other:
+            return "other";
+        case LogEventKind::Start:
+            return "start " + event->name;
+        case LogEventKind::FailedFork:
+            return "failed " + event->name;
+        case LogEventKind::NoProgram:
+            return "no program " + event->name;
+        case LogEventKind::NamelessItem:
+            return "nameless" + event->name;
+        case LogEventKind::UnreadableList:
+            return "unreadable" + event->name;
+        case LogEventKind::End:
+            break;
     }
     return "end " + event->name + " " + std::to_string(event->ret) + " " +
-           std::to_string(event->status) + " by " + event->launcher;
+           std::to_string(event->status) + " by " + event->process;
 }
 
 std::string const kHead = "2026-11-21T11:53:38.837Z ERROR 181 [LAUNCHER  ] ";
@@ -25,6 +40,21 @@ TEST(LogLine, ReadsAnEnd) {
     std::string const line = kHead + "ticker 187 is killed. ret = 187, status = 768";
     EXPECT_EQ(Said(line), "end ticker 187 768 by 181");
     EXPECT_EQ(ParseLogLine(line)->time, 1795262018837);
+    EXPECT_EQ(ParseLogLine(kHead + "a -7 is killed. ret = 1, status = 2")->child, "-7");
+    EXPECT_EQ(ParseLogLine(line)->child, "187");
+}
+
+TEST(LogLine, ReadsEveryMessageOfTheLauncher) {
+    EXPECT_EQ(Said(kHead + "Start to fork my agent"), "start my agent");
+    EXPECT_EQ(ParseLogLine(kHead + "Start to fork a")->process, "181");
+    EXPECT_EQ(ParseLogLine(kHead + "Start to fork a")->time, 1795262018837);
+    EXPECT_EQ(Said(kHead + "program path of my agent is empty"), "no program my agent");
+    EXPECT_EQ(Said(kHead + "program path of  is empty"), "no program ");
+    EXPECT_EQ(Said(kHead + "program path of a is empty (a.cpp:7)"), "no program a");
+    EXPECT_EQ(Said(kHead + "There is an item has no name."), "nameless");
+    EXPECT_EQ(Said(kHead + "Error while parsing saved json string.\r"), "unreadable");
+    EXPECT_EQ(Said(kHead + "Read data from /list.json"), "other");
+    EXPECT_EQ(Said("181 [SERVICE   ] Failed to get log level"), "other");
 }
 
 TEST(LogLine, ReadsAFailedWait) {
@@ -36,21 +66,26 @@ TEST(LogLine, ReadsAnItemThatWasGivenUp) {
     EXPECT_EQ(Said(kHead + "Failed to fork my agent\r"), "failed my agent");
 }
 
-TEST(LogLine, OtherLinesSayNothing) {
+TEST(LogLine, OtherMessagesSayNothing) {
     for (std::string const message :
-         {"", "Start to fork ticker", "program path of ticker is empty",
-          "There is an item has no name.", "Error while parsing saved json string.",
-          "Read data from /list.json", "ticker 187 is killed.",
+         {"", "program path of is empty", "ticker 187 is killed.",
+          "a There is an item has no name.", "start to fork a",
           "ticker 187 is killed. ret = x, status = 1",
           "ticker 187 is killed. ret = 187 status = 1",
           "ticker 187 is killed. ret = 187, status = ",
           "187 is killed. ret = 1, status = 2", "ticker is killed. ret = 187, status = 1",
           " is killed. ret = 1, status = 2"}) {
-        EXPECT_EQ(Said(kHead + message), "-") << message;
+        EXPECT_EQ(Said(kHead + message), "other") << message;
     }
+}
+
+TEST(LogLine, OtherLinesAreNoLogLines) {
     EXPECT_EQ(Said(""), "-");
-    EXPECT_EQ(Said("[SERVICE   ] ticker 187 is killed. ret = 187, status = 768"), "-");
+    EXPECT_EQ(Said("hello"), "-");
+    EXPECT_EQ(Said("ticker 187 is killed. ret = 187, status = 768"), "-");
     EXPECT_EQ(Said("[LAUNCHER] ticker 187 is killed. ret = 187, status = 768"), "-");
+    EXPECT_EQ(Said("[SERVICE   ] ticker 187 is killed. ret = 187, status = 768"),
+              "other");
 }
 
 TEST(LogLine, ANameMayHoldAnything) {
@@ -66,9 +101,19 @@ TEST(LogLine, ANameMayHoldAnything) {
 }
 
 TEST(LogLine, AMessageAboutAForkIsNoEndWhateverTheName) {
-    EXPECT_EQ(Said(kHead + "Start to fork a 1 is killed. ret = 1, status = 2"), "-");
+    EXPECT_EQ(Said(kHead + "Start to fork a 1 is killed. ret = 1, status = 2"),
+              "start a 1 is killed. ret = 1, status = 2");
     EXPECT_EQ(Said(kHead + "Failed to fork a 1 is killed. ret = 1, status = 2"),
               "failed a 1 is killed. ret = 1, status = 2");
+}
+
+TEST(LogLine, TheEndOfALineTellsAMissingProgramFromAnEnd) {
+    EXPECT_EQ(Said(kHead + "program path of a 1 is killed. ret = 1, status = 2 is empty"),
+              "no program a 1 is killed. ret = 1, status = 2");
+    EXPECT_EQ(Said(kHead + "program path of a is empty 1 is killed. ret = 1, status = 2"),
+              "end program path of a is empty 1 2 by 181");
+    EXPECT_EQ(Said(kHead + "program path of a is empty is empty"),
+              "no program a is empty");
 }
 
 TEST(LogLine, OtherFormatsAreRead) {
@@ -86,7 +131,7 @@ TEST(LogLine, OtherFormatsAreRead) {
 
 TEST(LogLine, NumbersWithoutEndAreRead) {
     std::string const digits(1000, '9');
-    EXPECT_EQ(Said(kHead + "a 1 is killed. ret = " + digits + ", status = 0"), "-");
+    EXPECT_EQ(Said(kHead + "a 1 is killed. ret = " + digits + ", status = 0"), "other");
     EXPECT_EQ(Said(kHead + "a 1 is killed. ret = 1, status = " + digits),
               "end a 1 999999999999999999 by 181");
     EXPECT_EQ(Said(kHead + "a " + digits + " is killed. ret = 1, status = 2"),

@@ -1,0 +1,73 @@
+// Chains of processes, as the log shows them.
+//
+// If a program cannot be executed, the child that was forked for it forks a child of its
+// own after 50 ms, and so on. Each link of this chain logs its start under its own
+// process id. In ordinary restarts all lines come from the launcher.
+
+#ifndef TOOLS_LAUNCHLOG_REPORT_CHAIN_H
+#define TOOLS_LAUNCHLOG_REPORT_CHAIN_H
+
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "tools/launchlog_report/log_line.h"
+
+// Finds a chain in what one log says of one item.
+//
+// A chain is seen in three ways:
+//   - four processes have logged their first start, each 50 to 100 ms after the one
+//   before;
+//   - ten processes have, each at most 5 seconds after the one before;
+//   - a process has logged lines of the item as the launcher does, and then its end was
+//     logged as that of the item's program. This alone is seen without level DEBUG.
+//
+// It is over when a process logs its first start more than 5 seconds after the last sign
+// of it, or the end of an ordinary program is logged by a process outside of it.
+class ChainDetector {
+  public:
+    // Takes a start, an end or a failed fork. `is_launcher` says that the process is
+    // known to be a launcher, and so no link.
+    void Add(LogEvent const& event, bool is_launcher);
+
+    // Takes back a process that has turned out to be a launcher.
+    void Forget(std::string const& launcher);
+
+    bool IsChain() const { return is_chain; }
+
+    // Returns how many processes have logged a start of their own in the chain; nothing
+    // if the log does not tell.
+    std::optional<long long> Processes() const;
+
+  private:
+    // The last line of a process that supervises the item, or a link of its chain.
+    struct Line {
+        LogEventKind kind;
+        long long number;
+        std::optional<Time> time;
+    };
+    struct FirstStart {
+        std::string process;
+        std::optional<Time> time;
+    };
+
+    void AddStart(LogEvent const& event, bool is_launcher);
+    void AddEnd(LogEvent const& event);
+    void AddOrdinaryEnd(LogEvent const& event);
+    bool IsOfANewProcess(LogEvent const& start) const;
+    bool IsLink(std::string const& process) const;
+    bool WasLink(Line const& child, LogEvent const& end) const;
+    bool LooksLikeAChain() const;
+    bool IsLongAfterTheLastSign(LogEvent const& event) const;
+    void Reset();
+
+    std::unordered_map<std::string, Line> last_lines;
+    // In their order.
+    std::vector<FirstStart> first_starts;
+    std::optional<Time> last_sign;
+    bool is_chain = false;
+    long long lines = 0;
+};
+
+#endif

@@ -1,0 +1,100 @@
+#include "tools/launchlog_report/item_history.h"
+
+#include <algorithm>
+#include <csignal>
+
+namespace {
+
+constexpr Time kMinute = 60'000;
+// An item without a program is tried every 50 ms. After a pause it is another launcher's.
+constexpr Time kLongestPause = 5000;
+
+bool IsWithinMinute(Time time, Time now) {
+    return time > now - kMinute && time <= now;
+}
+
+}  // namespace
+
+void ItemHistory::Add(LogEvent const& event, Time now, bool is_launcher) {
+    if (event.kind == LogEventKind::NoProgram) {
+        AddNoProgram(event);
+        return;
+    }
+    chain.Add(event, is_launcher);
+    if (event.kind == LogEventKind::FailedFork) {
+        is_given_up = is_launcher || !chain.IsChain();
+        return;
+    }
+    is_given_up = false;
+    if (event.kind == LogEventKind::Start) {
+        AddStart(event);
+    } else if (event.kind == LogEventKind::End) {
+        AddEnd(event, now);
+    }
+}
+
+void ItemHistory::AddNoProgram(LogEvent const& event) {
+    is_given_up = false;
+    std::string const parent = no_program_since ? no_program_since->process : "";
+    no_program_since = event;
+    no_program_since->process = parent;
+    children_without_program.insert(event.process);
+}
+
+void ItemHistory::AddStart(LogEvent const& event) {
+    if (!no_program_since) {
+        return;
+    }
+    bool const is_another =
+        !no_program_since->process.empty() && no_program_since->process != event.process;
+    bool const is_late = event.time && no_program_since->time &&
+                         *event.time - *no_program_since->time > kLongestPause;
+    if (is_another || is_late) {
+        no_program_since.reset();
+    }
+}
+
+void ItemHistory::AddEnd(LogEvent const& event, Time now) {
+    first_end = first_end ? first_end : event.time;
+    last_end = event.time;
+    ++ends;
+    if (event.time && *event.time > now - kMinute) {
+        recent.push_back(*event.time);
+    }
+    last_status.reset();
+    if (event.ret != -1) {
+        last_status = DecodeWaitStatus(event.status);
+    }
+    stops.erase(event.process);
+    if (last_status && last_status->signal == SIGKILL) {
+        stops[event.process] = event.time;
+    }
+    // Without process ids in the log the last child is meant.
+    bool const had_no_program = children_without_program.erase(event.child) > 0 ||
+                                children_without_program.erase("") > 0;
+    if (!had_no_program) {
+        no_program_since.reset();
+    } else if (no_program_since) {
+        no_program_since->process = event.process;
+    }
+}
+
+void ItemHistory::ForgetBeforeTheLastMinute(Time now) {
+    recent.erase(std::remove_if(recent.begin(), recent.end(),
+                                [now](Time time) { return time <= now - kMinute; }),
+                 recent.end());
+}
+
+std::optional<long long> ItemHistory::RestartsPerMinute(Time now) const {
+    if (ends > 0 && !first_end) {
+        return std::nullopt;
+    }
+    auto const ends_in_minute =
+        std::count_if(recent.begin(), recent.end(),
+                      [now](Time time) { return IsWithinMinute(time, now); });
+    auto const stops_in_minute =
+        std::count_if(stops.begin(), stops.end(), [now](auto const& stop) {
+            return stop.second && IsWithinMinute(*stop.second, now);
+        });
+    return ends_in_minute - stops_in_minute;
+}

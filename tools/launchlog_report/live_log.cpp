@@ -1,0 +1,182 @@
+#include "tools/launchlog_report/live_log.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <filesystem>
+#include <system_error>
+
+#include "tools/launchlog_report/log_files.h"
+
+LiveLog::LiveLog(std::string log_path, LineTaker const& take)
+    : path(std::move(log_path)), lines(take) {}
+
+LiveLog::~LiveLog() {
+    if (file >= 0) {
+        close(file);
+    }
+}
+
+std::string LiveLog::Open(ReadFiles& read_files) {
+    file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (file < 0) {
+        return std::strerror(errno);
+    }
+    std::string problem = Examine(file, read_files, is_known);
+    if (!problem.empty() || is_known) {
+        close(file);
+        file = -1;
+    }
+    return problem;
+}
+
+void LiveLog::NoteRotatedFiles() {
+    for (std::string const& rotated : RotatedFiles(path)) {
+        if (!HasChanged(rotated)) {
+            continue;
+        }
+        Content known;
+        ReadBytes(rotated, [&known](char const* bytes, std::size_t size) {
+            known.Add(bytes, size);
+            return true;
+        });
+        known_contents.push_back(known);
+    }
+}
+
+// Returns false if the file is known as it is; it is known from then on.
+bool LiveLog::HasChanged(std::string const& rotated) {
+    struct stat info = {};
+    std::error_code error;
+    auto const time = std::filesystem::last_write_time(rotated, error);
+    if (error || stat(rotated.c_str(), &info) != 0) {
+        return false;
+    }
+    KnownFile const as_it_is = {info.st_size, time};
+    auto const [place, is_new] =
+        known_files.insert({{info.st_dev, info.st_ino}, as_it_is});
+    bool const has_changed = is_new || place->second != as_it_is;
+    place->second = as_it_is;
+    return has_changed;
+}
+
+void LiveLog::Read() {
+    if (is_known) {
+        return;
+    }
+    if (file >= 0) {
+        if (WasTruncated()) {
+            // The line that was not complete goes on in the copy.
+            ReadMissedFiles();
+            StartAnew();
+        }
+        ReadToEnd();
+    }
+    while (WasReplaced()) {
+        SwitchToNewFile();
+    }
+}
+
+// The new file is opened first: if it is renamed in the meantime it is still read.
+void LiveLog::SwitchToNewFile() {
+    int const new_file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (new_file < 0) {
+        return;
+    }
+    if (file >= 0) {
+        // The last lines came after the end was seen.
+        ReadToEnd();
+        lines.Finish();
+        close(file);
+    }
+    ReadMissedFiles();
+    StartAnew();
+    file = new_file;
+    ReadToEnd();
+}
+
+void LiveLog::StartAnew() {
+    lines.Finish();
+    known_contents.push_back(content);
+    content = Content();
+    if (file >= 0) {
+        lseek(file, 0, SEEK_SET);
+    }
+}
+
+void LiveLog::ReadToEnd() {
+    char bytes[65536];
+    ssize_t length = 0;
+    while ((length = read(file, bytes, sizeof bytes)) > 0) {
+        lines.Add(bytes, static_cast<std::size_t>(length));
+        content.Add(bytes, static_cast<std::size_t>(length));
+    }
+}
+
+void LiveLog::ReadMissedFiles() {
+    for (std::string const& rotated : RotatedFiles(path)) {
+        if (HasChanged(rotated)) {
+            ReadMissedFile(rotated);
+        }
+    }
+}
+
+void LiveLog::ReadMissedFile(std::string const& rotated) {
+    known_contents.push_back(content);
+    ContentFinder finder(known_contents);
+    known_contents.pop_back();
+    Content whole;
+    ReadBytes(rotated, [&](char const* bytes, std::size_t size) {
+        finder.Add(bytes, size);
+        whole.Add(bytes, size);
+        return true;
+    });
+    std::uint64_t to_skip = finder.KnownLength();
+    if (to_skip >= whole.Length()) {
+        return;
+    }
+    if (to_skip == 0) {
+        lines.Finish();
+    }
+    known_contents.push_back(whole);
+    ReadBytes(rotated, [&](char const* bytes, std::size_t size) {
+        std::size_t const skipped =
+            static_cast<std::size_t>(std::min<std::uint64_t>(to_skip, size));
+        to_skip -= skipped;
+        lines.Add(bytes + skipped, size - skipped);
+        return true;
+    });
+    lines.Finish();
+}
+
+// It is shorter than what was read, or what was read last stands there no more.
+bool LiveLog::WasTruncated() const {
+    struct stat info = {};
+    if (fstat(file, &info) != 0 || !S_ISREG(info.st_mode)) {
+        return false;
+    }
+    auto const offset = static_cast<off_t>(content.Length());
+    if (info.st_size < offset) {
+        return true;
+    }
+    std::string end(content.KeptEnd(), '\0');
+    auto const size = static_cast<off_t>(end.size());
+    return pread(file, &end[0], end.size(), offset - size) ==
+               static_cast<ssize_t>(end.size()) &&
+           !content.EndsWith(end);
+}
+
+bool LiveLog::WasReplaced() const {
+    struct stat at_path = {};
+    struct stat opened = {};
+    if (stat(path.c_str(), &at_path) != 0 || S_ISDIR(at_path.st_mode)) {
+        return false;
+    }
+    return file < 0 || fstat(file, &opened) != 0 || at_path.st_dev != opened.st_dev ||
+           at_path.st_ino != opened.st_ino;
+}

@@ -1,0 +1,107 @@
+#include "tools/launchlog_report/options.h"
+
+#include <algorithm>
+
+#include "tools/shared/command_line.h"
+
+namespace {
+
+char const* const kHelp = R"(launchlog-report [OPTION...] [LOG...]
+
+Reads launcher logs, their rotated and packed files included, and prints a line for each
+item: how often its program was started again, altogether and in the last minute, when it
+ended first and last, and how. Marked with "!", and first, are items with more than ten
+restarts in the last minute, and those whose last status begins with a state: a chain of
+processes, given up, no program. Below that is what launchers said about themselves.
+Without a LOG it reads those of the user, ~/Library/Logs/*/voplog/launcher.log; "-" is the
+standard input.
+
+  --follow          print the report again whenever it changes, until Ctrl-C
+  --json            print one JSON document on one line instead of a table, for machines
+  --sort KEY        order items by name, restarts, per-minute, first-end or last-end;
+                    the order of a table is "marked", the order of JSON "name"
+  --fail-if-marked  end with exit code 3 if an item is marked, for monitoring
+  --now TIME        take TIME for now, like 2026-11-21T12:00:00Z, for logs of the past
+  --help            print this
+  --version         print the version
+
+Exit code: 0 if all was read, 1 if not, 2 if the command line is wrong, 3 if an item is
+marked and --fail-if-marked was given.
+
+Examples:
+
+  launchlog-report
+  launchlog-report --follow
+  launchlog-report --now 2026-11-21T12:00:00Z old/launcher.log
+  launchlog-report --json | jq -r '.items[] | select(.restarts_often) | .name'
+
+A table looks like this:
+
+    NAME    RESTARTS  PER MINUTE  FIRST END             LAST END              LAST STATUS
+  ! ticker        25          25  2026-11-21T11:52:48Z  2026-11-21T11:53:38Z  exit 3
+    steady         0           0  2026-11-21T11:53:39Z  2026-11-21T11:53:39Z  killed by SIGKILL
+  ! more than ten restarts in the last minute
+)";
+
+// Takes the values of --sort and --now over; returns what is wrong with them, in words.
+std::string ReadValues(CommandLine const& line, Options& options) {
+    if (line.Has("--sort")) {
+        options.sort = ParseSortKey(line.options.at("--sort"));
+        if (!options.sort) {
+            return "--sort takes marked, name, restarts, per-minute, first-end or "
+                   "last-end";
+        }
+    }
+    if (line.Has("--now")) {
+        options.now = ParseTimeStamp(line.options.at("--now"));
+        if (!options.now) {
+            return "--now takes a time like 2026-11-21T12:00:00Z";
+        }
+    }
+    return "";
+}
+
+// Returns why --follow does not go with the rest, in words.
+std::string FindConflict(Options const& options) {
+    if (!options.follow) {
+        return "";
+    }
+    if (std::count(options.logs.begin(), options.logs.end(), "-") > 0) {
+        return "the standard input cannot be followed";
+    }
+    return options.fail_if_marked ? "--fail-if-marked is for one report, not for --follow"
+                                  : "";
+}
+
+}  // namespace
+
+Options ReadOptions(int argc, char const* const* argv) {
+    CommandLine const line = ReadCommandLine(argc, argv,
+                                             {{"--follow", false},
+                                              {"--json", false},
+                                              {"--sort", true},
+                                              {"--fail-if-marked", false},
+                                              {"--now", true},
+                                              {"--help", false},
+                                              {"-h", false},
+                                              {"--version", false}});
+    Options options;
+    options.help = line.Has("--help") || line.Has("-h");
+    options.version = line.Has("--version");
+    options.follow = line.Has("--follow");
+    options.json = line.Has("--json");
+    options.fail_if_marked = line.Has("--fail-if-marked");
+    options.logs = line.operands;
+    options.error = line.error;
+    if (options.error.empty()) {
+        options.error = ReadValues(line, options);
+    }
+    if (options.error.empty()) {
+        options.error = FindConflict(options);
+    }
+    return options;
+}
+
+std::string HelpText() {
+    return kHelp;
+}
