@@ -145,7 +145,7 @@ void LiveLog::ReadMissedFile(std::string const& rotated) {
     }
     known_contents.push_back(whole);
     ReadBytes(rotated, [&](char const* bytes, std::size_t size) {
-        std::size_t const skipped =
+        auto const skipped =
             static_cast<std::size_t>(std::min<std::uint64_t>(to_skip, size));
         to_skip -= skipped;
         lines.Add(bytes + skipped, size - skipped);

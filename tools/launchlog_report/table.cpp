@@ -95,11 +95,11 @@ bool IsNumber(Field field) {
 }
 
 std::string TimeText(std::optional<Time> const& time, TimeForm form, Time now) {
-    constexpr Time kDay = 24 * 60 * 60 * 1000;
+    constexpr Time kDay = 24 * 60 * 60 * Time{1000};
     if (!time) {
         return "-";
     }
-    std::string const full = FormatTime(*time);
+    std::string full = FormatTime(*time);
     if (form == TimeForm::Full || full.size() < 20) {
         return full;
     }

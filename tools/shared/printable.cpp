@@ -1,8 +1,7 @@
 #include "tools/shared/printable.h"
 
-#include <wchar.h>
-
 #include <algorithm>
+#include <cwchar>
 #include <iterator>
 
 namespace {
