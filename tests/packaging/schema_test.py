@@ -36,6 +36,8 @@ RIGHT = {
 }
 
 WRONG = {
+    "no items": {},
+    "no item 0": {"1": ITEM},
     "an array": [ITEM],
     "null": None,
     "a leading zero": {"0": ITEM, "01": ITEM},
