@@ -370,7 +370,9 @@ TEST_F(ChildCalls, DestructionIsKnownToTheThreadBeforeTheProgramIsKilled) {
     WaitForCalls(3);
     HoldUpKillUntilThePassIsOver();
     child.reset();
-    EXPECT_EQ(CountStarts(), 1U);
+    EXPECT_THAT(Calls(),
+                ElementsAre("log 1 [LAUNCHER  ] Start to fork a", "fork", "waitpid",
+                            "kill the program 9", Killed("a", 9), "sleep 50000000 ns"));
 }
 
 TEST_F(ChildCalls, AStopIsKnownToTheThreadBeforeTheProgramIsKilled) {

@@ -128,6 +128,17 @@ TEST_F(LauncherSupervision, ProgramsGetEverythingElseAsTheLauncherGotIt) {
     EXPECT_EQ(limits, ReadFile("/proc/" + std::to_string(launcher->Pid()) + "/limits"));
 }
 
+TEST_F(LauncherSupervision, TheLauncherStaysInTheProcessGroupThatItWasStartedIn) {
+    WriteFile(list_file, List({Item("a")}));
+    launcher = std::make_unique<Process>(std::vector<std::string>{
+        "/bin/sh", "-c", R"("$0" test "$1" & wait)", launcher_program, list_file});
+    ASSERT_TRUE(WaitFor([this] { return Reports().size() == 1; }));
+    Report const report = Reports()[0];
+    EXPECT_NE(report.parent, launcher->Pid());
+    EXPECT_EQ(getpgid(report.parent), launcher->Pid());
+    EXPECT_EQ(getpgid(report.pid), launcher->Pid());
+}
+
 TEST_F(LauncherSupervision, TheLauncherKeepsNoDescriptorOpen) {
     Start(List({Item("a")}));
     WaitForReports(1);
