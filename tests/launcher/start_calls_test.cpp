@@ -114,23 +114,29 @@ namespace {
 
 class StartCalls : public testing::Test {
   protected:
-    StartCalls() {
+    StartCalls() { logger = &early_log; }
+    ~StartCalls() override { logger = nullptr; }
+
+    // Notes the calls that `action` makes, and no others.
+    template <typename Action>
+    void NoteCallsOf(Action action) {
         calls = &noted;
-        logger = &early_log;
-    }
-    ~StartCalls() override {
+        action();
         calls = nullptr;
-        logger = nullptr;
     }
 
-    // Runs main, and expects that it ends with 0.
-    static void RunMain(std::vector<std::string> arguments) {
+    // Runs main, notes its calls, and expects that it ends with 0.
+    void RunMain(std::vector<std::string> arguments) {
         std::vector<char*> pointers;
         for (std::string& argument : arguments) {
             pointers.push_back(argument.data());
         }
         pointers.push_back(nullptr);
-        EXPECT_EQ(launcher_main(static_cast<int>(arguments.size()), pointers.data()), 0);
+        int result = -1;
+        NoteCallsOf([&] {
+            result = launcher_main(static_cast<int>(arguments.size()), pointers.data());
+        });
+        EXPECT_EQ(result, 0);
     }
 
     TempDirectory const directory;
@@ -138,7 +144,7 @@ class StartCalls : public testing::Test {
 };
 
 TEST_F(StartCalls, TheStreamsAreClosedFirstThenComesTheHandler) {
-    InitDaemon();
+    NoteCallsOf(InitDaemon);
     EXPECT_THAT(noted, ElementsAre("close 0", "close 1", "close 2", "signal 15"));
 }
 
@@ -183,8 +189,10 @@ TEST_F(StartCalls, OfAStartWithAListThatIsEmpty) {
 }
 
 TEST_F(StartCalls, AnEventKeepsAllSixteenBitsOfItsType) {
-    WriteEvent("a", 0x0103, "b");
-    WriteEvent("a", 0xFFFF, "b");
+    NoteCallsOf([] {
+        WriteEvent("a", 0x0103, "b");
+        WriteEvent("a", 0xFFFF, "b");
+    });
     EXPECT_THAT(noted, ElementsAre("syslog 259 a : b", "syslog 65535 a : b"));
 }
 
