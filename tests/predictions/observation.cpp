@@ -1,0 +1,230 @@
+#include "tests/predictions/observation.h"
+
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <map>
+#include <optional>
+#include <regex>
+#include <sstream>
+#include <thread>
+
+#include "tests/support/files.h"
+#include "tests/support/launcher_fixture.h"
+#include "tests/support/system_call.h"
+#include "tests/support/wait_for.h"
+
+namespace {
+
+// How often the same is seen before it counts as lasting, where nothing else tells.
+constexpr int kLasting = 100;
+
+// More reads than any list of the generator takes.
+constexpr long kManyReads = 5'000;
+
+constexpr std::chrono::milliseconds kPause(5);
+
+// What has become of an item.
+enum class Fate { kUnknown, kExecuted, kEnds, kChain };
+
+// What is known of a thread that supervises an item.
+struct Supervisor {
+    Fate fate = Fate::kUnknown;
+    // The children that it has waited for.
+    std::set<pid_t> children = {};
+    // How often its child was seen in another program than the launcher.
+    int times_executed = 0;
+};
+
+using Parents = std::map<pid_t, pid_t>;
+
+Parents ParentsOfAll() {
+    Parents parents;
+    for (pid_t const process : AllProcesses()) {
+        parents[process] = ParentOf(process);
+    }
+    return parents;
+}
+
+bool HasChild(Parents const& parents, pid_t process) {
+    return std::any_of(parents.begin(), parents.end(),
+                       [process](auto const& entry) { return entry.second == process; });
+}
+
+std::filesystem::path ProgramOf(pid_t pid) {
+    std::error_code error;
+    return std::filesystem::read_symlink("/proc/" + std::to_string(pid) + "/exe", error);
+}
+
+// Returns how often the process has called read.
+long CountReads(pid_t pid) {
+    std::istringstream lines(ReadFile("/proc/" + std::to_string(pid) + "/io"));
+    std::string key;
+    long value = 0;
+    while (lines >> key >> value) {
+        if (key == "syscr:") {
+            return value;
+        }
+    }
+    return 0;
+}
+
+class Watch {
+  public:
+    Watch(Process& watched, ObservedPlaces const& where)
+        : launcher(watched), places(where) {}
+
+    // Looks until everything has shown, and says what the launcher does.
+    std::string UntilSettled() {
+        std::string end = "unclear";
+        WaitFor([&] {
+            std::this_thread::sleep_for(kPause);
+            if (launcher.HasEnded()) {
+                end = launcher.WaitForEnd();
+            } else if (Look()) {
+                end = "runs";
+            } else if (CountReads(launcher.Pid()) > kManyReads) {
+                end = "reads for ever";
+            } else if (WaitsForWriter()) {
+                end = "waits for a writer";
+            }
+            return end != "unclear";
+        });
+        return end;
+    }
+
+    int Count(Fate fate) const {
+        return static_cast<int>(std::count_if(
+            supervisors.begin(), supervisors.end(),
+            [fate](auto const& entry) { return entry.second.fate == fate; }));
+    }
+
+    int CountAll() const { return static_cast<int>(supervisors.size()); }
+
+  private:
+    // Looks once at all threads. Returns true if main waits for a stop and every
+    // supervisor has shown what becomes of its item.
+    bool Look() {
+        bool const main_waited = MainWaits();
+        Parents const parents = ParentsOfAll();
+        // Those that have ended in the meantime are forgotten.
+        std::map<pid_t, Supervisor> present;
+        for (pid_t const thread : ThreadsOf(launcher.Pid())) {
+            if (thread != launcher.Pid()) {
+                present[thread] = supervisors[thread];
+                LookAt(thread, present[thread], parents);
+            }
+        }
+        supervisors = present;
+        // Before, so that no thread was still to come. After, so that none was gone
+        // because the process is about to end.
+        return main_waited && Count(Fate::kUnknown) == 0 && MainWaits();
+    }
+
+    bool MainWaits() const {
+        return WaitsForCondition(SystemCallOf(launcher.Pid(), launcher.Pid()));
+    }
+
+    void LookAt(pid_t thread, Supervisor& supervisor, Parents const& parents) const {
+        SystemCall const call = SystemCallOf(launcher.Pid(), thread);
+        for (auto const& [process, parent] : parents) {
+            if (parent == launcher.Pid() && WaitsForProcess(call, process)) {
+                supervisor.children.insert(process);
+                LookAtChild(process, supervisor, HasChild(parents, process));
+            }
+        }
+        if (supervisor.children.size() > 1) {
+            supervisor.fate = Fate::kEnds;
+        }
+    }
+
+    void LookAtChild(pid_t child, Supervisor& supervisor, bool has_child) const {
+        std::filesystem::path const program = ProgramOf(child);
+        if (program.empty()) {
+            return;
+        }
+        if (program == places.launcher) {
+            if (has_child) {
+                supervisor.fate = Fate::kChain;
+            }
+            return;
+        }
+        ++supervisor.times_executed;
+        std::string const report = std::to_string(child) + ".report";
+        if (std::filesystem::exists(places.reports / report) ||
+            supervisor.times_executed > kLasting) {
+            supervisor.fate = Fate::kExecuted;
+        }
+    }
+
+    // Says whether main has been opening a file for long, with no thread beside it.
+    bool WaitsForWriter() {
+        bool const opens = supervisors.empty() &&
+                           IsOpening(SystemCallOf(launcher.Pid(), launcher.Pid()));
+        times_opening = opens ? times_opening + 1 : 0;
+        return times_opening > kLasting;
+    }
+
+    Process& launcher;
+    ObservedPlaces const& places;
+    std::map<pid_t, Supervisor> supervisors;
+    int times_opening = 0;
+};
+
+// Reads the lines of the log: "TIME LEVEL PID [LAUNCHER  ] MESSAGE".
+void ReadLog(Observation& seen, pid_t launcher) {
+    static std::regex const form(R"(\S+ \S+ (\d+) \[LAUNCHER  \] ([^]*))");
+    static std::regex const start("Start to fork ([^]*)");
+    static std::regex const end(
+        R"(([^]*) \d+ is killed\. ret = -?\d+, status = (-?\d+))");
+    static std::regex const empty("program path of ([^]*) is empty");
+    for (std::string const& line : Lines(seen.log)) {
+        std::smatch parts;
+        if (!std::regex_match(line, parts, form)) {
+            continue;
+        }
+        bool const is_launcher = std::stoi(parts[1]) == launcher;
+        std::string const message = parts[2];
+        if (std::regex_match(message, parts, start)) {
+            if (!is_launcher) {
+                seen.chain_names.insert(parts[1]);
+            }
+        } else if (message.rfind("Failed to fork ", 0) == 0) {
+            seen.given_up += is_launcher ? 1 : 0;
+        } else if (std::regex_match(message, parts, end)) {
+            int const status = std::stoi(parts[2]);
+            if (is_launcher && WIFSIGNALED(status)) {
+                (WTERMSIG(status) == SIGABRT ? seen.aborted_names : seen.killed_names)
+                    .insert(parts[1]);
+            }
+        } else if (std::regex_match(message, parts, empty)) {
+            seen.empty_names.insert(parts[1]);
+        } else if (message == "There is an item has no name.") {
+            ++seen.nameless;
+        }
+    }
+}
+
+}  // namespace
+
+Observation Observe(Process& launcher, ObservedPlaces const& places, bool is_steady) {
+    Watch watch(launcher, places);
+    Observation seen;
+    seen.launcher = watch.UntilSettled();
+    seen.log = ReadFile(places.log);
+    ReadLog(seen, launcher.Pid());
+    if (seen.launcher == "runs") {
+        seen.supervisors = watch.CountAll();
+        seen.chains = watch.Count(Fate::kChain);
+        if (is_steady && seen.given_up == 0 && watch.Count(Fate::kEnds) == 0) {
+            launcher.Signal(SIGTERM);
+            seen.end_by_sigterm = launcher.WaitForEnd();
+        }
+    }
+    for (Report const& report : ReportsIn(places.reports)) {
+        seen.started.insert(report.arguments);
+    }
+    return seen;
+}

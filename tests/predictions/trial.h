@@ -1,0 +1,41 @@
+// One random launch list: made, checked and launched where it reaches nothing else.
+
+#ifndef TESTS_PREDICTIONS_TRIAL_H
+#define TESTS_PREDICTIONS_TRIAL_H
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+
+#include "tests/predictions/comparison.h"
+#include "tests/support/files.h"
+
+// Copies of the programs under test, where every user can reach them.
+struct Tools {
+    Tools();
+
+    TempDirectory const directory;
+    std::filesystem::path const launcher;
+    std::filesystem::path const checker;
+    // The bytes of tests/support/probe.
+    std::string const probe;
+};
+
+struct TrialResult {
+    // What the launcher did, or "failed" if the trial itself did.
+    std::string launcher;
+    Comparison comparison;
+    // The list, the prediction and the log, for people.
+    std::string description;
+};
+
+// Makes the list of this seed in a PID namespace and on a disk of its own, asks
+// launchlist-check about it, launches it, and writes the result to a file. Nothing that
+// it starts lives longer. To be called in a process that has nothing else to do; returns
+// its exit code.
+int Try(Tools const& tools, std::uint64_t seed, std::string const& result_file);
+
+// Reads what Try has written. The result is that of a failed trial if there is nothing.
+TrialResult ReadResult(std::string const& result_file);
+
+#endif
