@@ -1,10 +1,11 @@
 // Takes every input for a launch list and does all that the launcher does with one, short
 // of starting programs: reads the file, walks the items, and makes each program's
 // argument vector. Compares what comes of it with a model that reads jsoncpp's values by
-// itself.
+// itself, and with what launchlist-check says.
 
 #include <json/reader.h>
 
+#include <algorithm>
 #include <exception>
 #include <map>
 #include <optional>
@@ -15,6 +16,8 @@
 #include "fuzz/input_pipe.h"
 #include "launcher/argument_vector.h"
 #include "launcher/main.h"
+#include "tools/launchlist_check/list_check.h"
+#include "tools/launchlist_check/output.h"
 
 namespace {
 
@@ -198,6 +201,46 @@ void CheckTable() {
     }
 }
 
+// What becomes of the launcher after this walk.
+Outcome OutcomeOf(Walk const& walk) {
+    if (walk.supervised.size() > latest.size()) {
+        return Outcome::KillsGroup;
+    }
+    if (walk.failed) {
+        return walk.supervised.empty() ? Outcome::Exits : Outcome::KillsGroup;
+    }
+    bool const aborts = std::any_of(walk.supervised.begin(), walk.supervised.end(),
+                                    [](Supervised const& item) { return !item.program; });
+    return aborts ? Outcome::Aborts : Outcome::Runs;
+}
+
+// Says whether a finding of one of these kinds is about an item that is supervised.
+bool HasFinding(CheckResult const& result, std::vector<std::string> const& kinds) {
+    return std::any_of(kinds.begin(), kinds.end(), [&result](std::string const& kind) {
+        return result.findings.Counts().count({kind, Severity::Error}) != 0;
+    });
+}
+
+// Compares what the check says with what has happened.
+void CheckTheCheck(std::string const& content, Walk const& walk) {
+    CheckOptions options;
+    options.asks_machine = false;
+    CheckResult const result = CheckLaunchList(content, options);
+    Require(result.outcome == OutcomeOf(walk), "the check knows what becomes of it");
+    if (result.outcome == Outcome::Runs) {
+        Require(result.programs == latest.size(), "the check counts the programs");
+        bool const has_aborting_child = std::any_of(
+            walk.supervised.begin(), walk.supervised.end(), [](Supervised const& item) {
+                return !item.program->empty() && !item.arguments;
+            });
+        Require(HasFinding(result, {"argc-type", "argc-too-large", "args-type",
+                                    "argument-type"}) == has_aborting_child,
+                "the check knows whose children abort");
+    }
+    Require(!ToLines({"fuzz", result}).empty() && !ToJson({{"fuzz", result}}).empty(),
+            "the check says something");
+}
+
 }  // namespace
 
 int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
@@ -210,6 +253,7 @@ int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
     if (content.empty()) {
         return 0;
     }
+    CheckTheCheck(content, walk);
     if (!list) {
         Require(walk.failed && walk.supervised.empty(), "what is no JSON fails");
         return 0;

@@ -89,7 +89,7 @@ class ItemCheck {
             return std::nullopt;
         }
         Json::Value& value = item["program"];
-        std::optional<std::string> const program = TextOf(value);
+        std::optional<std::string> program = TextOf(value);
         if (!program) {
             result.aborts = true;
             report.Error(

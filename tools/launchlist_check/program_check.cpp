@@ -9,6 +9,7 @@
 
 #include "tools/launchlist_check/program_file.h"
 
+// NOLINTNEXTLINE(readability-redundant-declaration): not every system declares it.
 extern char** environ;
 
 namespace {
@@ -72,7 +73,7 @@ ProgramVerdict Look(std::string const& path, std::vector<std::string> const& vec
 
 // Returns the reason in the words of the look at the file, if it knows one.
 std::string WhyRefused(std::string const& path, int error) {
-    std::string const reason = WhyNotExecutable(path);
+    std::string reason = WhyNotExecutable(path);
     if (!reason.empty()) {
         return reason;
     }
@@ -104,7 +105,7 @@ ProgramVerdict ProgramCheck::Check(std::string const& path,
         known->second.verdict.end != End::ArgumentsTooLong) {
         return known->second.verdict;
     }
-    ProgramVerdict const verdict = Ask(path, vector);
+    ProgramVerdict verdict = Ask(path, vector);
     asked[path] = {vector.size(), bytes, longest, verdict};
     return verdict;
 }

@@ -4,12 +4,9 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <regex>
 #include <string>
@@ -615,53 +612,6 @@ TEST(LaunchListCheck, ArgumentsThatAreNoStrings) {
     EXPECT_EQ(Check(ItemWith(R"("argc": 1, "args": {"0": "7000"})")), kOk);
 }
 
-// Returns the size of the environment as the system counts it, pointers apart.
-std::size_t EnvironmentSize() {
-    std::size_t size = 0;
-    for (char** variable = environ; *variable != nullptr; ++variable) {
-        size += std::string(*variable).size() + 1;
-    }
-    return size;
-}
-
-TEST(LaunchListCheck, MoreArgumentsThanTheSystemTakes) {
-    auto const of_length = [](std::size_t length) {
-        return ItemWith(R"("argc": 1, "args": {"0": ")" + std::string(length, 'x') +
-                        "\"}");
-    };
-    // The system's limit for one string is 128 KiB with its zero.
-    EXPECT_EQ(Check(of_length(131071)), kOk);
-    EXPECT_EQ(
-        Check(of_length(131072)),
-        "list.json: error: " + kItem +
-            "the arguments take 131081 bytes, the longest 131073, and the "
-            "environment " +
-            std::to_string(EnvironmentSize()) +
-            ": more than the system takes, so the program cannot be executed, and " +
-            kChain + " [arguments-size]\n");
-}
-
-TEST(LaunchListCheck, TheEnvironmentCountsToTheArguments) {
-    // Just what a stack of the usual 8 MiB leaves for both, in strings that are not too
-    // long.
-    std::string args;
-    for (int i = 0; i < 19; ++i) {
-        args += (i == 0 ? "\"" : ", \"") + std::to_string(i) + "\": \"" +
-                std::string(100'000, 'x') + '"';
-    }
-    std::string const list = ItemWith(R"("argc": 19, "args": {)" + args + "}");
-    EXPECT_EQ(Check(list), kOk);
-    for (int i = 0; i < 4; ++i) {
-        setenv(("LIST_CHECK_" + std::to_string(i)).c_str(),
-               std::string(100'000, 'x').c_str(), 1);
-    }
-    CheckResult const result = CheckLaunchList(list);
-    for (int i = 0; i < 4; ++i) {
-        unsetenv(("LIST_CHECK_" + std::to_string(i)).c_str());
-    }
-    EXPECT_EQ(result.findings.Counts().count({"arguments-size", Severity::Error}), 1U);
-}
-
 TEST(LaunchListCheck, MembersThatNobodyReads) {
     EXPECT_EQ(Check(ItemWith(R"("arg": {"0": "x"})")),
               "list.json: warning: " + kItem +
@@ -860,27 +810,7 @@ TEST_F(ListFile, ThatCannotBeOpenedOrRead) {
         "list.json:1:1: error: this is a directory: the launcher reads it for ever, "
         "in a busy loop that only SIGKILL ends [directory]\n" +
             kOneError);
-    EXPECT_EQ(Check("/proc/self/mem"),
-              "list.json:1:1: error: reading fails: Input/output error: the launcher "
-              "tries it for ever, in a busy loop that only SIGKILL ends [unreadable]\n" +
-                  kOneError);
     EXPECT_EQ(Check(directory.Write("list", ItemWith(""))), kOk);
-}
-
-TEST_F(ListFile, ThatIsASocket) {
-    std::string const path = directory.Path() / "socket";
-    int const listener = socket(AF_UNIX, SOCK_STREAM, 0);
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    ASSERT_LT(path.size(), sizeof address.sun_path);
-    path.copy(address.sun_path, path.size());
-    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-reinterpret-cast)
-    ASSERT_EQ(bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-    EXPECT_EQ(Check(path),
-              "list.json:1:1: error: this cannot be opened: No such device or address: "
-              "the launcher ends without a word, with exit code 0 [unreadable]\n" +
-                  kOneError);
-    close(listener);
 }
 
 TEST_F(ListFile, ThatNeverEnds) {

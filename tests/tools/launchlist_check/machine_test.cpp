@@ -5,11 +5,15 @@
 #include <linux/seccomp.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <sys/syscall.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <cstddef>
+#include <cstdlib>
 #include <fstream>
 
 #include "tests/support/limited_launcher.h"
@@ -26,6 +30,16 @@ Finding OnlyFinding(std::string const& list) {
     std::vector<Finding> const findings = CheckLaunchList(list).findings.InOrder();
     EXPECT_EQ(findings.size(), 1U) << list;
     return findings.empty() ? Finding() : findings[0];
+}
+
+// Returns a list of one item, whose program is the shell, with more members.
+std::string ShellWith(std::string const& members) {
+    return R"({"0": {"name": "a", "program": "/bin/sh", )" + members + "}}";
+}
+
+// Returns what is printed about the file.
+std::string CheckFile(std::string const& path) {
+    return ToLines({"list.json", CheckLaunchListFile(path)});
 }
 
 class Machine : public LauncherTest {
@@ -145,6 +159,76 @@ TEST_F(Machine, WhereItLetsNobodyTraceFilesAreLookedAtAndANoteSaysSo) {
     EXPECT_THAT(lines[2], HasSubstr("(this user may not execute it)"));
     EXPECT_THAT(lines[3], HasSubstr("[arguments-size]"));
     EXPECT_EQ(lines[4], "list.json: 3 errors");
+}
+
+// Returns the size of the environment as the system counts it, pointers apart.
+std::size_t EnvironmentSize() {
+    std::size_t size = 0;
+    for (char** variable = environ; *variable != nullptr; ++variable) {
+        size += std::string(*variable).size() + 1;
+    }
+    return size;
+}
+
+TEST_F(Machine, TakesNoLongerArgumentThan128KiB) {
+    auto const of_length = [](std::size_t length) {
+        return ShellWith(R"("argc": 1, "args": {"0": ")" + std::string(length, 'x') +
+                         "\"}");
+    };
+    // The system's limit for one string is 128 KiB with its zero.
+    EXPECT_TRUE(CheckLaunchList(of_length(131071)).findings.Counts().empty());
+    Finding const finding = OnlyFinding(of_length(131072));
+    EXPECT_EQ(finding.kind, "arguments-size");
+    EXPECT_EQ(
+        finding.message,
+        "the arguments take 131081 bytes, the longest 131073, and the environment " +
+            std::to_string(EnvironmentSize()) +
+            ": more than the system takes, so the program cannot be executed, and a "
+            "chain of processes grows, one more every 50 ms");
+}
+
+TEST_F(Machine, CountsTheEnvironmentToTheArguments) {
+    // Just what a stack of the usual 8 MiB leaves for both, in strings that are not too
+    // long.
+    std::string args;
+    for (int i = 0; i < 19; ++i) {
+        args += (i == 0 ? "\"" : ", \"") + std::to_string(i) + "\": \"" +
+                std::string(100'000, 'x') + '"';
+    }
+    std::string const list = ShellWith(R"("argc": 19, "args": {)" + args + "}");
+    EXPECT_TRUE(CheckLaunchList(list).findings.Counts().empty());
+    for (int i = 0; i < 4; ++i) {
+        setenv(("LIST_CHECK_" + std::to_string(i)).c_str(),
+               std::string(100'000, 'x').c_str(), 1);
+    }
+    CheckResult const result = CheckLaunchList(list);
+    for (int i = 0; i < 4; ++i) {
+        unsetenv(("LIST_CHECK_" + std::to_string(i)).c_str());
+    }
+    EXPECT_EQ(result.findings.Counts().count({"arguments-size", Severity::Error}), 1U);
+}
+
+TEST_F(Machine, OpensNoSocketForTheLauncher) {
+    std::string const path = directory.Path() / "socket";
+    int const listener = socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    ASSERT_LT(path.size(), sizeof address.sun_path);
+    path.copy(address.sun_path, path.size());
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-reinterpret-cast)
+    ASSERT_EQ(bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    EXPECT_EQ(CheckFile(path),
+              "list.json:1:1: error: this cannot be opened: No such device or address: "
+              "the launcher ends without a word, with exit code 0 [unreadable]\n"
+              "list.json: 1 error\n");
+    close(listener);
+}
+
+TEST_F(Machine, FailsToReadSomeFilesForEver) {
+    EXPECT_EQ(CheckFile("/proc/self/mem"),
+              "list.json:1:1: error: reading fails: Input/output error: the launcher "
+              "tries it for ever, in a busy loop that only SIGKILL ends [unreadable]\n"
+              "list.json: 1 error\n");
 }
 
 class MachineOfALimitedUser : public LimitedLauncherTest {
