@@ -61,16 +61,15 @@ class JsonObject {
     // - comments as in C and C++;
     // - text after the value, which is not looked at: "1 x" is 1;
     // - an object with one key twice: the later value counts;
-    // - strings with bytes that are not UTF-8. Conversions return those bytes. ToText and
-    //   ToStyledText write other characters for them and for up to three bytes after
-    //   each.
+    // - strings with bytes that are not UTF-8. Conversions return them. ToText and
+    //   ToStyledText write other characters for them and for up to three bytes after.
     //
     // They do not accept a byte-order mark, or a comma before "]" or "}".
     //
     // A number with a fraction or an exponent is read as the C++ library reads a double in
     // the global std::locale. Where that has a decimal comma, 1.5 is 1, or is not JSON if
-    // a point separates thousands. Numbers below 2.2e-308, like 1e-320, are not JSON with
-    // libc++.
+    // a point separates thousands. Numbers too large for a double, like 1e400, are not
+    // JSON. Nor are, with libc++, numbers below 2.2e-308, like 1e-320.
 
     // Parses the `length` bytes at `buffer`, which need no terminator and may hold NULs,
     // without comments.

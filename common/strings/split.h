@@ -23,7 +23,8 @@
 // but only what it returns is kept. They throw std::bad_function_call if `transform` is
 // empty and there is a piece, and whatever `transform` throws.
 //
-// All may be called from any thread.
+// All throw std::bad_alloc if memory runs out; no function returns only some of the
+// pieces. All may be called from any thread.
 
 #ifndef COMMON_STRINGS_SPLIT_H
 #define COMMON_STRINGS_SPLIT_H
