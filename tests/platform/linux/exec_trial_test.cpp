@@ -141,7 +141,7 @@ TEST_F(ExecTrialTest, DescriptorsThatTheLauncherClosesAreClosed) {
     Process tester([] {
         int const file = open("/bin/true", O_RDONLY);
         dup2(file, STDIN_FILENO);
-        return Try("/dev/stdin").error == ENOENT ? 0 : 1;
+        return Try("/proc/self/fd/0").error == ENOENT ? 0 : 1;
     });
     EXPECT_EQ(tester.WaitForEnd(), "exit 0");
 }
