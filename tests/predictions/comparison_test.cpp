@@ -294,6 +294,12 @@ TEST(Comparison, TheChecksExitCodeTellsOfErrors) {
     EXPECT_THAT(Differences(prediction, BothRun()), SizeIs(1));
 }
 
+TEST(Comparison, APredictionWithoutAnAnswerOfTheSystemDiffers) {
+    Prediction const prediction =
+        Predicted("runs", 2, {Finding("static-check", "", "", "note")});
+    EXPECT_THAT(Differences(prediction, BothRun()), ElementsAre(HasSubstr("system")));
+}
+
 TEST(Comparison, AFindingOfAnUnknownKindDiffers) {
     EXPECT_THAT(Differences(Predicted("runs", 2, {Finding("new", "0", "")}), BothRun()),
                 ElementsAre(HasSubstr("new")));

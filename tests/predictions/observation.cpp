@@ -58,7 +58,7 @@ std::filesystem::path ProgramOf(pid_t pid) {
     return std::filesystem::read_symlink("/proc/" + std::to_string(pid) + "/exe", error);
 }
 
-// Returns how often the process has called read.
+// Returns how often the process and the children that it has waited for have called read.
 long CountReads(pid_t pid) {
     std::istringstream lines(ReadFile("/proc/" + std::to_string(pid) + "/io"));
     std::string key;
@@ -85,7 +85,7 @@ class Watch {
                 end = launcher.WaitForEnd();
             } else if (Look()) {
                 end = "runs";
-            } else if (CountReads(launcher.Pid()) > kManyReads) {
+            } else if (ReadsForEver()) {
                 end = "reads for ever";
             } else if (WaitsForWriter()) {
                 end = "waits for a writer";
@@ -123,8 +123,15 @@ class Watch {
         return main_waited && Count(Fate::kUnknown) == 0 && MainWaits();
     }
 
+    // A process that is about to end seems to wait as before, but does not sleep.
     bool MainWaits() const {
-        return WaitsForCondition(SystemCallOf(launcher.Pid(), launcher.Pid()));
+        return WaitsForCondition(SystemCallOf(launcher.Pid(), launcher.Pid())) &&
+               StateOf(launcher.Pid()) == 'S';
+    }
+
+    // What programs have read counts too, once they have ended.
+    bool ReadsForEver() const {
+        return supervisors.empty() && CountReads(launcher.Pid()) > kManyReads;
     }
 
     void LookAt(pid_t thread, Supervisor& supervisor, Parents const& parents) const {

@@ -1,8 +1,6 @@
 #include "tests/predictions/random_list.h"
 
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -175,18 +173,25 @@ void RandomListMaker::MakeLargeArguments(WrittenItem& item) {
     std::size_t const wanted =
         room - std::min(room, list.padding) + random.Below(8'000) - 4'000;
     std::size_t const each = 1'000 + random.Below(30'000);
-    std::size_t const count = wanted / (each + 1 + sizeof(char*));
-    item.argc = std::to_string(count);
-    for (std::size_t i = 0; i < count; ++i) {
-        item.arguments[std::to_string(i)] = Plain(std::string(each, 'a'));
+    // What an argument takes beside its letters: a zero byte and a pointer.
+    std::size_t const extra = 1 + sizeof(char*);
+    std::size_t left = wanted;
+    int count = 0;
+    for (; left > extra; ++count) {
+        std::size_t const size = std::min(each, left - extra);
+        item.arguments[std::to_string(count)] = Plain(std::string(size, 'a'));
+        left -= size + extra;
     }
+    item.argc = std::to_string(count);
 }
 
 WrittenItem RandomListMaker::MakeItem(std::size_t number) {
     WrittenItem item = MakeRightItem(number);
     if (number > 0 && random.OneIn(8)) {
-        WrittenItem const& earlier = list.items[std::to_string(random.Below(number))];
-        item.program = earlier.program.path.empty() ? item.program : earlier.program;
+        auto const earlier = list.items.find(std::to_string(random.Below(number)));
+        if (earlier != list.items.end() && !earlier->second.program.path.empty()) {
+            item.program = earlier->second.program;
+        }
     } else if (random.OneIn(3)) {
         item.program = programs.MakeAny();
         list.is_steady = list.is_steady && item.program.executed != Executed::kMaybeProbe;
