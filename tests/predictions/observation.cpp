@@ -32,8 +32,6 @@ enum class Fate { kUnknown, kExecuted, kEnds, kChain };
 // What is known of a thread that supervises an item.
 struct Supervisor {
     Fate fate = Fate::kUnknown;
-    // The children that it has waited for.
-    std::set<pid_t> children = {};
     // How often its child was seen in another program than the launcher.
     int times_executed = 0;
 };
@@ -138,11 +136,11 @@ class Watch {
         SystemCall const call = SystemCallOf(launcher.Pid(), thread);
         for (auto const& [process, parent] : parents) {
             if (parent == launcher.Pid() && WaitsForProcess(call, process)) {
-                supervisor.children.insert(process);
                 LookAtChild(process, supervisor, HasChild(parents, process));
             }
         }
-        if (supervisor.children.size() > 1) {
+        // The pause after the end of a child.
+        if (WaitsForTime(call)) {
             supervisor.fate = Fate::kEnds;
         }
     }

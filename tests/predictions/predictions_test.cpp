@@ -65,6 +65,10 @@ class Predictions : public testing::Test {
         TrialResult const result = ReadResult(trial.result_file);
         std::filesystem::remove(trial.result_file);
         ++outcomes[result.launcher];
+        if (++tried % 1000 == 0) {
+            std::printf("%d lists tried\n", tried);
+            std::fflush(stdout);
+        }
         for (std::string const& kind : result.comparison.kinds) {
             ++kinds[kind];
         }
@@ -93,15 +97,16 @@ class Predictions : public testing::Test {
     std::vector<RunningTrial> running;
     std::map<std::string, int> outcomes;
     std::map<std::string, int> kinds;
+    int tried = 0;
     int mismatches = 0;
 };
 
 TEST_F(Predictions, OfRandomListsHold) {
     std::uint64_t const count = NumberFrom("PREDICTION_LISTS", kListsOfASuite);
     std::uint64_t const first = NumberFrom("PREDICTION_SEED", 1);
-    for (std::uint64_t tried = 0; tried < count || !running.empty();) {
-        if (tried < count && running.size() < kAtOnce) {
-            Start(first + tried++);
+    for (std::uint64_t started = 0; started < count || !running.empty();) {
+        if (started < count && running.size() < kAtOnce) {
+            Start(first + started++);
         } else {
             std::this_thread::sleep_for(std::chrono::milliseconds(2));
         }

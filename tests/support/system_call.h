@@ -28,6 +28,9 @@ bool WaitsForThread(SystemCall const& call);
 // The same for a lock that another thread holds.
 bool WaitsForLock(SystemCall const& call);
 
+// The same for a time to pass.
+bool WaitsForTime(SystemCall const& call);
+
 // Says whether a thread in this system call waits for the end of this process.
 bool WaitsForProcess(SystemCall const& call, pid_t process);
 

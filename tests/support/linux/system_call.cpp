@@ -57,6 +57,10 @@ bool WaitsForLock(SystemCall const& call) {
            call.arguments[3] == no_deadline;
 }
 
+bool WaitsForTime(SystemCall const& call) {
+    return call.number == SYS_clock_nanosleep || call.number == SYS_nanosleep;
+}
+
 bool WaitsForProcess(SystemCall const& call, pid_t process) {
     return call.number == SYS_wait4 && static_cast<pid_t>(call.arguments[0]) == process;
 }

@@ -34,6 +34,10 @@ bool WaitsForLock(SystemCall const& /*call*/) {
     ThrowForLackOfLinux();
 }
 
+bool WaitsForTime(SystemCall const& /*call*/) {
+    ThrowForLackOfLinux();
+}
+
 bool WaitsForProcess(SystemCall const& /*call*/, pid_t /*process*/) {
     ThrowForLackOfLinux();
 }
