@@ -49,6 +49,22 @@ std::string Shortened(std::string const& text) {
     return shortened;
 }
 
+std::string Variable(char const* name) {
+    char const* const value = std::getenv(name);
+    return value != nullptr ? value : "";
+}
+
+// Keeps only the options of sanitizers. Their search for leaks needs a process, and is
+// left out if there are few.
+void ClearEnvironment(bool has_few_processes) {
+    std::string const address_options =
+        Variable("ASAN_OPTIONS") + (has_few_processes ? ":detect_leaks=0" : "");
+    std::string const undefined_options = Variable("UBSAN_OPTIONS");
+    clearenv();
+    setenv("ASAN_OPTIONS", address_options.c_str(), 1);
+    setenv("UBSAN_OPTIONS", undefined_options.c_str(), 1);
+}
+
 std::filesystem::path CopyBundle(std::filesystem::path const& directory) {
     std::filesystem::copy(std::filesystem::path(BUNDLE).parent_path(),
                           directory / "Tamlin.app",
@@ -128,7 +144,7 @@ class Trial {
         int const file = open(output.c_str(), O_WRONLY);
         dup2(file, STDOUT_FILENO);
         close(file);
-        clearenv();
+        ClearEnvironment(list.processes > 0);
         setenv("HOME", (kPlace / "home").c_str(), 1);
         setenv("PROBE_DIR", places.reports.c_str(), 1);
         setenv("PADDING", std::string(list.padding, 'p').c_str(), 1);
