@@ -182,13 +182,13 @@ EOF
 
 # Configures the preset in $1, in build/$1.
 configure_build() {
-    check_cmake_version
     (cd "$root" && cmake --preset "$1") ||
         fail "build/$1 could not be configured; cmake says why above"
 }
 
 # Configures and builds the preset in $1, in build/$1.
 build() {
+    check_cmake_version
     say "building build/$1"
     configure_build "$1"
     (cd "$root" && cmake --build --preset "$1") ||
