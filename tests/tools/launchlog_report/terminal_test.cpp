@@ -250,9 +250,9 @@ TEST_F(LaunchlogReportOnATerminal, EachTableIsInThePlaceOfTheLast) {
     WriteLog(512);
     EXPECT_TRUE(WaitFor([this] {
         TakeOutput();
-        return screen->Shown().at(1).find("exit 2") != std::string::npos;
+        std::vector<std::string> const shown = screen->Shown();
+        return shown.size() == 22 && shown[1].find("exit 2") != std::string::npos;
     }));
-    EXPECT_EQ(screen->Shown().size(), 22U);
     EXPECT_THAT(screen->Shown().at(0), StartsWith("  NAME"));
 }
 
