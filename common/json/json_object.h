@@ -66,9 +66,9 @@ class JsonObject {
     //
     // They do not accept a byte-order mark, or a comma before "]" or "}".
     //
-    // A number with a fraction or an exponent is read as the C++ library reads a double in
-    // the global std::locale. Where that has a decimal comma, 1.5 is 1, or is not JSON if
-    // a point separates thousands. Numbers too large for a double, like 1e400, are not
+    // A number with a fraction or an exponent is read as the C++ library reads a double
+    // in the global std::locale. Where that has a decimal comma, 1.5 is 1, or is not JSON
+    // if a point separates thousands. Numbers too large for a double, like 1e400, are not
     // JSON. Nor are, with libc++, numbers below 2.2e-308, like 1e-320.
 
     // Parses the `length` bytes at `buffer`, which need no terminator and may hold NULs,
