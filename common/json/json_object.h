@@ -85,7 +85,8 @@ class JsonObject {
     // A view if `other`'s own document is null, else the owner of a deep copy of it.
     JsonObject(JsonObject const& other);
 
-    // Leaves the value that a view refers to as it is.
+    // Leaves the value that a view refers to as it is. Needs little stack, however deep
+    // the document is.
     virtual ~JsonObject();
 
     // An owning object that holds {}.

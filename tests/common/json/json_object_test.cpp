@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <json/writer.h>
+#include <pthread.h>
 
 #include <cmath>
 #include <cstdint>
@@ -14,6 +15,8 @@
 #include <type_traits>
 #include <typeinfo>
 #include <utility>
+
+#include "tests/support/allocation_limit.h"
 
 namespace {
 
@@ -798,6 +801,41 @@ class Derived : public JsonObject {
   private:
     bool& ended;
 };
+
+// A thousand levels, the most that are parsed: arrays and objects by turns, and a number.
+std::string ThousandLevels() {
+    std::string text = "[1]";
+    for (int i = 0; i < 499; ++i) {
+        text.insert(0, R"({"a": [[2], )");
+        text += "]}";
+    }
+    return text;
+}
+
+TEST(JsonObject, ADeepOneIsDestroyedOnASmallStack) {
+    std::string const text = ThousandLevels();
+    auto document = std::make_unique<JsonObject>(text.c_str());
+    auto const destroy = [](void* documents) -> void* {
+        static_cast<std::unique_ptr<JsonObject>*>(documents)->reset();
+        return nullptr;
+    };
+    pthread_attr_t attributes;
+    pthread_t thread = {};
+    ASSERT_EQ(pthread_attr_init(&attributes), 0);
+    ASSERT_EQ(pthread_attr_setstacksize(&attributes, 65'536), 0);
+    ASSERT_EQ(pthread_create(&thread, &attributes, destroy, &document), 0);
+    ASSERT_EQ(pthread_join(thread, nullptr), 0);
+    EXPECT_EQ(document, nullptr);
+    ASSERT_EQ(pthread_attr_destroy(&attributes), 0);
+}
+
+TEST(JsonObject, IsDestroyedWithoutMemoryForThat) {
+    std::string const text = ThousandLevels();
+    auto document = std::make_unique<JsonObject>(text.c_str());
+    AllocationLimit const limit(sizeof(Json::Value));  // it asks for room for two
+    document.reset();
+    EXPECT_EQ(document, nullptr);
+}
 
 TEST(JsonObject, OnlyItsDestructorIsVirtual) {
     bool ended = false;
