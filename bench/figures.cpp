@@ -23,6 +23,11 @@ std::string ThreeDigits(double value) {
     return text;
 }
 
+// The median with three digits, nothing if there is none.
+std::string MedianText(std::vector<double> const& values) {
+    return values.empty() ? "" : ThreeDigits(Median(values));
+}
+
 Json::Value ToJson(std::vector<double> const& values) {
     Json::Value array(Json::arrayValue);
     for (double const value : values) {
@@ -88,9 +93,9 @@ void Figures::PrintTables(std::ostream& out) const {
             char text[32] = "";
             std::snprintf(text, sizeof text, "%.2f", ratio);
             out << "| " << row.name << " | " << row.unit << " | "
-                << ThreeDigits(Median(row.values[kLauncher])) << " | "
-                << ThreeDigits(Median(row.values[kFloor])) << " | "
-                << (ratio == 0 ? "" : text) << " |\n";
+                << MedianText(row.values[kLauncher]) << " | "
+                << MedianText(row.values[kFloor]) << " | " << (ratio == 0 ? "" : text)
+                << " |\n";
         }
         out << "\n";
     }

@@ -32,7 +32,7 @@ class Figures {
   public:
     // Adds what one round has measured. Tables and rows stand in the order of their first
     // values. Both kinds get equally many values, and the values of one round stand at
-    // the same place in both.
+    // the same place in both; or the launcher alone has values.
     void Add(std::string const& table, std::string const& row, std::string const& unit,
              Kind kind, double value);
 

@@ -37,6 +37,7 @@ struct Extent {
     double idle = 10;     // seconds
     double storm = 10;    // seconds
     std::size_t crowd = 1000;
+    std::size_t multitude = 10'000;  // without the floor, which would take hours
 };
 
 Extent QuickExtent() {
@@ -49,6 +50,7 @@ Extent QuickExtent() {
     quick.idle = 1;
     quick.storm = 2;
     quick.crowd = 200;
+    quick.multitude = 400;
     return quick;
 }
 
@@ -95,6 +97,11 @@ class Bench {
   public:
     explicit Bench(Extent measured_extent) : extent(measured_extent), user(home.Path()) {}
 
+    void BeginRound() {
+        costs_of_one[kLauncher].clear();
+        costs_of_one[kFloor].clear();
+    }
+
     // `measure` is one of the members below. Every other round the floor comes first.
     void Run(void (Bench::*measure)(Kind), int round) {
         Kind const first = round % 2 == 0 ? kLauncher : kFloor;
@@ -106,7 +113,9 @@ class Bench {
     void OneProgramRestarts(Kind kind);
     void TenIdlePrograms(Kind kind);
     void HundredIdlePrograms(Kind kind);
-    void Crowd(Kind kind);
+    void Few(Kind kind);
+    void Crowd(Kind kind) { OneOfMany(kind, extent.crowd); }
+    void Multitude(Kind kind);
     void Storm(Kind kind);
 
     Figures figures;
@@ -127,10 +136,23 @@ class Bench {
 
     void AddMemory(Kind kind, Supervisor const& supervisor, std::size_t count);
 
+    // What a restart costs, with the program: microseconds of CPU, and the program's page
+    // faults.
+    struct Cost {
+        double cpu;
+        double faults;
+    };
+
     // Measures restarts of the first item's program for so many seconds, kills the
     // supervisor, and adds what a restart costs to the table.
-    void MeasureRestarts(Kind kind, Supervisor& supervisor, Stamps const& stamps,
+    Cost MeasureRestarts(Kind kind, Supervisor& supervisor, Stamps const& stamps,
                          double seconds, std::string const& table);
+
+    // Measures restarts of the first one of otherwise idle programs.
+    Cost MeasureOneOf(Kind kind, std::size_t count);
+
+    // The same, and adds what they cost against those of one alone in this round.
+    void OneOfMany(Kind kind, std::size_t count);
 
     void AddLatency(Kind kind, std::vector<double> const& beyond_pause,
                     std::string const& table);
@@ -142,6 +164,7 @@ class Bench {
 
     Extent const extent;
     double own_of_one[2] = {};  // the latest private memory with one program, by Kind
+    std::vector<Cost> costs_of_one[2];  // in this round, by Kind
     TempDirectory const home;
     PasswdRecord const user;
 };
@@ -230,8 +253,9 @@ void Bench::AddLatency(Kind kind, std::vector<double> const& beyond_pause,
     figures.Add(table, name + "maximum", "us", kind, Percentile(beyond_pause, 100));
 }
 
-void Bench::MeasureRestarts(Kind kind, Supervisor& supervisor, Stamps const& stamps,
-                            double seconds, std::string const& table) {
+Bench::Cost Bench::MeasureRestarts(Kind kind, Supervisor& supervisor,
+                                   Stamps const& stamps, double seconds,
+                                   std::string const& table) {
     checks.Expect(stamps.WaitForPause(0), Name(kind, stamps) + ": no restart");
     double const cpu = supervisor.Cpu();
     Faults const faults = supervisor.ReadFaults();
@@ -252,8 +276,10 @@ void Bench::MeasureRestarts(Kind kind, Supervisor& supervisor, Stamps const& sta
                 own + of_programs);
     figures.Add(table, "page faults for a restart: supervisor", "", kind,
                 static_cast<double>(more_faults.own - faults.own) / restarts);
-    figures.Add(table, "page faults for a restart: the program", "", kind,
-                static_cast<double>(more_faults.children - faults.children) / restarts);
+    double const of_program =
+        static_cast<double>(more_faults.children - faults.children) / restarts;
+    figures.Add(table, "page faults for a restart: the program", "", kind, of_program);
+    return {own + of_programs, of_program};
 }
 
 void Bench::OneProgramStartsAndStops(Kind kind) {
@@ -287,15 +313,46 @@ void Bench::HundredIdlePrograms(Kind kind) {
     StopIdle(kind, *supervisor, stamps);
 }
 
-void Bench::Crowd(Kind kind) {
-    Stamps stamps(extent.crowd);
+Bench::Cost Bench::MeasureOneOf(Kind kind, std::size_t count) {
+    Stamps stamps(count);
     auto const supervisor = StartIdle(kind, stamps);
     checks.Expect(stamps.TotalStarts() == stamps.Count(),
                   Name(kind, stamps) + ": a program has started again");
     stamps.SetStays(0, false);
     kill(stamps.Pid(0), SIGKILL);
-    MeasureRestarts(kind, *supervisor, stamps, extent.crowded,
-                    "One program that ends, of " + std::to_string(extent.crowd));
+    return MeasureRestarts(kind, *supervisor, stamps, extent.crowded,
+                           "One program that ends, of " + std::to_string(count));
+}
+
+void Bench::OneOfMany(Kind kind, std::size_t count) {
+    Cost const cost = MeasureOneOf(kind, count);
+    std::vector<double> cpu_of_one;
+    std::vector<double> faults_of_one;
+    for (Cost const& of_one : costs_of_one[kind]) {
+        cpu_of_one.push_back(of_one.cpu);
+        faults_of_one.push_back(of_one.faults);
+    }
+    if (!cpu_of_one.empty()) {
+        std::string const row = "among " + std::to_string(count);
+        figures.Add("Growth: CPU for a restart with the program, against one alone", row,
+                    "times", kind, cost.cpu / Median(cpu_of_one));
+        figures.Add("Growth: page faults of the program, more than alone", row, "", kind,
+                    cost.faults - Median(faults_of_one));
+    }
+}
+
+void Bench::Few(Kind kind) {
+    for (int i = 0; i < extent.supervisors; ++i) {
+        costs_of_one[kind].push_back(MeasureOneOf(kind, 1));
+    }
+    OneOfMany(kind, 10);
+    OneOfMany(kind, 100);
+}
+
+void Bench::Multitude(Kind kind) {
+    if (kind == kLauncher) {
+        OneOfMany(kind, extent.multitude);
+    }
 }
 
 void Bench::Storm(Kind kind) {
@@ -359,7 +416,9 @@ Scenario const kScenarios[] = {
     {"restarts", &Bench::OneProgramRestarts, &Extent::supervisors},
     {"ten", &Bench::TenIdlePrograms, nullptr},
     {"hundred", &Bench::HundredIdlePrograms, nullptr},
+    {"few", &Bench::Few, nullptr},
     {"crowd", &Bench::Crowd, nullptr},
+    {"multitude", &Bench::Multitude, nullptr},
     {"storm", &Bench::Storm, nullptr},
 };
 
@@ -418,6 +477,7 @@ void Measure(Options const& options, Bench& bench) {
     for (int round = 0; round < options.extent.rounds; ++round) {
         std::cerr << "supervision: round " << round + 1 << " of " << options.extent.rounds
                   << std::endl;
+        bench.BeginRound();
         for (Scenario const& scenario : kScenarios) {
             int const times =
                 scenario.times == nullptr ? 1 : options.extent.*scenario.times;
