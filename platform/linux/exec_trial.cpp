@@ -112,7 +112,13 @@ ExecTrial Trace(pid_t child, int report) {
     return Judge(status, report);
 }
 
+// Ends the child. If its end was already waited for, its id may be another process's.
 void End(pid_t child) {
+    siginfo_t state = {};
+    if (waitid(P_PID, static_cast<id_t>(child), &state,
+               WEXITED | WSTOPPED | WNOHANG | WNOWAIT) != 0) {
+        return;
+    }
     kill(child, SIGKILL);
     int status = 0;
     while (WaitForChild(child, status) && WIFSTOPPED(status)) {

@@ -26,6 +26,23 @@
 
 namespace {
 
+// How many other processes got a signal from this one.
+int signals_sent = 0;
+
+}  // namespace
+
+extern "C" {
+
+int __real_kill(pid_t pid, int number);
+
+int __wrap_kill(pid_t pid, int number) {
+    signals_sent += pid == getpid() ? 0 : 1;
+    return __real_kill(pid, number);
+}
+}
+
+namespace {
+
 using Answer = ExecTrial::Answer;
 
 ExecTrial Try(std::string path) {
@@ -185,6 +202,14 @@ TEST_F(ExecTrialTest, NothingOfTheProgramRunsAndNothingIsLeft) {
     EXPECT_FALSE(std::filesystem::exists(marker));
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
     EXPECT_EQ(errno, ECHILD);
+}
+
+TEST_F(ExecTrialTest, WhatHasEndedByItselfGetsNoSignal) {
+    signals_sent = 0;
+    Try("/nothing/here");
+    EXPECT_EQ(signals_sent, 0);
+    Try("/bin/true");
+    EXPECT_EQ(signals_sent, 1);
 }
 
 // The process that asks is killed at every time of the asking.
