@@ -98,6 +98,7 @@ TEST(Memory, LackOfItWhileTextIsCutIsThrownAndNoPieceIsLost) {
 TEST(Memory, LackOfItWhileTextIsMadeIsThrown) {
     std::vector<std::string> const items = {kPiece, "", kPiece, "x"};
     ExpectLackOfMemoryIsThrown([&items] { return join(items, kPiece); });
+    ExpectLackOfMemoryIsThrown([&items] { return join(items, ","); });
     ExpectLackOfMemoryIsThrown([] { return URLEncode("a text of some length", false); });
     ExpectLackOfMemoryIsThrown([] { return NewUUID().size(); });
     ExpectLackOfMemoryIsThrown([] { return ensure_ends_with_divider(kPiece); });
