@@ -331,7 +331,7 @@ TEST_F(LauncherSupervision, FiftyProgramsTakeFewMappingsMoreThanOne) {
         return count;
     };
     std::size_t const of_one = mappings(1);
-    EXPECT_LT(mappings(50), of_one + 50 * MAPPINGS_OF_A_THREAD + 20);
+    EXPECT_LT(mappings(50), of_one + 50UL * MAPPINGS_OF_A_THREAD + 20);
 }
 #endif
 

@@ -95,7 +95,7 @@ bool IsNumber(Field field) {
 }
 
 std::string TimeText(std::optional<Time> const& time, TimeForm form, Time now) {
-    constexpr Time kDay = 24 * 60 * 60 * Time{1000};
+    constexpr Time kDay = Time{24} * 60 * 60 * 1000;
     if (!time) {
         return "-";
     }

@@ -641,7 +641,7 @@ TEST(LaunchListCheck, EveryFindingHasAPlace) {
     } const cases[] = {
         {"not-json", R"({"0": {},^})"},
         {"too-deep", ""},
-        {"text-behind", "{\"0\": {\"name\": \"a\", \"program\": \"/bin/sh\"}} ^x"},
+        {"text-behind", R"({"0": {"name": "a", "program": "/bin/sh"}} ^x)"},
         {"not-an-object", "/* list */ ^[]"},
         {"no-items", " ^{}"},
         {"repeated-key", R"({"0": {"name": "a", ^"name": "a", "program": "/bin/sh"}})"},
@@ -700,7 +700,7 @@ TEST(LaunchListCheck, OfManyFindingsOfOneKindTheFirstAreShownAndAllAreCounted) {
     for (int i = 0; i < 1020; ++i) {
         list += ",\n\"x" + std::to_string(i) + "\": 1";
     }
-    list += ", \"argc\": 1, \"args\": {\"0\": 7}}}";
+    list += R"(, "argc": 1, "args": {"0": 7}}})";
     CheckResult const result = CheckLaunchList(list);
     EXPECT_EQ(result.findings.Count(Severity::Warning), 1021U);
     std::vector<std::string> const lines = Lines(ToLines({"list.json", result}));
@@ -722,7 +722,7 @@ TEST(LaunchListCheck, OfManyFindingsOfOneKindTheFirstAreShownAndAllAreCounted) {
 TEST(LaunchListCheck, ErrorsAndWarningsOfOneKindAreCappedApart) {
     std::string list = "{";
     for (int i = 0; i < 21; ++i) {
-        list += "\"" + std::to_string(i) + "\": {\"name\": " + std::to_string(i) +
+        list += "\"" + std::to_string(i) + R"(": {"name": )" + std::to_string(i) +
                 ", \"program\": \"/bin/sh\"},\n";
     }
     list += R"("21": {"name": []}})";
@@ -735,7 +735,7 @@ TEST(LaunchListCheck, ErrorsAndWarningsOfOneKindAreCappedApart) {
 TEST(LaunchListCheck, LongTextsAreCutInFindings) {
     std::string const name(500, 'n');
     std::string const line =
-        Check(ItemOf("\"name\": \"" + name + "\", \"program\": \"/bin/sh\", \"" +
+        Check(ItemOf(R"("name": ")" + name + R"(", "program": "/bin/sh", ")" +
                      std::string(199, 'k') + "\xC3\xA9k\": 1"));
     EXPECT_EQ(line, "list.json: warning: item \"0\" (" + name.substr(0, 200) +
                         "...): the member \"" + std::string(199, 'k') +
@@ -836,7 +836,7 @@ TEST_F(ListFile, ThatIsLongerThanAnyListIsNotRead) {
     EXPECT_EQ(Check(path), too_large);
     std::filesystem::resize_file(path, 1UL << 40U);
     EXPECT_EQ(Check(path), too_large);
-    std::filesystem::resize_file(path, 64 * 1024 * 1024);
+    std::filesystem::resize_file(path, 64UL * 1024 * 1024);
     EXPECT_NE(Check(path), too_large);
 }
 

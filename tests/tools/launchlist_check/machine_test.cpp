@@ -73,7 +73,7 @@ TEST_F(Machine, ProgramsThatItRefusesMakeChains) {
         {Program("random", "\x01\x02"), "Exec format error"},
         {Program("over", "#!" + lost + "\n"),
          "its interpreter \"" + lost +
-             "\": its interpreter \"/nothing/here\": No such file or directory"},
+             R"(": its interpreter "/nothing/here": No such file or directory)"},
         {Program("self", "#!" + (directory.Path() / "self").string() + "\n"),
          "Too many levels of symbolic links: scripts interpret scripts, too many or in a "
          "circle"},

@@ -41,7 +41,7 @@ TEST_F(Chain, FourFirstStartsFiftyMillisecondsApartAreOne) {
     Starts(3, 52);
     EXPECT_FALSE(chain.IsChain());
     EXPECT_EQ(chain.Processes(), std::nullopt);
-    Start(103, kNoon + 3 * 52);
+    Start(103, kNoon + 3LL * 52);
     EXPECT_TRUE(chain.IsChain());
     EXPECT_EQ(chain.Processes(), 4);
 }
@@ -58,7 +58,7 @@ TEST_F(Chain, TheGapsOfFourStartsAreFromFiftyToAHundredMilliseconds) {
 TEST_F(Chain, TenFirstStartsFiveSecondsApartAreOne) {
     Starts(9, 5000);
     EXPECT_FALSE(chain.IsChain());
-    Start(200, kNoon + 9 * 5000);
+    Start(200, kNoon + 9LL * 5000);
     EXPECT_TRUE(chain.IsChain());
     chain = {};
     Starts(30, 5001);
@@ -73,8 +73,8 @@ TEST_F(Chain, TenFirstStartsFiveSecondsApartAreOne) {
 TEST_F(Chain, TheRestartsOfLaunchersAreNone) {
     for (int i = 0; i < 100; ++i) {
         for (int launcher : {1, 2, 3}) {
-            Start(launcher, kNoon + i * 52);
-            End(launcher, 1000 + 10 * i + launcher, kNoon + i * 52 + 1);
+            Start(launcher, kNoon + 52LL * i);
+            End(launcher, 1000 + 10 * i + launcher, kNoon + 52LL * i + 1);
         }
     }
     EXPECT_FALSE(chain.IsChain());
@@ -82,26 +82,26 @@ TEST_F(Chain, TheRestartsOfLaunchersAreNone) {
 
 TEST_F(Chain, LaunchersWhoseProgramsEndAreNone) {
     for (int i = 0; i < 30; ++i) {
-        Start(100 + i, kNoon + i * 60);
-        End(100 + i, 500 + i, kNoon + i * 60 + 10);
+        Start(100 + i, kNoon + 60LL * i);
+        End(100 + i, 500 + i, kNoon + 60LL * i + 10);
     }
     EXPECT_FALSE(chain.IsChain());
 }
 
 TEST_F(Chain, KnownLaunchersAreNoLinks) {
     for (int i = 0; i < 30; ++i) {
-        Start(100 + i, kNoon + i * 60, true);
+        Start(100 + i, kNoon + 60LL * i, true);
     }
     EXPECT_FALSE(chain.IsChain());
     Starts(3, 60);
     chain.Forget("101");
-    Start(200, kNoon + 3 * 60);
+    Start(200, kNoon + 3LL * 60);
     EXPECT_FALSE(chain.IsChain());
 }
 
 TEST_F(Chain, WithoutProcessIdsThereIsNone) {
     for (int i = 0; i < 30; ++i) {
-        Start(0, kNoon + i * 60);
+        Start(0, kNoon + 60LL * i);
     }
     EXPECT_FALSE(chain.IsChain());
 }
@@ -158,7 +158,7 @@ TEST_F(Chain, GrowsWithEachNewProcess) {
 
 TEST_F(Chain, IsOverWhenANewLauncherStartsLater) {
     Starts(10, 52);
-    Start(7, kNoon + 9 * 52 + 5001);
+    Start(7, kNoon + 9LL * 52 + 5001);
     EXPECT_FALSE(chain.IsChain());
     // The same, and the launcher has the process id of the old one, as in a container.
     Starts(10, 52, kNoon + 100'000);

@@ -253,13 +253,13 @@ TEST(Summary, AStartAloneIsNoRow) {
 TEST(Summary, AChainIsAStateAndTellsItsProcesses) {
     std::vector<LogEvent> events;
     for (int i = 0; i < 40; ++i) {
-        events.push_back(Start("a", std::to_string(100 + i), kNoon + i * 55));
+        events.push_back(Start("a", std::to_string(100 + i), kNoon + 55LL * i));
     }
     Row const row = RowOf(events, kNoon + 3 * kSecond);
     EXPECT_EQ(DescribeLastStatus(row), "chain of 40 processes");
     EXPECT_EQ(row.chain_processes, 40);
     EXPECT_TRUE(row.IsMarked());
-    EXPECT_EQ(row.last_line, kNoon + 39 * 55);
+    EXPECT_EQ(row.last_line, kNoon + 39LL * 55);
 }
 
 // Launchers that are started again and again start each of their items once.
@@ -267,8 +267,8 @@ TEST(Summary, LaunchersOfSeveralItemsAreNoChain) {
     std::vector<LogEvent> events;
     for (int i = 0; i < 40; ++i) {
         std::string const launcher = std::to_string(100 + i);
-        events.push_back(Start("a", launcher, kNoon + i * 55));
-        events.push_back(Start("b", launcher, kNoon + i * 55));
+        events.push_back(Start("a", launcher, kNoon + 55LL * i));
+        events.push_back(Start("b", launcher, kNoon + 55LL * i));
     }
     EXPECT_TRUE(RowsOf(events).empty());
     for (LogEvent& event : events) {
@@ -282,7 +282,7 @@ TEST(Summary, LaunchersOfSeveralItemsAreNoChain) {
 TEST(Summary, AFailedForkOfALinkIsNotThatOfTheLauncher) {
     std::vector<LogEvent> events;
     for (int i = 0; i < 10; ++i) {
-        events.push_back(Start("a", std::to_string(100 + i), kNoon + i * 55));
+        events.push_back(Start("a", std::to_string(100 + i), kNoon + 55LL * i));
     }
     events.push_back(Line(LogEventKind::FailedFork, "a", "109", kNoon + 600));
     EXPECT_EQ(DescribeLastStatus(RowOf(events)), "chain of 10 processes");

@@ -74,11 +74,11 @@ TEST(Table, TimesGetShorterAndColumnsAreLeftOutInANarrowSpace) {
 
 TEST(Table, TheShortestTimeIsADateIfItIsADayAway) {
     Report report = ReportOf({Item("a")});
-    report.now = kNoon + 24 * 60 * 60 * 1000 - 1;
+    report.now = kNoon + 24LL * 60 * 60 * 1000 - 1;
     EXPECT_THAT(TableOf(report, {45, {}}).at(1), HasSubstr("  12:00:00  "));
-    report.now = kNoon + 24 * 60 * 60 * 1000;
+    report.now = kNoon + 24LL * 60 * 60 * 1000;
     EXPECT_THAT(TableOf(report, {45, {}}).at(1), HasSubstr("  11-21  "));
-    report.now = kNoon - 24 * 60 * 60 * 1000;
+    report.now = kNoon - 24LL * 60 * 60 * 1000;
     EXPECT_THAT(TableOf(report, {45, {}}).at(1), HasSubstr("  11-21  "));
 }
 

@@ -16,7 +16,6 @@
 namespace {
 
 using testing::Contains;
-using testing::Each;
 using testing::HasSubstr;
 using testing::StartsWith;
 
