@@ -70,6 +70,14 @@ TEST_F(Chain, TenFirstStartsFiveSecondsApartAreOne) {
     EXPECT_EQ(chain.Processes(), 10);
 }
 
+// Its last line is a start: it was killed, and the next link has got its process id.
+TEST_F(Chain, AStartAfterAStartIsOfANewProcess) {
+    Starts(9, 1000);
+    Start(108, kNoon + 9LL * 1000);
+    EXPECT_TRUE(chain.IsChain());
+    EXPECT_EQ(chain.Processes(), 10);
+}
+
 TEST_F(Chain, TheRestartsOfLaunchersAreNone) {
     for (int i = 0; i < 100; ++i) {
         for (int launcher : {1, 2, 3}) {
