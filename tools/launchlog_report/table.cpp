@@ -114,7 +114,8 @@ std::string TimeText(std::optional<Time> const& time, TimeForm form, Time now) {
 std::string Text(Row const& row, Field field, TimeForm form, Time now) {
     switch (field) {
         case Field::Name:
-            return (row.IsMarked() ? "! " : "  ") + Printable(row.name);
+            return (row.IsMarked() ? "! " : "  ") +
+                   (row.name.empty() ? Quoted("") : Printable(row.name));
         case Field::Restarts:
             return std::to_string(row.restarts);
         case Field::PerMinute:
@@ -199,6 +200,10 @@ Texts MakeTable(std::vector<Row const*> const& rows, std::optional<std::size_t> 
         ++layout;
         lines = MakeCells(rows, *layout, now);
         widths = WidthsOf(lines);
+    }
+    // Where even the last layout does not fit, no padding is wider than the space.
+    for (std::size_t& width : widths) {
+        width = std::min(width, columns.value_or(width));
     }
     Texts texts;
     for (Cells const& cells : lines) {

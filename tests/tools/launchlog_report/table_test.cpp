@@ -1,6 +1,7 @@
 #include "tools/launchlog_report/table.h"
 
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 
 #include <algorithm>
 #include <clocale>
@@ -151,6 +152,29 @@ TEST(Table, AnEndlessNameWidensNoOtherLine) {
     EXPECT_LT(Lines(table).at(2).size(), 150U);
     EXPECT_THAT(Lines(table).at(1), StartsWith("  " + std::string(1'000'000, 'x') +
                                                "         1           1  2026"));
+}
+
+// The most memory that this process had so far, in KiB.
+long MostMemory() {
+    rusage usage = {};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss;
+}
+
+// No line is padded to the width of the name: 1,500 of them would take 1.5 GB.
+TEST(Table, AnEndlessNameTakesItsMemoryOnceInATinySpace) {
+    std::vector<Row> items(1500, Item("b"));
+    items.push_back(Item(std::string(999'000, 'x')));
+    Report const report = ReportOf(items);
+    long const before = MostMemory();
+    EXPECT_EQ(TableOf(report, {11, {}}).size(), 1502U);
+    EXPECT_LT(MostMemory() - before, 500'000);
+}
+
+TEST(Table, AnEmptyNameIsAPairOfQuotationMarks) {
+    EXPECT_THAT(TableOf(ReportOf({Item("")}), {}).at(1),
+                StartsWith("  \"\"           1 "));
+    EXPECT_THAT(TableOf(ReportOf({Item("", "often")}), {}).at(1), StartsWith("! \"\" "));
 }
 
 TEST(Table, TellsWhatLaunchersSaidAboutThemselves) {
