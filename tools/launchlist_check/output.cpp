@@ -90,7 +90,7 @@ Json::Value ToValue(Finding const& finding) {
         value["item"] = finding.subject.item;
     }
     if (!finding.subject.name.empty()) {
-        value["name"] = finding.subject.name;
+        value["name"] = ToUtf8(finding.subject.name);
     }
     return value;
 }

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "common/json/json_object.h"
+#include "tools/shared/printable.h"
 
 namespace {
 
@@ -33,7 +34,7 @@ Json::Value ToValue(ProgramEnd const& end) {
 
 Json::Value ToValue(Row const& row) {
     Json::Value value(Json::objectValue);
-    value["name"] = row.name;
+    value["name"] = ToUtf8(row.name);
     value["ends"] = static_cast<Json::Int64>(row.ends);
     value["restarts"] = static_cast<Json::Int64>(row.restarts);
     value["restarts_per_minute"] = NumberOrNull(row.restarts_per_minute);

@@ -113,6 +113,16 @@ bool IsUtf8(std::string const& text) {
     return true;
 }
 
+std::string ToUtf8(std::string const& text) {
+    std::string result;
+    for (std::size_t i = 0; i < text.size();) {
+        std::size_t const length = Decode(text.data() + i, text.size() - i).length;
+        result += length == 0 ? "\xEF\xBF\xBD" : text.substr(i, length);
+        i += std::max<std::size_t>(length, 1);
+    }
+    return result;
+}
+
 bool IsContinuation(char byte) {
     return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
 }

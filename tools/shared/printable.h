@@ -26,6 +26,9 @@ std::string Quoted(std::string const& text);
 // Says whether `text` is UTF-8 from its beginning to its end.
 bool IsUtf8(std::string const& text);
 
+// Returns `text` with U+FFFD in the place of each byte that is not UTF-8.
+std::string ToUtf8(std::string const& text);
+
 // Says whether the byte continues a character in UTF-8, and does not begin one.
 bool IsContinuation(char byte);
 

@@ -94,6 +94,16 @@ TEST(Quoted, PutsQuotationMarksAroundThePrintableText) {
     EXPECT_EQ(Quoted("a\tb"), "\"a\\x09b\"");
 }
 
+TEST(ToUtf8, ReplacesEachByteThatIsNotUtf8) {
+    std::string const replacement = "\xEF\xBF\xBD";
+    EXPECT_EQ(ToUtf8(""), "");
+    EXPECT_EQ(ToUtf8("caf\xC3\xA9\n\xF0\x9F\x98\x80"), "caf\xC3\xA9\n\xF0\x9F\x98\x80");
+    EXPECT_EQ(ToUtf8("caf\xE9"), "caf" + replacement);
+    EXPECT_EQ(ToUtf8("\xC3(\xFF"), replacement + "(" + replacement);
+    EXPECT_EQ(ToUtf8("\xED\xA0\x80"), replacement + replacement + replacement);
+    EXPECT_EQ(ToUtf8(std::string("a\0b", 3)), std::string("a\0b", 3));
+}
+
 TEST(CountCharacters, CountsNoContinuation) {
     EXPECT_EQ(CountCharacters(""), 0U);
     EXPECT_EQ(CountCharacters("agent"), 5U);
