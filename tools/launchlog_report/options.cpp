@@ -53,7 +53,7 @@ std::string ReadValues(CommandLine const& line, Options& options) {
         }
     }
     if (line.Has("--now")) {
-        options.now = ParseTimeStamp(line.options.at("--now"));
+        options.now = ParseTime(line.options.at("--now"));
         if (!options.now) {
             return "--now takes a time like 2026-11-21T12:00:00Z";
         }

@@ -68,6 +68,11 @@ class Cursor {
     }
 
     bool IsAtDigit() const { return IsDigit(Peek()); }
+    bool IsAtEnd() const { return place == text.size(); }
+
+    // The place that the next character is at; one of before to go back to.
+    std::size_t Place() const { return place; }
+    void GoBackTo(std::size_t before) { place = before; }
 
   private:
     static bool IsDigit(char letter) { return letter >= '0' && letter <= '9'; }
@@ -156,6 +161,35 @@ long long SecondsInLocalTime(Moment const& moment) {
     return std::mktime(&local);
 }
 
+// Takes a date, a time of day and perhaps a zone.
+std::optional<Time> TakeTime(Cursor& cursor, Moment& moment) {
+    if (!TakeDate(cursor, moment) ||
+        (cursor.TakeOneOf("T") == '\0' && !cursor.TakeAllOf(" ")) ||
+        !TakeTimeOfDay(cursor, moment)) {
+        return std::nullopt;
+    }
+    int const milliseconds = TakeFraction(cursor);
+    std::size_t const end = cursor.Place();
+    std::optional<int> const zone = TakeZone(cursor);
+    if (!zone) {
+        cursor.GoBackTo(end);
+    }
+    long long const seconds =
+        zone ? SecondsInUtc(moment) - *zone * 60LL : SecondsInLocalTime(moment);
+    return seconds * 1000 + milliseconds;
+}
+
+bool DayExists(Moment const& moment) {
+    Moment first;
+    first.year = moment.year;
+    first.month = moment.month;
+    first.day = 1;
+    Moment next = first;
+    next.year += moment.month / 12;
+    next.month = moment.month % 12 + 1;
+    return moment.day <= DaysBefore(next) - DaysBefore(first);
+}
+
 }  // namespace
 
 std::optional<Time> ParseTimeStamp(std::string const& line) {
@@ -163,16 +197,14 @@ std::optional<Time> ParseTimeStamp(std::string const& line) {
     cursor.TakeAllOf(" \t");
     cursor.TakeOneOf("[(");
     Moment moment;
-    if (!TakeDate(cursor, moment) ||
-        (cursor.TakeOneOf("T") == '\0' && !cursor.TakeAllOf(" ")) ||
-        !TakeTimeOfDay(cursor, moment)) {
-        return std::nullopt;
-    }
-    int const milliseconds = TakeFraction(cursor);
-    std::optional<int> const zone = TakeZone(cursor);
-    long long const seconds =
-        zone ? SecondsInUtc(moment) - *zone * 60LL : SecondsInLocalTime(moment);
-    return seconds * 1000 + milliseconds;
+    return TakeTime(cursor, moment);
+}
+
+std::optional<Time> ParseTime(std::string const& text) {
+    Cursor cursor(text);
+    Moment moment;
+    std::optional<Time> const time = TakeTime(cursor, moment);
+    return cursor.IsAtEnd() && DayExists(moment) ? time : std::nullopt;
 }
 
 std::string FormatTime(Time time) {

@@ -51,6 +51,39 @@ TEST_F(TimeStamp, ReadsOtherCommonForms) {
     EXPECT_EQ(ParseTimeStamp("2026-11-21 11:53:38.123456789Z"), kExample + 123);
 }
 
+TEST_F(TimeStamp, ATimeAloneIsReadAsAStamp) {
+    EXPECT_EQ(ParseTime("2026-11-21T11:53:38Z"), kExample);
+    EXPECT_EQ(ParseTime("2026-11-21 11:53:38.837 UTC"), kExample + 837);
+    EXPECT_EQ(ParseTime("2026-11-21T12:53:38+01:00"), kExample);
+    EXPECT_EQ(ParseTime("2026/11/21 12:53:38"), kExample);
+}
+
+TEST_F(TimeStamp, ATimeAloneHasNothingBeforeOrAfterIt) {
+    for (char const* const text :
+         {"2026-11-21T12:00:30Zulu", "2026-11-21T12:00:30Z ", "2026-11-21T12:00:30 ",
+          "2026-11-21T12:00:30Z x", "2026-11-21T12:00:30+", "2026-11-21T12:00:30+25:00",
+          "2026-11-21T12:00:30+01:0", "2026-11-21T12:00:300", "2026-11-21T12:00:30.5x",
+          " 2026-11-21T12:00:30Z", "[2026-11-21T12:00:30Z", "[2026-11-21T12:00:30Z]", "",
+          "2026-11-21"}) {
+        EXPECT_EQ(ParseTime(text), std::nullopt) << text;
+    }
+    EXPECT_EQ(ParseTime(std::string("2026-11-21T12:00:30Z\0", 21)), std::nullopt);
+}
+
+TEST_F(TimeStamp, TheDayOfATimeAloneExists) {
+    for (char const* const day :
+         {"2026-02-29", "2026-02-31", "2026-04-31", "2026-06-31", "2026-09-31",
+          "2026-11-31", "1900-02-29", "2024-02-30", "2026-12-32", "2026-01-00"}) {
+        EXPECT_EQ(ParseTime(std::string(day) + "T12:00:00Z"), std::nullopt) << day;
+    }
+    for (char const* const day :
+         {"2026-02-28", "2024-02-29", "2000-02-29", "2026-12-31", "2026-01-31"}) {
+        EXPECT_EQ(ParseTime(std::string(day) + "T12:00:00Z"),
+                  ParseTimeStamp(std::string(day) + "T12:00:00Z"))
+            << day;
+    }
+}
+
 TEST_F(TimeStamp, WithoutAZoneItIsLocalTime) {
     EXPECT_EQ(ParseTimeStamp("2026-11-21 12:53:38"), kExample);
     EXPECT_EQ(ParseTimeStamp("2026-11-21 12:53:38.250 ERROR"), kExample + 250);
