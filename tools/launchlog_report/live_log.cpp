@@ -35,6 +35,10 @@ std::string LiveLog::Open(ReadFiles& read_files) {
     return problem;
 }
 
+bool LiveLog::IsMissing() const {
+    return file < 0 && access(path.c_str(), F_OK) != 0;
+}
+
 void LiveLog::NoteRotatedFiles() {
     for (std::string const& rotated : RotatedFiles(path)) {
         if (!HasChanged(rotated)) {
@@ -174,7 +178,8 @@ bool LiveLog::WasTruncated() const {
 bool LiveLog::WasReplaced() const {
     struct stat at_path = {};
     struct stat opened = {};
-    if (stat(path.c_str(), &at_path) != 0 || S_ISDIR(at_path.st_mode)) {
+    if (stat(path.c_str(), &at_path) != 0 || S_ISDIR(at_path.st_mode) ||
+        S_ISCHR(at_path.st_mode)) {
         return false;
     }
     return file < 0 || fstat(file, &opened) != 0 || at_path.st_dev != opened.st_dev ||

@@ -31,6 +31,11 @@ class LiveLog {
     // Returns what is wrong with it, in words; an empty string if it is open or known.
     std::string Open(ReadFiles& read_files);
 
+    std::string const& Path() const { return path; }
+
+    // Says whether the log was never open and is not there.
+    bool IsMissing() const;
+
     // Takes note of the rotated files that are there now. They are not read.
     void NoteRotatedFiles();
 

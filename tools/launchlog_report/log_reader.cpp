@@ -24,6 +24,25 @@ std::string QuotedForShell(std::string const& text) {
     return word + "'";
 }
 
+// A terminal and /dev/null are at their end some time.
+bool IsEndlessDevice(int file, struct stat const& info) {
+    struct stat null = {};
+    bool const is_null = stat("/dev/null", &null) == 0 && info.st_rdev == null.st_rdev;
+    return S_ISCHR(info.st_mode) && isatty(file) == 0 && !is_null;
+}
+
+// Returns why the open file is no log, in words; an empty string if it may be one.
+std::string WhyNotALog(int file) {
+    struct stat info = {};
+    if (fstat(file, &info) != 0) {
+        return std::strerror(errno);
+    }
+    if (S_ISDIR(info.st_mode)) {
+        return std::strerror(EISDIR);
+    }
+    return IsEndlessDevice(file, info) ? "this is a device, not a log" : "";
+}
+
 std::string ReadDescriptor(int file, ByteTaker const& take, bool& wants_more) {
     char bytes[65536];
     ssize_t length = 0;
@@ -82,12 +101,10 @@ void LineSplitter::HandOn() {
 }
 
 std::string Examine(int file, ReadFiles& read_files, bool& is_known) {
+    std::string problem = WhyNotALog(file);
     struct stat info = {};
-    if (fstat(file, &info) != 0) {
-        return std::strerror(errno);
-    }
-    if (S_ISDIR(info.st_mode)) {
-        return std::strerror(EISDIR);
+    if (!problem.empty() || fstat(file, &info) != 0) {
+        return problem;
     }
     // Only a regular file is the same when it is read again.
     is_known =
@@ -98,7 +115,8 @@ std::string Examine(int file, ReadFiles& read_files, bool& is_known) {
 std::string ReadBytes(std::string const& path, ByteTaker const& take) {
     bool wants_more = true;
     if (path == "-") {
-        return ReadDescriptor(STDIN_FILENO, take, wants_more);
+        std::string problem = WhyNotALog(STDIN_FILENO);
+        return problem.empty() ? ReadDescriptor(STDIN_FILENO, take, wants_more) : problem;
     }
     std::string const command = UnpackingCommand(path);
     if (!command.empty()) {
@@ -108,7 +126,10 @@ std::string ReadBytes(std::string const& path, ByteTaker const& take) {
     if (file < 0) {
         return std::strerror(errno);
     }
-    std::string problem = ReadDescriptor(file, take, wants_more);
+    std::string problem = WhyNotALog(file);
+    if (problem.empty()) {
+        problem = ReadDescriptor(file, take, wants_more);
+    }
     close(file);
     return problem;
 }

@@ -125,8 +125,7 @@ void Logs::ReadFamily(Family const& family, std::size_t log, bool follow) {
     }
     // Just after a rotation there is no log until the next line.
     bool const may_be_missing = follow || !rotated.empty();
-    if (!problem.empty() &&
-        !(may_be_missing && access(family.original.c_str(), F_OK) != 0)) {
+    if (!(may_be_missing && access(family.original.c_str(), F_OK) != 0)) {
         Complain(family.original, problem);
     }
     ReadLive(live, family.original, counts, follow);
@@ -135,11 +134,7 @@ void Logs::ReadFamily(Family const& family, std::size_t log, bool follow) {
 void Logs::ReadFile(std::string const& path, std::size_t log) {
     LineCounts counts;
     std::string const problem = ReadLines(path, CountingTaker(counts, log), read_files);
-    if (!problem.empty()) {
-        Complain(path, problem);
-    } else {
-        ComplainIfNoLog(path, counts);
-    }
+    Complain(path, problem.empty() ? WhyNoLog(counts) : problem);
 }
 
 void Logs::ReadLive(LiveLog& live, std::string const& path, LineCounts& counts,
@@ -148,7 +143,7 @@ void Logs::ReadLive(LiveLog& live, std::string const& path, LineCounts& counts,
     if (!follow) {
         live.Finish();
     }
-    ComplainIfNoLog(path, counts);
+    Complain(path, WhyNoLog(counts), &counts);
 }
 
 void Logs::ReadOn() {
@@ -176,16 +171,41 @@ LineTaker Logs::CountingTaker(LineCounts& counts, std::size_t log) {
     };
 }
 
-void Logs::Complain(std::string const& path, std::string const& problem) {
+// Without a problem there is nothing to complain about.
+void Logs::Complain(std::string const& path, std::string const& problem,
+                    LineCounts const* counts) {
     std::string const name = path == "-" ? "the standard input" : path;
-    problems.push_back(name + ": " + problem);
+    if (!problem.empty()) {
+        problems.push_back({name + ": " + problem, counts});
+    }
 }
 
-void Logs::ComplainIfNoLog(std::string const& path, LineCounts const& counts) {
+// Returns an empty string if it is one, or has no line yet.
+std::string Logs::WhyNoLog(LineCounts const& counts) {
     if (counts.all == 0 || counts.of_launchers > 0) {
-        return;
+        return "";
     }
     std::string const command = UnpackingCommandFor(counts.first);
-    Complain(path, "no line of it is a line of a launcher's log" +
-                       (command.empty() ? "" : "; it is packed: use " + command));
+    return "no line of it is a line of a launcher's log" +
+           (command.empty() ? "" : "; it is packed: use " + command);
+}
+
+std::vector<std::string> Logs::Problems() const {
+    std::vector<std::string> lines;
+    for (Problem const& problem : problems) {
+        if (problem.counts == nullptr || problem.counts->of_launchers == 0) {
+            lines.push_back(problem.text);
+        }
+    }
+    return lines;
+}
+
+std::vector<std::string> Logs::MissingLogs() const {
+    std::vector<std::string> lines;
+    for (LiveLog const& log : live_logs) {
+        if (log.IsMissing()) {
+            lines.push_back(log.Path() + ": not there yet");
+        }
+    }
+    return lines;
 }

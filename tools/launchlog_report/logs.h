@@ -36,7 +36,11 @@ class Logs {
     long long CutLines() const { return cut_lines; }
 
     // What could not be read and why, a line each: "launcher.log: Permission denied".
-    std::vector<std::string> const& Problems() const { return problems; }
+    // That a log has no line of a launcher is left out as soon as one has come.
+    std::vector<std::string> Problems() const;
+
+    // The logs that are waited for, a line each: "launcher.log: not there yet".
+    std::vector<std::string> MissingLogs() const;
 
   private:
     // A log and what rotation made of it.
@@ -52,21 +56,28 @@ class Logs {
         std::string first;
     };
 
+    struct Problem {
+        std::string text;
+        // Of the log that it is over for with a launcher's line; null if it stays.
+        LineCounts const* counts = nullptr;
+    };
+
     static std::vector<Family> Group(std::vector<std::string> const& paths);
     void ReadFamily(Family const& family, std::size_t log, bool follow);
     void ReadFile(std::string const& path, std::size_t log);
     void ReadLive(LiveLog& live, std::string const& path, LineCounts& counts,
                   bool follow);
     LineTaker CountingTaker(LineCounts& counts, std::size_t log);
-    void Complain(std::string const& path, std::string const& problem);
-    void ComplainIfNoLog(std::string const& path, LineCounts const& counts);
+    void Complain(std::string const& path, std::string const& problem,
+                  LineCounts const* counts = nullptr);
+    static std::string WhyNoLog(LineCounts const& counts);
 
     Taker take;
     ReadFiles read_files;
     // Each with the counts that its lines add to.
     std::list<LineCounts> live_counts;
     std::list<LiveLog> live_logs;
-    std::vector<std::string> problems;
+    std::vector<Problem> problems;
     long long cut_lines = 0;
 };
 

@@ -68,6 +68,9 @@ bool FollowLogs(Options const& options, Summary& summary, Logs& logs) {
             // Messages on the standard error may not be on the screen any more.
             report.problems = logs.Problems();
         }
+        for (std::string const& missing : logs.MissingLogs()) {
+            report.problems.push_back(missing);
+        }
         return options.json ? ToJson(report) : ToTable(report, space);
     };
     return Follow(make, on_screen, options.json ? "" : "\n", kProgram);
@@ -93,9 +96,8 @@ int Run(Options const& options, std::vector<std::string> const& paths) {
     for (std::string const& problem : logs.Problems()) {
         Complain(problem);
     }
-    int const code = logs.Problems().empty() ? 0 : 1;
     if (options.follow) {
-        return FollowLogs(options, summary, logs) ? code : 1;
+        return FollowLogs(options, summary, logs) && logs.Problems().empty() ? 0 : 1;
     }
     Report const report = MakeReport(options, summary, logs);
     Space const space = {TerminalSize().columns, std::nullopt};
@@ -103,6 +105,7 @@ int Run(Options const& options, std::vector<std::string> const& paths) {
     if (!Print(options.json ? ToJson(report) : table)) {
         return 1;
     }
+    int const code = logs.Problems().empty() ? 0 : 1;
     return options.fail_if_marked && HasMarkedItem(report) ? 3 : code;
 }
 

@@ -74,7 +74,8 @@ struct Report {
     std::vector<LauncherLines> launchers;
     // Lines that were too long to be read to their end.
     long long cut_lines = 0;
-    // What is wrong with the files, for a report that is alone on a screen.
+    // What is wrong with the files, for a report that is alone on a screen, and which
+    // are waited for.
     std::vector<std::string> problems;
 };
 

@@ -437,6 +437,29 @@ TEST_F(LaunchlogReport, WhatCannotBeReadIsSaidAndTheRestReported) {
     EXPECT_THAT(run.output, HasSubstr("  a "));
 }
 
+TEST_F(LaunchlogReport, ADeviceIsNoLog) {
+    std::filesystem::create_symlink("/dev/zero", log);
+    for (std::string const& path : {std::string("/dev/zero"), log}) {
+        ToolRun const run = Run({path});
+        EXPECT_EQ(run.errors,
+                  "launchlog-report: " + path + ": this is a device, not a log\n");
+        EXPECT_EQ(run.output, "");
+        EXPECT_EQ(run.end, "exit 1");
+    }
+    EXPECT_EQ(Run({"/dev/null"}).output, "no program has ended\n");
+    EXPECT_EQ(Run({"/dev/null"}).end, "exit 0");
+}
+
+TEST_F(LaunchlogReport, BytesOfANameThatAreNotUtf8AreReplacedInJson) {
+    Append("launcher.log", Line("a\xFF[b]\xC3z\xE4\xB8", 0) + Line("caf\xE9", 0));
+    Json::Value const items = Items({log});
+    ASSERT_EQ(items.size(), 2U);
+    std::string const replacement = "\xEF\xBF\xBD";
+    EXPECT_EQ(items[0]["name"],
+              "a" + replacement + "[b]" + replacement + "z" + replacement + replacement);
+    EXPECT_EQ(items[1]["name"], "caf" + replacement);
+}
+
 TEST_F(LaunchlogReport, AWrongCommandLineGivesTwo) {
     struct {
         std::vector<std::string> arguments;
@@ -445,6 +468,8 @@ TEST_F(LaunchlogReport, AWrongCommandLineGivesTwo) {
         {{"--folow"}, "unknown option --folow"},
         {{"--now"}, "--now needs a value"},
         {{"--now", "noon"}, "--now takes a time like 2026-11-21T12:00:00Z"},
+        {{"--now", "2026-11-21T12:00:30Zulu"},
+         "--now takes a time like 2026-11-21T12:00:00Z"},
         {{"--follow", "-"}, "the standard input cannot be followed"},
         {{"--follow", "--fail-if-marked"},
          "--fail-if-marked is for one report, not for --follow"},
@@ -731,6 +756,45 @@ TEST_F(LaunchlogReportFollowing, AFileWithoutALogLineIsSaidAndFollowed) {
     Follow();
     ASSERT_TRUE(WaitFor([this] { return ReadFile(output) == kEmptyJson; }));
     Append("launcher.log", Line("a", 256));
+    EXPECT_TRUE(WaitForRestarts(1));
+    // It was a log after all.
+    tool->Signal(SIGINT);
+    EXPECT_EQ(tool->WaitForEnd(), "exit 0");
+}
+
+TEST_F(LaunchlogReportFollowing, AFileThatNeverGetsALogLineIsAnErrorInTheEnd) {
+    Append("launcher.log", "hello\n");
+    Follow();
+    ASSERT_TRUE(WaitFor([this] { return ReadFile(output) == kEmptyJson; }));
+    Append("launcher.log", "hello\n");
+    EXPECT_TRUE(WaitUntilAllIsRead());
+    tool->Signal(SIGINT);
+    EXPECT_EQ(tool->WaitForEnd(), "exit 1");
+}
+
+TEST_F(LaunchlogReportFollowing, ATableSaysThatALogIsNotThereYet) {
+    Follow({});
+    EXPECT_TRUE(WaitFor([this] {
+        return ReadFile(output) == "no program has ended\n" + log + ": not there yet\n";
+    })) << ReadFile(output);
+    Append("launcher.log", Line("a", 256));
+    EXPECT_TRUE(WaitFor([this] { return Lines(ReadFile(output)).size() == 5; }));
+    EXPECT_THAT(Lines(ReadFile(output)).back(), StartsWith("  a "));
+    // After a rotation the file that was open is still followed.
+    Rename("launcher.log", "launcher.log.0");
+    Append("launcher.log.0", Line("a", 256));
+    EXPECT_TRUE(WaitFor([this] { return Lines(ReadFile(output)).size() == 8; }));
+    EXPECT_THAT(Lines(ReadFile(output)).back(), StartsWith("  a "));
+    tool->Signal(SIGINT);
+    EXPECT_EQ(tool->WaitForEnd(), "exit 0");
+}
+
+TEST_F(LaunchlogReportFollowing, ADeviceIsNotReadLater) {
+    std::filesystem::create_symlink("/dev/zero", log);
+    std::filesystem::create_symlink("/dev/zero", log + ".1");
+    Follow({"--json", directory.Path() / "other.log"});
+    ASSERT_TRUE(WaitFor([this] { return ReadFile(output) == kEmptyJson; }));
+    Append("other.log", Line("a", 256));
     EXPECT_TRUE(WaitForRestarts(1));
     tool->Signal(SIGINT);
     EXPECT_EQ(tool->WaitForEnd(), "exit 1");

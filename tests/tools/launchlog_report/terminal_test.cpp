@@ -261,6 +261,10 @@ TEST_F(LaunchlogReportOnATerminal, ProblemsStayOnTheScreen) {
     Start({"--follow"});
     EXPECT_TRUE(WaitForLines(2, log + ": no line of it is a line of a launcher's log"));
     EXPECT_EQ(screen->Shown().at(0), "no program has ended");
+    // Until a launcher has written to it.
+    directory.Write("launcher.log",
+                    "hello\n[LAUNCHER  ] a 7 is killed. ret = 7, status = 256\n");
+    EXPECT_TRUE(WaitForLines(2, "  a "));
 }
 
 TEST_F(LaunchlogReportOnATerminal, CharactersHaveTheirWidths) {
