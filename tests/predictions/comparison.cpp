@@ -269,6 +269,9 @@ class Comparer {
         auto const end = std::find_if(
             reached.begin(), reached.end(),
             [this](std::string const& key) { return EndsWalk(findings[key]); });
+        if (end != reached.end() && std::next(end) != reached.end()) {
+            Differ("item " + *std::next(end) + " is said to be reached");
+        }
         reached.erase(end, reached.end());
         // Where the launcher does not stay, what it started before is left to chance.
         bool const stays = seen.launcher == "runs" && kinds.count("process-limit") == 0;

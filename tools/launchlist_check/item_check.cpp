@@ -71,7 +71,7 @@ class ItemCheck {
                         [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; })) {
             report.Warning("name-characters", value,
                            R"("name" has control characters, which make log lines hard )"
-                           "to read, or split them");
+                           "to read");
         }
         if (!IsUtf8(name)) {
             report.Warning("name-encoding", value,

@@ -21,6 +21,10 @@ std::string TypeName(Json::Value const& value) {
     }
 }
 
+std::string NameOf(Json::Value const& item) {
+    return item.isObject() && item["name"].isString() ? item["name"].asString() : "";
+}
+
 std::optional<std::string> TextOf(Json::Value& value) {
     try {
         return std::string(JsonObject(value));

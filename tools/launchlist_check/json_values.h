@@ -11,6 +11,10 @@
 // Returns what the value is, for a message: "a string", "null", ...
 std::string TypeName(Json::Value const& value);
 
+// Returns the name of an item for the findings about it; empty if it has none that is
+// text.
+std::string NameOf(Json::Value const& item);
+
 // Returns what the launcher reads where it wants text; nothing if that throws.
 std::optional<std::string> TextOf(Json::Value& value);
 

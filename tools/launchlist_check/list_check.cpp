@@ -22,11 +22,6 @@ constexpr std::size_t kMostValues = 8'000'000;
 
 std::string const kEnds = "the launcher ends with exit code 0";
 
-// Returns the name of an item for the findings about it, if it has one that is text.
-std::string NameOf(Json::Value const& item) {
-    return item.isObject() && item["name"].isString() ? item["name"].asString() : "";
-}
-
 class ListCheck {
   public:
     ListCheck(std::string_view bytes, CheckOptions const& check_options)
@@ -57,11 +52,9 @@ class ListCheck {
             AddError("zero-byte", text.size(),
                      "there is a zero byte: the launcher reads nothing from here on");
         }
-        ListReport repeated_keys(positions, options.most_of_a_kind);
-        KeyScan const scan =
-            ScanKeys(text, [&repeated_keys](RepeatedKey const& repeated) {
-                CheckRepeatedKey(repeated, repeated_keys);
-            });
+        bool has_repeated_keys = false;
+        KeyScan const scan = ScanKeys(
+            text, [&has_repeated_keys](RepeatedKey const&) { has_repeated_keys = true; });
         if (scan.values > kMostValues) {
             AddError("too-large", 0,
                      "this has more than 8 million values: no launch list, and not "
@@ -75,21 +68,27 @@ class ListCheck {
         if (!list.isObject()) {
             return CheckOtherType();
         }
-        report.findings.Add(repeated_keys.findings);
+        if (has_repeated_keys) {
+            ScanKeys(text,
+                     [this](RepeatedKey const& repeated) { CheckRepeatedKey(repeated); });
+        }
         walk = WalkItems(list, options.asks_machine, report);
         CheckOtherKeys();
         return walk.outcome;
     }
 
     // Only what the launcher looks up: items, their members and their arguments.
-    static void CheckRepeatedKey(RepeatedKey const& repeated, ListReport& report) {
+    void CheckRepeatedKey(RepeatedKey const& repeated) {
         std::size_t const depth = repeated.path.size();
         bool const is_in_list = depth == 0 || IsItemNumber(repeated.path[0]);
         if (is_in_list && (depth < 2 || (depth == 2 && repeated.path[1] == "args"))) {
-            report.Add(Severity::Error, "repeated-key", repeated.offset,
-                       "the key " + Quote(repeated.key) +
-                           " is here again: what stood there before is ignored",
-                       {depth > 0 ? repeated.path[0] : ""});
+            Subject const item =
+                depth == 0 ? Subject()
+                           : Subject{repeated.path[0], NameOf(list[repeated.path[0]])};
+            AddError("repeated-key", repeated.offset,
+                     "the key " + Quote(repeated.key) +
+                         " is here again: what stood there before is ignored",
+                     item);
         }
     }
 
@@ -188,8 +187,8 @@ class ListCheck {
                      {key, NameOf(value)});
         } else if (LooksLikeNumber(key)) {
             AddError("key-number", offset,
-                     "this key is no number as the launcher writes it (0, 1, 2, ...): "
-                     "the item is ignored",
+                     "the launcher writes its numbers as 0, 1, 2, ..., so it ignores "
+                     "this item",
                      {key, NameOf(value)});
         } else if (key != "$schema") {
             report.Add(

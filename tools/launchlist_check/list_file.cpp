@@ -17,20 +17,22 @@ constexpr std::size_t kMostBytes = 64UL * 1024 * 1024;
 // A device that gives more is taken for one that never ends.
 constexpr std::size_t kMostBytesOfADevice = 64UL * 1024;
 
+constexpr int kForever = -1;           // milliseconds
 constexpr int kWaitForAWriter = 1000;  // milliseconds
 
-enum class ReadEnd { EndOfFile, Limit, Failure };
+enum class ReadEnd { EndOfFile, Limit, Silence, Failure };
 
 // A descriptor for reading, closed with the object unless it is the standard input.
 class InputFile {
   public:
     // Opening does not wait for the writer of a named pipe, as it does in the launcher.
     explicit InputFile(std::string const& path)
-        : descriptor(path == "-"
+        : is_standard_input(path == "-"),
+          descriptor(is_standard_input
                          ? STDIN_FILENO
                          : open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {}
     ~InputFile() {
-        if (descriptor > STDIN_FILENO) {
+        if (!is_standard_input && descriptor >= 0) {
             close(descriptor);
         }
     }
@@ -38,8 +40,12 @@ class InputFile {
     InputFile& operator=(InputFile const&) = delete;
 
     bool IsOpen() const { return descriptor >= 0; }
-    bool IsStandardInput() const { return descriptor == STDIN_FILENO; }
-    bool IsTerminal() const { return isatty(descriptor) != 0; }
+    bool IsStandardInput() const { return is_standard_input; }
+    // Says whether the user can type what is read.
+    bool IsTerminal() const {
+        return is_standard_input ? isatty(descriptor) != 0
+                                 : tcgetpgrp(descriptor) == getpgrp();
+    }
 
     struct stat Status() const {
         struct stat status = {};
@@ -47,9 +53,9 @@ class InputFile {
         return status;
     }
 
-    // Adds what is read to `bytes`, which is then not much longer than `limit`. Waits for
-    // the writer of a pipe. On failure it sets errno.
-    ReadEnd Read(std::string& bytes, std::size_t limit) const {
+    // Adds what is read to `bytes`, which is then not much longer than `limit`. Waits
+    // `patience` milliseconds for more. On failure it sets errno.
+    ReadEnd Read(std::string& bytes, std::size_t limit, int patience) const {
         char chunk[65536];
         while (bytes.size() <= limit) {
             ssize_t const length = read(descriptor, chunk, sizeof chunk);
@@ -59,7 +65,9 @@ class InputFile {
             if (length > 0) {
                 bytes.append(chunk, static_cast<std::size_t>(length));
             } else if (errno == EAGAIN) {
-                Wait(-1);
+                if (!Wait(patience)) {
+                    return ReadEnd::Silence;
+                }
             } else if (errno != EINTR) {
                 return ReadEnd::Failure;
             }
@@ -90,6 +98,7 @@ class InputFile {
         return poll(&waiting, 1, time) != 0;
     }
 
+    bool const is_standard_input;
     int const descriptor;
 };
 
@@ -118,12 +127,19 @@ bool FailAsUnreadable(CheckResult& result, int error) {
                     "ends");
 }
 
+bool FailAsSilent(CheckResult& result) {
+    return Fail(result, Outcome::Hangs, "device",
+                "nothing comes from this device: the launcher waits for it");
+}
+
 bool ReadDevice(InputFile const& file, std::string& bytes, CheckResult& result) {
-    switch (file.Read(bytes, kMostBytesOfADevice)) {
+    switch (file.Read(bytes, kMostBytesOfADevice, kWaitForAWriter)) {
         case ReadEnd::EndOfFile:
             return true;
         case ReadEnd::Failure:
             return FailAsUnreadable(result, errno);
+        case ReadEnd::Silence:
+            return FailAsSilent(result);
         case ReadEnd::Limit:
             break;
     }
@@ -157,9 +173,13 @@ bool ReadListFile(std::string const& path, std::string& bytes, CheckResult& resu
         }
         bytes.reserve(static_cast<std::size_t>(status.st_size));
     }
-    switch (file.Read(bytes, kMostBytes)) {
+    // What the kernel tells in a file may wait, too.
+    int const patience = S_ISREG(status.st_mode) ? kWaitForAWriter : kForever;
+    switch (file.Read(bytes, kMostBytes, patience)) {
         case ReadEnd::EndOfFile:
             return true;
+        case ReadEnd::Silence:
+            return FailAsSilent(result);
         case ReadEnd::Limit:
             return FailAsTooLarge(result);
         case ReadEnd::Failure:

@@ -6,6 +6,7 @@
 
 #include "platform/user_processes.h"
 #include "tools/launchlist_check/item_check.h"
+#include "tools/launchlist_check/json_values.h"
 #include "tools/launchlist_check/program_check.h"
 
 namespace {
@@ -33,14 +34,20 @@ class ListWalk {
   private:
     void Visit(std::string const& number) {
         Json::Value& item = list[number];
+        if (!ends_at.empty()) {
+            report.Add(Severity::Error, "unreached", report.KeyOffset(item),
+                       "never reached: the launcher ends at item " + Quote(ends_at),
+                       {number, NameOf(item)});
+            return;
+        }
         bool const after_started = !names.empty();
         ItemResult const checked =
             CheckItem(item, number, after_started, programs, report);
-        if (is_reached && checked.ends_walk) {
+        if (checked.ends_walk) {
             Raise(after_started ? Outcome::KillsGroup : Outcome::Exits);
-            is_reached = false;
+            ends_at = number;
         }
-        if (is_reached && checked.aborts) {
+        if (checked.aborts) {
             Raise(Outcome::Aborts);
         }
         if (checked.name) {
@@ -62,14 +69,12 @@ class ListWalk {
             report.Add(Severity::Error, "duplicate-name",
                        ListReport::ValueOffset(item["name"]),
                        "item " + Quote(earlier->second) +
-                           " has the same name: this later one wins, and the launcher "
-                           "stops the earlier one at once, which may have no process "
-                           "yet: then SIGKILL goes to the launcher's own process group",
+                           " has the same name: this later one wins. The launcher "
+                           "stops the earlier one at once, and if that has no process "
+                           "yet, SIGKILL goes to the launcher's own process group",
                        {number, name});
             earlier->second = number;
-            if (is_reached) {
-                Raise(Outcome::KillsGroup);
-            }
+            Raise(Outcome::KillsGroup);
         } else if (first_without_process.item.empty() && processes && !HasRoom()) {
             first_without_process = {number, name};
         }
@@ -97,9 +102,7 @@ class ListWalk {
                 "process of the user; or the launcher ends at once, with SIGKILL to its "
                 "own process group",
             first_without_process);
-        if (is_reached) {
-            Raise(Outcome::KillsGroup);
-        }
+        Raise(Outcome::KillsGroup);
     }
 
     void NoteWhatWasNotAsked() {
@@ -120,8 +123,8 @@ class ListWalk {
     WalkResult result;
     // The last item of each name.
     std::unordered_map<std::string, std::string> names;
-    // The launcher has not ended its walk before.
-    bool is_reached = true;
+    // The item at which the launcher ends its walk; empty until then.
+    std::string ends_at;
     Subject first_without_process;
 };
 

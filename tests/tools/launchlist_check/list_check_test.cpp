@@ -3,10 +3,12 @@
 #include "tools/launchlist_check/list_check.h"
 
 #include <fcntl.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <regex>
 #include <string>
@@ -180,9 +182,9 @@ TEST(LaunchListCheck, AKeyThatIsThereTwice) {
     EXPECT_EQ(CheckAt("{\"0\": {},\n" + ItemWith("").substr(1)),
               "list.json:2:1: error: the key \"0\"" + text);
     EXPECT_EQ(CheckAt(ItemWith("\n\"name\": \"b\"")),
-              "list.json:2:1: error: item \"0\": the key \"name\"" + text);
+              "list.json:2:1: error: item \"0\" (b): the key \"name\"" + text);
     EXPECT_EQ(CheckAt(ItemWith("\"argc\": 1, \"args\": {\n\"0\": \"x\",\n\"0\": \"y\"}")),
-              "list.json:3:1: error: item \"0\": the key \"0\"" + text);
+              "list.json:3:1: error: item \"0\" (a): the key \"0\"" + text);
     EXPECT_EQ(Check(ItemWith("\"argc\": 2, \"args\": {\n\"0\": \"x\",\n\"1\": \"y\"}")),
               kOk);
     EXPECT_EQ(Check(ItemWith(R"("argc": 0, "args": {}, "x": {"a": 1, "a": 2})")),
@@ -235,8 +237,8 @@ TEST(LaunchListCheck, AKeyThatOnlyLooksLikeANumber) {
         EXPECT_EQ(Check(list.substr(0, list.size() - 1) + ", \"" + key +
                         "\": {\"name\": \"b\", \"program\": \"/bin/sh\"}}"),
                   "list.json: error: item \"" + key +
-                      "\" (b): this key is no number as the launcher writes it (0, 1, "
-                      "2, ...): the item is ignored [key-number]\n");
+                      "\" (b): the launcher writes its numbers as 0, 1, 2, ..., so it "
+                      "ignores this item [key-number]\n");
     }
 }
 
@@ -337,7 +339,7 @@ TEST(LaunchListCheck, ANameThatIsEmpty) {
 TEST(LaunchListCheck, ANameWithControlCharactersCannotForgeAFinding) {
     std::string const text =
         ": \"name\" has control characters, which make log "
-        "lines hard to read, or split them [name-characters]\n";
+        "lines hard to read [name-characters]\n";
     EXPECT_EQ(Check(ItemOf(R"("name": "a\nlist.json: error: b", "program": "/bin/sh")")),
               "list.json: warning: item \"0\" (a\\x0Alist.json: error: b)" + text);
     EXPECT_EQ(Check(ItemOf(R"("name": "a\u007f", "program": "/bin/sh")")),
@@ -375,6 +377,20 @@ TEST(LaunchListCheck, TextThatIsCutAtAZeroCharacter) {
     EXPECT_EQ(Check(ItemWith(R"("argc": 1, "args": {"0": "x\u0001y"})")), kOk);
 }
 
+TEST(LaunchListCheck, AfterAnItemThatEndsTheLauncherNoneIsReached) {
+    std::string const list = R"({"0": [], "1": {"name": "a", "program": "/nothing/here"},
+        "2": {"name": "a", "program": []}, "3": 7})";
+    std::string const unreached =
+        "never reached: the launcher ends at item \"0\" [unreached]\n";
+    EXPECT_EQ(Check(list),
+              "list.json: error: item \"0\": this is an array, not an object: the "
+              "launcher ends there, with exit code 0 [item-type]\n"
+              "list.json: error: item \"1\" (a): " +
+                  unreached + "list.json: error: item \"2\" (a): " + unreached +
+                  "list.json: error: item \"3\": " + unreached);
+    EXPECT_EQ(CheckLaunchList(list).outcome, Outcome::Exits);
+}
+
 TEST(LaunchListCheck, TheSameNameTwice) {
     auto const list = [](std::string const& first, std::string const& second) {
         return R"({"0": {"name": )" + first +
@@ -384,8 +400,8 @@ TEST(LaunchListCheck, TheSameNameTwice) {
     EXPECT_EQ(
         Check(list(R"("a")", R"("a")")),
         "list.json: error: item \"1\" (a): item \"0\" has the same name: this later "
-        "one wins, and the launcher stops the earlier one at once, which may have no "
-        "process yet: then SIGKILL goes to the launcher's own process group "
+        "one wins. The launcher stops the earlier one at once, and if that has no "
+        "process yet, SIGKILL goes to the launcher's own process group "
         "[duplicate-name]\n");
     EXPECT_EQ(Check(list(R"("a")", R"("A")")), "list.json: ok, 2 programs\n");
     // The name counts as the launcher reads it.
@@ -824,6 +840,27 @@ TEST_F(ListFile, ThatNeverEnds) {
               "list.json:1:1: error: this is empty: the launcher ends without a word, "
               "with exit code 0 [empty]\n" +
                   kOneError);
+}
+
+// A terminal to which nobody types.
+TEST_F(ListFile, ThatGivesNothing) {
+    int const terminal = posix_openpt(O_RDWR | O_NOCTTY);
+    grantpt(terminal);
+    unlockpt(terminal);
+    EXPECT_EQ(Check(ptsname(terminal)),
+              "list.json:1:1: error: nothing comes from this device: the launcher waits "
+              "for it [device]\n" +
+                  kOneError);
+    close(terminal);
+}
+
+TEST_F(ListFile, MayHaveTheNumberOfTheStandardInput) {
+    std::string const path = Pipe();
+    int const kept = dup(STDIN_FILENO);
+    close(STDIN_FILENO);
+    EXPECT_THAT(Check(path), testing::HasSubstr("[named-pipe]"));
+    dup2(kept, STDIN_FILENO);
+    close(kept);
 }
 
 TEST_F(ListFile, ThatIsLongerThanAnyListIsNotRead) {
