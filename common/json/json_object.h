@@ -29,7 +29,11 @@
 //
 // Some expressions do not compile:
 // - doc["a"] = "text", which may be a string or JSON; also doc["a"] = 5;
-// - reading a short, an unsigned int or a float: read an int or a double and convert it;
+// - text = doc["a"] for a string that exists: write text = std::string(doc["a"]);
+// - reading any other number (a char, short, unsigned int, unsigned long, std::size_t or
+//   float): read an int, a long long or a double and convert it;
+// - a std::string as a key or a path, and doc.Insert("a", 5): pass key.c_str(), and
+//   JsonObject("5");
 // - doc["a"] == 5, and arithmetic: read the value into a variable first;
 // - any operation on a const JsonObject: copy it first.
 //
@@ -61,6 +65,8 @@ class JsonObject {
     // - comments as in C and C++;
     // - text after the value, which is not looked at: "1 x" is 1;
     // - an object with one key twice: the later value counts;
+    // - numbers such as 01, 1. and -, which is 0;
+    // - line feeds, tabs and other control characters in strings;
     // - strings with bytes that are not UTF-8. Conversions return them. ToText and
     //   ToStyledText write other characters for them and for up to three bytes after.
     //
@@ -162,9 +168,10 @@ class JsonObject {
 
     // Remove an array element, and those behind it move down, or a member. Return false,
     // and change nothing, if there is none or this value is not an array, or not an
-    // object. Only the low 32 bits of `index` count: 4294967296 removes element 0. A null
-    // that is there only because operator[] made an element behind it is none to remove;
-    // it goes with the element behind it if that was the last.
+    // object. Only the low 32 bits of `index` count: 4294967296 removes element 0.
+    //
+    // Nulls that operator[] only skipped over cannot be removed. They go when the last
+    // element, which comes after them, is removed.
     bool RemoveArrayItem(unsigned long index);
     bool Remove(char const* key);
 

@@ -115,6 +115,13 @@ TEST(JsonObject, OfAKeyThatIsThereTwiceTheLaterValueCounts) {
     EXPECT_EQ(ValueOf(document), Parsed(R"({"a": [2]})"));
 }
 
+TEST(JsonObject, SomeNumbersAndStringsThatAreNoJsonAreAccepted) {
+    EXPECT_EQ(static_cast<int>(JsonObject("01")), 1);
+    EXPECT_EQ(static_cast<double>(JsonObject("1.")), 1.0);
+    EXPECT_EQ(static_cast<int>(JsonObject("-")), 0);
+    EXPECT_EQ(static_cast<std::string>(JsonObject("\"a\n\tb\x01\"")), "a\n\tb\x01");
+}
+
 TEST(JsonObject, WhatIsAlmostJsonIsRefusedByBothConstructors) {
     for (char const* const text :
          {"[1,]", "[,1]", "[1 2]", "[,]", R"({"a":1,})", "{,}", "{1:2}", "{a:1}", "['a']",
