@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <limits>
+#include <new>
 #include <string>
 #include <utility>
 #include <vector>
@@ -89,9 +90,7 @@ int Print(std::string const& text) {
     return FinishOutput(kProgram) ? 0 : 1;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int Run(int argc, char** argv) {
     CommandLine line = ReadCommandLine(argc, argv,
                                        {{"--json", false},
                                         {"--strict", false},
@@ -114,4 +113,15 @@ int main(int argc, char** argv) {
         return 2;
     }
     return Check(line);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return Run(argc, argv);
+    } catch (std::bad_alloc const&) {
+        std::fprintf(stderr, "%s: out of memory\n", kProgram);
+        return 1;
+    }
 }

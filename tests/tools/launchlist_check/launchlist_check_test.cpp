@@ -3,12 +3,14 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <json/reader.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <memory>
 
 #include "tests/support/files.h"
 #include "tests/support/process.h"
+#include "tests/support/sanitizers.h"
 #include "tests/tools/run_tool.h"
 
 namespace {
@@ -223,6 +225,21 @@ TEST_F(LaunchlistCheck, OutputThatCannotBeWrittenIsAnError) {
                   "space left on device\n");
     }
 }
+
+#if !UNDER_ASAN && !UNDER_TSAN
+TEST_F(LaunchlistCheck, LackOfMemoryIsAnError) {
+    std::string const large =
+        directory.Write("large.json", std::string(48UL << 20, ' ') + kRight);
+    std::string const errors = directory.Write("errors", "");
+    Process tool({LAUNCHLIST_CHECK, large}, [&errors] {
+        dup2(open(errors.c_str(), O_WRONLY), STDERR_FILENO);
+        rlimit const limit = {40UL << 20, 40UL << 20};
+        setrlimit(RLIMIT_AS, &limit);
+    });
+    EXPECT_EQ(tool.WaitForEnd(), "exit 1");
+    EXPECT_EQ(ReadFile(errors), "launchlist-check: out of memory\n");
+}
+#endif
 
 TEST_F(LaunchlistCheck, ReadsAPipe) {
     Process tool({"/bin/sh", "-c",
