@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <map>
 
 #include "tools/launchlist_check/item_keys.h"
 #include "tools/launchlist_check/json_values.h"
@@ -23,6 +24,13 @@ class KeyList {
         }
         ++count;
     }
+    // Adds the numbers from `first` on that are below `end`.
+    void AddNumbers(int first, int end) {
+        for (; first < end && count < kMostNamedKeys; ++first) {
+            Add(std::to_string(first));
+        }
+        count += static_cast<std::size_t>(end - first);
+    }
     bool IsEmpty() const { return count == 0; }
     std::string Text() const {
         return count > kMostNamedKeys
@@ -37,11 +45,13 @@ class KeyList {
 
 class ArgumentCheck {
   public:
-    ArgumentCheck(Json::Value& checked, ItemReport& item_report)
-        : item(checked), report(item_report), has_count(item.isMember("argc")) {}
+    ArgumentCheck(Json::Value& checked, std::string const& path, ItemReport& item_report)
+        : item(checked),
+          program(path),
+          report(item_report),
+          has_count(item.isMember("argc")) {}
 
-    // Returns the arguments after the program's path; nothing if the child aborts. If
-    // `count` is then below 0 there is no path either.
+    // Returns the argument vector; nothing if the child aborts.
     std::optional<std::vector<std::string>> Check() {
         if (has_count && !CheckCount(item["argc"])) {
             return std::nullopt;
@@ -54,11 +64,8 @@ class ArgumentCheck {
         if (!args.isNull() && !args.isObject()) {
             return CheckWrongType(args);
         }
-        CheckKeys(args);
-        return CheckTexts(args);
+        return CheckTexts(CheckKeys(args));
     }
-
-    int count = 0;
 
   private:
     // Sets the count as the launcher reads it; returns false if its child aborts there.
@@ -111,11 +118,14 @@ class ArgumentCheck {
             "args-type", args,
             text + "it is not looked at, as " +
                 (has_count ? R"("argc" is not above 0)" : R"(there is no "argc")"));
-        return std::vector<std::string>();
+        return std::vector<std::string>{program};
     }
 
-    void CheckKeys(Json::Value const& args) {
+    // Returns the arguments that the launcher finds, by their numbers.
+    std::map<int, Json::Value*> CheckKeys(Json::Value& args) {
+        std::map<int, Json::Value*> found;
         std::vector<std::string> ignored;
+        std::string const end = std::to_string(count);
         for (auto member = args.begin(); member != args.end(); ++member) {
             std::string const key = member.name();
             if (!IsItemNumber(key)) {
@@ -123,13 +133,19 @@ class ArgumentCheck {
                     "argument-key", *member,
                     R"("args" has the key )" + Quote(key) +
                         ", which is no number of an argument: it is ignored");
-            } else if (!IsSmallerNumber(key, std::to_string(count))) {
+            } else if (IsSmallerNumber(key, end)) {
+                found[std::stoi(key)] = &*member;
+            } else {
                 ignored.push_back(key);
             }
         }
-        if (ignored.empty()) {
-            return;
+        if (!ignored.empty()) {
+            ReportIgnored(args, ignored);
         }
+        return found;
+    }
+
+    void ReportIgnored(Json::Value const& args, std::vector<std::string>& ignored) {
         std::sort(ignored.begin(), ignored.end(), IsSmallerNumber);
         KeyList keys;
         for (std::string const& key : ignored) {
@@ -142,18 +158,21 @@ class ArgumentCheck {
                                 R"( of "args")");
     }
 
-    std::optional<std::vector<std::string>> CheckTexts(Json::Value& args) {
-        std::vector<std::string> texts;
+    std::optional<std::vector<std::string>> CheckTexts(
+        std::map<int, Json::Value*> const& found) {
+        std::vector<std::string> texts(static_cast<std::size_t>(count) + 1);
+        texts[0] = program;
         KeyList missing;
-        for (int i = 0; i < count; ++i) {
-            std::string const key = std::to_string(i);
-            if (!args.isMember(key)) {
-                missing.Add(key);
-                texts.emplace_back();
-            } else if (!CheckText(key, args[key], texts.emplace_back())) {
+        int next = 0;
+        for (auto const& [number, value] : found) {
+            missing.AddNumbers(next, number);
+            next = number + 1;
+            if (!CheckText(std::to_string(number), *value,
+                           texts[static_cast<std::size_t>(next)])) {
                 return std::nullopt;
             }
         }
+        missing.AddNumbers(next, count);
         if (!missing.IsEmpty()) {
             report.Warning(
                 "missing-arguments", item["argc"],
@@ -180,8 +199,10 @@ class ArgumentCheck {
     }
 
     Json::Value& item;
+    std::string const& program;
     ItemReport& report;
     bool const has_count;
+    int count = 0;
 };
 
 }  // namespace
@@ -189,10 +210,5 @@ class ArgumentCheck {
 std::optional<std::vector<std::string>> CheckArguments(Json::Value& item,
                                                        std::string const& program,
                                                        ItemReport& report) {
-    ArgumentCheck check(item, report);
-    std::optional<std::vector<std::string>> arguments = check.Check();
-    if (arguments && check.count >= 0) {
-        arguments->insert(arguments->begin(), program);
-    }
-    return arguments;
+    return ArgumentCheck(item, program, report).Check();
 }

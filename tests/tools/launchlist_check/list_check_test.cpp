@@ -579,6 +579,11 @@ TEST(LaunchListCheck, MoreArgumentsCountedThanThere) {
                   "\"argc\" is 12, but \"args\" has no \"0\", \"2\", \"3\" and 8 "
                   "more" +
                   ends);
+    EXPECT_EQ(Check(ItemWith(R"("argc": 12, "args": {"10": "x", "2": "y", "0": "z"})")),
+              "list.json: warning: " + kItem +
+                  "\"argc\" is 12, but \"args\" has no \"1\", \"3\", \"4\" and 6 "
+                  "more" +
+                  ends);
     EXPECT_EQ(Check(ItemWith(R"("argc": 1)")),
               "list.json: warning: " + kItem + "\"argc\" is 1, but there is no \"args\"" +
                   ends);
