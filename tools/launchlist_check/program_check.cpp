@@ -19,24 +19,18 @@ using End = ProgramVerdict::End;
 // Linux takes no longer string among the arguments, its zero included.
 constexpr std::size_t kLongestArgument = 131'072;
 
-std::size_t SizeOf(std::string const& text) {
-    return text.size() + 1;
+ArgumentSize SizeOf(std::vector<std::string> const& texts) {
+    ArgumentSize size = {texts.size(), 0, 0};
+    for (std::string const& text : texts) {
+        size.bytes += text.size() + 1;
+        size.longest = std::max(size.longest, text.size() + 1);
+    }
+    return size;
 }
 
-std::size_t TotalSize(std::vector<std::string> const& texts) {
-    std::size_t sum = 0;
-    for (std::string const& text : texts) {
-        sum += SizeOf(text);
-    }
-    return sum;
-}
-
-std::size_t LongestSize(std::vector<std::string> const& texts) {
-    std::size_t longest = 0;
-    for (std::string const& text : texts) {
-        longest = std::max(longest, SizeOf(text));
-    }
-    return longest;
+bool IsWithin(ArgumentSize const& size, ArgumentSize const& limit) {
+    return size.count <= limit.count && size.bytes <= limit.bytes &&
+           size.longest <= limit.longest;
 }
 
 std::vector<std::string> Environment() {
@@ -48,27 +42,42 @@ std::vector<std::string> Environment() {
     return variables;
 }
 
-ProgramVerdict TooLong(std::vector<std::string> const& vector) {
-    std::vector<std::string> const environment = Environment();
+ProgramVerdict TooLong(ArgumentSize const& size) {
     return {End::ArgumentsTooLong,
-            "the arguments take " + std::to_string(TotalSize(vector)) +
-                " bytes, the longest " + std::to_string(LongestSize(vector)) +
-                ", and the environment " + std::to_string(TotalSize(environment))};
+            "the arguments take " + std::to_string(size.bytes) + " bytes, the longest " +
+                std::to_string(size.longest) + ", and the environment " +
+                std::to_string(SizeOf(Environment()).bytes)};
+}
+
+// Says whether the answer about arguments of the size `asked` is the answer for `size`
+// too.
+bool HoldsFor(ArgumentSize const& size, ArgumentSize const& asked, End answer) {
+    switch (answer) {
+        case End::Executed:
+        case End::Refused:
+            return IsWithin(size, asked);
+        case End::ArgumentsTooLong:
+            return IsWithin(asked, size);
+        case End::Killed:
+            break;
+    }
+    // The arguments may be what the program's stack has no room for.
+    return IsWithin(size, asked) && IsWithin(asked, size);
 }
 
 // The look at the files, where the system cannot be asked.
-ProgramVerdict Look(std::string const& path, std::vector<std::string> const& vector) {
+ProgramVerdict Look(std::string const& path, ArgumentSize const& arguments) {
     std::string const reason = WhyNotExecutable(path);
     if (!reason.empty()) {
         return {End::Refused, reason};
     }
-    std::vector<std::string> const environment = Environment();
-    std::size_t const size = TotalSize(vector) + TotalSize(environment) + SizeOf(path) +
-                             (vector.size() + environment.size()) * sizeof(char*);
+    ArgumentSize const environment = SizeOf(Environment());
+    std::size_t const size = arguments.bytes + environment.bytes + path.size() + 1 +
+                             (arguments.count + environment.count) * sizeof(char*);
     long const limit = sysconf(_SC_ARG_MAX);
     bool const is_too_long = limit > 0 && size > static_cast<std::size_t>(limit);
-    return is_too_long || LongestSize(vector) > kLongestArgument ? TooLong(vector)
-                                                                 : ProgramVerdict();
+    return is_too_long || arguments.longest > kLongestArgument ? TooLong(arguments)
+                                                               : ProgramVerdict();
 }
 
 // Returns the reason in the words of the look at the file, if it knows one.
@@ -88,6 +97,11 @@ std::string WhyRefused(std::string const& path, int error) {
             return text + ": scripts interpret scripts, too many or in a circle";
         case ETXTBSY:
             return text + ": it is open for writing";
+        case ENOEXEC:
+            if (IsForThisMachine(path)) {
+                return text + ": it is " + format + ", but damaged or cut short";
+            }
+            [[fallthrough]];
         default:
             return format.empty() ? text : text + ": it is " + format;
     }
@@ -96,22 +110,21 @@ std::string WhyRefused(std::string const& path, int error) {
 }  // namespace
 
 ProgramVerdict ProgramCheck::Check(std::string const& path,
-                                   std::vector<std::string> vector) {
-    std::size_t const bytes = TotalSize(vector);
-    std::size_t const longest = LongestSize(vector);
-    auto const known = asked.find(path);
-    if (known != asked.end() && vector.size() <= known->second.count &&
-        bytes <= known->second.bytes && longest <= known->second.longest &&
-        known->second.verdict.end != End::ArgumentsTooLong) {
-        return known->second.verdict;
+                                   std::vector<std::string> const& vector) {
+    ArgumentSize const size = SizeOf(vector);
+    std::vector<Answer>& known = answers[path];
+    for (Answer const& answer : known) {
+        if (HoldsFor(size, answer.asked, answer.verdict.end)) {
+            return answer.verdict.end == End::ArgumentsTooLong ? TooLong(size)
+                                                               : answer.verdict;
+        }
     }
-    ProgramVerdict verdict = Ask(path, vector);
-    asked[path] = {vector.size(), bytes, longest, verdict};
-    return verdict;
+    known.push_back({size, Ask(path, vector, size)});
+    return known.back().verdict;
 }
 
-ProgramVerdict ProgramCheck::Ask(std::string const& path,
-                                 std::vector<std::string>& vector) {
+ProgramVerdict ProgramCheck::Ask(std::string const& path, std::vector<std::string> vector,
+                                 ArgumentSize const& size) {
     std::vector<char*> pointers;
     pointers.reserve(vector.size() + 1);
     for (std::string& text : vector) {
@@ -128,7 +141,7 @@ ProgramVerdict ProgramCheck::Ask(std::string const& path,
             return {};
         case ExecTrial::Answer::Refused:
             return trial.error == E2BIG
-                       ? TooLong(vector)
+                       ? TooLong(size)
                        : ProgramVerdict{End::Refused, WhyRefused(path, trial.error)};
         case ExecTrial::Answer::Killed:
             return {End::Killed, "signal " + std::to_string(trial.error)};
@@ -138,5 +151,5 @@ ProgramVerdict ProgramCheck::Ask(std::string const& path,
     if (!why_not_asked) {
         why_not_asked = trial.error;
     }
-    return Look(path, vector);
+    return Look(path, size);
 }

@@ -27,29 +27,36 @@ struct ProgramVerdict {
     std::string reason = {};
 };
 
-// Asks the system, or looks at the files where it does not answer. It asks once for items
-// with the same program, if the first one had the longest arguments.
+// How much room arguments take: their number, their bytes with a zero after each, and
+// the bytes of the longest of them with its zero.
+struct ArgumentSize {
+    std::size_t count;
+    std::size_t bytes;
+    std::size_t longest;
+};
+
+// Asks the system, or looks at the files where it does not answer. It does not ask again
+// about a program where an earlier answer holds: arguments that are no larger in any way
+// than accepted ones are accepted, and those no smaller than too long ones are too long.
 class ProgramCheck {
   public:
     // Returns what becomes of an execv of `path`, with the arguments of `vector`.
-    ProgramVerdict Check(std::string const& path, std::vector<std::string> vector);
+    ProgramVerdict Check(std::string const& path, std::vector<std::string> const& vector);
 
     // Returns why the system could not be asked, the first time that it could not;
     // nothing if it always answered.
     std::optional<int> const& WhyNotAsked() const noexcept { return why_not_asked; }
 
   private:
-    // Arguments that the system had for an answer.
-    struct Asked {
-        std::size_t count;
-        std::size_t bytes;
-        std::size_t longest;
+    struct Answer {
+        ArgumentSize asked;
         ProgramVerdict verdict;
     };
 
-    ProgramVerdict Ask(std::string const& path, std::vector<std::string>& vector);
+    ProgramVerdict Ask(std::string const& path, std::vector<std::string> vector,
+                       ArgumentSize const& size);
 
-    std::map<std::string, Asked> asked;
+    std::map<std::string, std::vector<Answer>> answers;
     std::optional<int> why_not_asked;
 };
 

@@ -86,12 +86,17 @@ std::string ElfProcessor(unsigned machine) {
     }
 }
 
-// `head` begins with the mark of ELF.
+char const* const kElfMark =
+    "\x7F"
+    "ELF";
+
+// `head` begins with that mark.
 std::string ElfFormat(std::string const& head) {
     constexpr std::size_t kByteOrder = 5;
     constexpr std::size_t kType = 16;
     constexpr std::size_t kMachine = 18;
     constexpr unsigned kObjectFile = 1;
+    constexpr unsigned kCoreFile = 4;
     if (head.size() < kMachine + 2) {
         return "the beginning of an ELF file";
     }
@@ -100,9 +105,37 @@ std::string ElfFormat(std::string const& head) {
         return static_cast<unsigned char>(head[place + high]) * 256U +
                static_cast<unsigned char>(head[place + 1 - high]);
     };
-    return number(kType) == kObjectFile
-               ? "an object file"
-               : "an ELF file for " + ElfProcessor(number(kMachine));
+    switch (number(kType)) {
+        case kObjectFile:
+            return "an object file";
+        case kCoreFile:
+            return "a core file";
+        default:
+            return "an ELF file for " + ElfProcessor(number(kMachine));
+    }
+}
+
+// Returns what a file is that begins with `head`, as FileFormat does.
+std::string FormatOf(std::string const& head) {
+    std::string const mark = head.substr(0, 4);
+    if (mark == kElfMark) {
+        return ElfFormat(head);
+    }
+    for (char const* const mach_o :
+         {"\xCF\xFA\xED\xFE", "\xCE\xFA\xED\xFE", "\xFE\xED\xFA\xCF", "\xFE\xED\xFA\xCE",
+          "\xCA\xFE\xBA\xBE"}) {
+        if (mark == mach_o) {
+            return "a Mach-O file";
+        }
+    }
+    return mark.substr(0, 2) == "MZ" ? "a program for Windows" : "";
+}
+
+// Returns why a text, which the system takes for no script, is not executed.
+std::string WhyNoScript(std::string const& head) {
+    std::string const format = FormatOf(head);
+    return format.empty() ? R"(it is a script without "#!" in its first line)"
+                          : "it is " + format;
 }
 
 // Interpreters of interpreters are looked at, but not for ever.
@@ -118,7 +151,7 @@ std::string WhyNotExecutableAt(std::string const& path, int level) {
         return "it is empty";
     }
     if (head.compare(0, 2, "#!") != 0) {
-        return IsText(head) ? R"(it is a script without "#!" in its first line)" : "";
+        return IsText(head) ? WhyNoScript(head) : "";
     }
     std::string const interpreter = Interpreter(head);
     if (interpreter.empty()) {
@@ -136,21 +169,15 @@ std::string WhyNotExecutable(std::string const& path) {
 
 std::string FileFormat(std::string const& path) {
     std::string head;
-    if (!ReadHead(path, head)) {
-        return "";
+    return ReadHead(path, head) ? FormatOf(head) : "";
+}
+
+bool IsForThisMachine(std::string const& path) {
+    std::string own;
+    std::string other;
+    if (!ReadHead("/proc/self/exe", own) || !ReadHead(path, other)) {
+        return false;
     }
-    std::string const mark = head.substr(0, 4);
-    if (mark ==
-        "\x7F"
-        "ELF") {
-        return ElfFormat(head);
-    }
-    for (char const* const mach_o :
-         {"\xCF\xFA\xED\xFE", "\xCE\xFA\xED\xFE", "\xFE\xED\xFA\xCF", "\xFE\xED\xFA\xCE",
-          "\xCA\xFE\xBA\xBE"}) {
-        if (mark == mach_o) {
-            return "a Mach-O file";
-        }
-    }
-    return mark.substr(0, 2) == "MZ" ? "a program for Windows" : "";
+    // The mark, the word size and the byte order stand before the processor.
+    return FormatOf(own) == FormatOf(other) && own.compare(0, 6, other, 0, 6) == 0;
 }

@@ -16,7 +16,12 @@
 std::string WhyNotExecutable(std::string const& path);
 
 // Returns what the beginning of the file shows it to be: "an ELF file for AArch64", "an
-// object file", "a Mach-O file", "a program for Windows"; nothing if it is none of them.
+// object file", "a core file", "a Mach-O file", "a program for Windows"; nothing if it is
+// none of them.
 std::string FileFormat(std::string const& path);
+
+// Says whether the file begins as a program for this processor does: the program of this
+// process is the measure. Returns false where the system does not show that program.
+bool IsForThisMachine(std::string const& path);
 
 #endif

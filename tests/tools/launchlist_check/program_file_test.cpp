@@ -76,6 +76,15 @@ TEST_F(WhyNotExecutableTest, AScriptWithoutAnInterpreterIsNot) {
                  "it names no interpreter behind its \"#!\"");
 }
 
+TEST_F(WhyNotExecutableTest, AProgramOfAnotherSystemIsNoScript) {
+    ExpectReason(Program("mach_o", "\xCF\xFA\xED\xFE text"), "it is a Mach-O file");
+    ExpectReason(Program("windows", "MZ text"), "it is a program for Windows");
+    ExpectReason(Program("elf",
+                         "\x7F"
+                         "ELF text"),
+                 "it is the beginning of an ELF file");
+}
+
 TEST_F(WhyNotExecutableTest, AScriptWhoseInterpreterCannotBeExecutedIsNot) {
     ExpectReason(Program("lost", "#!/nothing/here\n"),
                  "its interpreter \"/nothing/here\": No such file or directory");
