@@ -102,7 +102,7 @@ Json::Value ToNumber(std::size_t number) {
 Json::Value ToValue(CheckedFile const& file) {
     Findings const& findings = file.result.findings;
     Json::Value value(Json::objectValue);
-    value["file"] = file.label;
+    value["file"] = ToUtf8(file.label);
     value["outcome"] = Word(file.result.outcome);
     value["programs"] = ToNumber(file.result.programs);
     value["errors"] = ToNumber(findings.Count(Severity::Error));

@@ -106,6 +106,15 @@ TEST_F(LaunchlistCheck, AFileNameCannotForgeALine) {
                             HasSubstr("a\\x0Aok: 7 programs: 1 error")));
 }
 
+TEST_F(LaunchlistCheck, BytesThatAreNotUtf8AreReplacedInJson) {
+    std::string const path = directory.Write(
+        "\xE9[f]", "{\"0\": {\"name\": \"\xE9[n]\", \"program\": \"/bin/sh\"}}");
+    Json::Value const file = Parse(Run({"--json", path}).output)["files"][0];
+    EXPECT_EQ(file["file"], (directory.Path() / "\xEF\xBF\xBD[f]").string());
+    ASSERT_EQ(file["findings"].size(), 1U);
+    EXPECT_EQ(file["findings"][0]["name"], "\xEF\xBF\xBD[n]");
+}
+
 TEST_F(LaunchlistCheck, PrintsJsonForMachines) {
     ToolRun const run = Run({"--json", right, wrong, "-"}, "{\n\"\xC3\xA9\xFF\": }");
     EXPECT_EQ(run.end, "exit 1");
