@@ -777,7 +777,9 @@ TEST_F(LaunchlogReportFollowing, ATableSaysThatALogIsNotThereYet) {
     EXPECT_TRUE(WaitFor([this] {
         return ReadFile(output) == "no program has ended\n" + log + ": not there yet\n";
     })) << ReadFile(output);
-    Append("launcher.log", Line("a", 256));
+    // It is never there without its line.
+    Append("new.log", Line("a", 256));
+    Rename("new.log", "launcher.log");
     EXPECT_TRUE(WaitFor([this] { return Lines(ReadFile(output)).size() == 5; }));
     EXPECT_THAT(Lines(ReadFile(output)).back(), StartsWith("  a "));
     // After a rotation the file that was open is still followed.
