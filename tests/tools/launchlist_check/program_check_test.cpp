@@ -94,10 +94,13 @@ TEST_F(ProgramCheckTest, AProgramWithoutRoomForItsArgumentsIsAskedAboutForOthers
     getrlimit(RLIMIT_STACK, &limit);
     rlimit const small = {128UL << 10, limit.rlim_max};
     setrlimit(RLIMIT_STACK, &small);
-    std::size_t length = 131000;
-    while (length > 1000 &&
-           ProgramCheck().Check(program, Vector(1, length)).end != End::Killed) {
-        length -= 1000;
+    // The longest argument that is not too long leaves the program no stack at all.
+    std::size_t length = 1000;
+    for (std::size_t step = 1UL << 16; step > 0; step /= 2) {
+        if (ProgramCheck().Check(program, Vector(1, length + step)).end !=
+            End::ArgumentsTooLong) {
+            length += step;
+        }
     }
     End const of_long = Check(Vector(1, length)).end;
     End const of_short = Check(Vector(1, 10)).end;
