@@ -69,7 +69,7 @@ class Stacks {
         }
     }
 
-    // Takes a stack. Returns its owner, null if there is none to be had.
+    // Takes a stack. Returns its owner, null if all are in use.
     Owner* Take() noexcept {
         for (std::size_t i = 1; start != nullptr && i <= kStackCount; ++i) {
             pid_t nobody = 0;

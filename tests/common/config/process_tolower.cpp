@@ -1,5 +1,5 @@
 // Stands in for the C library's tolower, which asks the process's locale. Locales other
-// than "C" are not to be had on every machine.
+// than "C" are missing on some machines.
 //
 // The headers of the C library may define it too, and are not included.
 

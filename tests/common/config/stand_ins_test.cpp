@@ -22,7 +22,7 @@ namespace {
 
 using testing::ElementsAre;
 
-std::string executable;  // empty: its path is not to be had
+std::string executable;  // empty: its path is unknown
 std::string value;       // of every entry of every file; empty: not even the default
 std::vector<std::string> queries;
 

@@ -4,13 +4,9 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <linux/filter.h>
-#include <linux/seccomp.h>
-#include <sys/prctl.h>
 #include <sys/ptrace.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -22,6 +18,7 @@
 #include <fstream>
 
 #include "tests/support/files.h"
+#include "tests/support/linux/forbid_tracing.h"
 #include "tests/support/process.h"
 
 namespace {
@@ -238,19 +235,6 @@ TEST_F(ExecTrialTest, NothingRunsOnIfTheAskingProcessDies) {
     for (pid_t const pid : AllProcesses()) {
         EXPECT_TRUE(pid <= getpid() || IsGone(pid)) << pid;
     }
-}
-
-// Lets ptrace fail with EPERM in this process, as a container may.
-bool ForbidTracing() {
-    std::array<sock_filter, 4> code = {{
-        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_ptrace, 0, 1),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EPERM),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
-    }};
-    sock_fprog const filter = {code.size(), code.data()};
-    return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
-           prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter) == 0;
 }
 
 TEST_F(ExecTrialTest, WhereTracingIsForbiddenNothingIsAsked) {

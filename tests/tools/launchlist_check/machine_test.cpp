@@ -1,22 +1,17 @@
 // What the check says of this machine, beside what the launcher does on it.
 
 #include <fcntl.h>
-#include <linux/filter.h>
-#include <linux/seccomp.h>
-#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
-#include <sys/syscall.h>
 #include <sys/un.h>
 #include <unistd.h>
 
-#include <array>
-#include <cerrno>
 #include <cstddef>
 #include <cstdlib>
 #include <fstream>
 
 #include "tests/support/limited_launcher.h"
+#include "tests/support/linux/forbid_tracing.h"
 #include "tests/support/wait_for.h"
 #include "tools/launchlist_check/list_check.h"
 #include "tools/launchlist_check/output.h"
@@ -113,19 +108,6 @@ TEST_F(Machine, AProgramThatItCannotLoadEndsEachChild) {
     });
     EXPECT_TRUE(WaitFor([&] { return CountInLog("status = 11") >= 2; }));
     EXPECT_LE(SessionMembers(launcher->Pid()).size(), 2U);
-}
-
-// Lets ptrace fail with EPERM in this process, as a container may.
-bool ForbidTracing() {
-    std::array<sock_filter, 4> code = {{
-        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_ptrace, 0, 1),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EPERM),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
-    }};
-    sock_fprog const filter = {code.size(), code.data()};
-    return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
-           prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter) == 0;
 }
 
 TEST_F(Machine, WhereItLetsNobodyTraceFilesAreLookedAtAndANoteSaysSo) {
