@@ -23,7 +23,7 @@ std::string ThreeDigits(double value) {
     return text;
 }
 
-// The median with three digits, nothing if there is none.
+// The median with three digits; an empty string if there is none.
 std::string MedianText(std::vector<double> const& values) {
     return values.empty() ? "" : ThreeDigits(Median(values));
 }

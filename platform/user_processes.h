@@ -12,8 +12,8 @@ struct UserProcesses {
     long running;
 };
 
-// Returns the user's processes; nothing if he is not limited, as root is not, or if the
-// system does not tell.
+// Returns the user's processes; std::nullopt if he is not limited, as root is not, or if
+// the system does not tell.
 std::optional<UserProcesses> CountUserProcesses();
 
 // Returns how many of them an item of the launcher takes while its program runs: one for

@@ -166,7 +166,7 @@ TEST_F(StartCalls, OfAStartWithAListThatIsNoJson) {
     EXPECT_EQ(logger, &late_log);
 }
 
-// The path is none that a format could be taken for.
+// No format of a message looks like this path.
 TEST_F(StartCalls, OfAStartWithAListThatIsMissing) {
     std::string const list = directory.Path() / "100%% %d %s %n";
     RunMain({"launcher", "name", list});

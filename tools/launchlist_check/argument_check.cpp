@@ -51,7 +51,7 @@ class ArgumentCheck {
           report(item_report),
           has_count(item.isMember("argc")) {}
 
-    // Returns the argument vector; nothing if the child aborts.
+    // Returns the argument vector; std::nullopt if the child aborts.
     std::optional<std::vector<std::string>> Check() {
         if (has_count && !CheckCount(item["argc"])) {
             return std::nullopt;

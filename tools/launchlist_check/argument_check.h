@@ -13,7 +13,7 @@
 
 // Checks the members "argc" and "args" of the item, which is an object and is left as it
 // is. Returns the argument vector that the launcher makes for `program`, which comes
-// first in it; nothing if the launcher's child ends abnormally instead.
+// first in it; std::nullopt if the launcher's child ends abnormally instead.
 std::optional<std::vector<std::string>> CheckArguments(Json::Value& item,
                                                        std::string const& program,
                                                        ItemReport& report);

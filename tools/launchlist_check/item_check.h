@@ -12,7 +12,7 @@
 #include "tools/launchlist_check/program_check.h"
 
 struct ItemResult {
-    // The name as the launcher reads it; nothing if it skips the item or ends there.
+    // The name as the launcher reads it; std::nullopt if it skips the item or ends there.
     std::optional<std::string> name = {};
     // The launcher goes no further in the list, and stops what it has started.
     bool ends_walk = false;

@@ -15,10 +15,10 @@ std::string TypeName(Json::Value const& value);
 // text.
 std::string NameOf(Json::Value const& item);
 
-// Returns what the launcher reads where it wants text; nothing if that throws.
+// Returns what the launcher reads where it wants text; std::nullopt if that throws.
 std::optional<std::string> TextOf(Json::Value& value);
 
-// Returns what the launcher reads where it wants a number; nothing if that throws.
+// Returns what the launcher reads where it wants a number; std::nullopt if that throws.
 std::optional<int> IntegerOf(Json::Value& value);
 
 #endif

@@ -44,7 +44,7 @@ class ProgramCheck {
     ProgramVerdict Check(std::string const& path, std::vector<std::string> const& vector);
 
     // Returns why the system could not be asked, the first time that it could not;
-    // nothing if it always answered.
+    // std::nullopt if it always answered.
     std::optional<int> const& WhyNotAsked() const noexcept { return why_not_asked; }
 
   private:

@@ -9,15 +9,15 @@
 
 #include <string>
 
-// Returns why an execv of `path` by the user of this process would fail, and nothing if
-// there is no reason in sight: the file is there, may be executed, and is neither empty
-// nor a script that names no interpreter, or none that may be executed. Nothing is
-// executed; the beginning of the file is read, and that of its interpreters.
+// Returns why an execv of `path` by the user of this process would fail, or an empty
+// string if there is no reason in sight: the file is there, may be executed, and is
+// neither empty nor a script that names no interpreter, or none that may be executed.
+// Nothing is executed; the beginning of the file is read, and that of its interpreters.
 std::string WhyNotExecutable(std::string const& path);
 
 // Returns what the beginning of the file shows it to be: "an ELF file for AArch64", "an
-// object file", "a core file", "a Mach-O file", "a program for Windows"; nothing if it is
-// none of them.
+// object file", "a core file", "a Mach-O file", "a program for Windows"; an empty string
+// if it is none of them.
 std::string FileFormat(std::string const& path);
 
 // Says whether the file begins as a program for this processor does: the program of this

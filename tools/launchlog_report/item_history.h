@@ -31,8 +31,8 @@ class ItemHistory {
     // The ends without those of stops. The last end that one launcher process logs is
     // taken for its stop if it is one by SIGKILL.
     long long Restarts() const { return ends - static_cast<long long>(stops.size()); }
-    // The restarts of the 60 seconds up to `now`; nothing if there are ends, but none has
-    // a time.
+    // The restarts of the 60 seconds up to `now`; std::nullopt if there are ends, but
+    // none has a time.
     std::optional<long long> RestartsPerMinute(Time now) const;
 
     // The times of the first end that has one, and of the last end, in the order of the

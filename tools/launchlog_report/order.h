@@ -21,7 +21,7 @@ enum class SortKey {
 };
 
 // Returns the key of this name: "marked", "name", "restarts", "per-minute", "first-end"
-// or "last-end"; nothing if there is none.
+// or "last-end"; std::nullopt if there is none.
 std::optional<SortKey> ParseSortKey(std::string const& name);
 
 // Orders names as people count: runs of digits by their numbers, everything else by

@@ -24,7 +24,8 @@ struct Row {
     std::string name;
     long long ends = 0;
     long long restarts = 0;
-    // The restarts of the last 60 seconds; nothing if no log tells the time of its ends.
+    // The restarts of the last 60 seconds; std::nullopt if no log tells the time of its
+    // ends.
     std::optional<long long> restarts_per_minute;
     std::optional<Time> first_end;
     // The last end in its log; of several logs, the latest of these.
@@ -36,7 +37,7 @@ struct Row {
     bool given_up = false;
     bool no_program = false;
     bool chain = false;
-    // The processes that the chain had at least; nothing if the log does not tell.
+    // The processes that the chain had at least; std::nullopt if the log does not tell.
     std::optional<long long> chain_processes;
     // The time of the last line about the item.
     std::optional<Time> last_line;

@@ -24,7 +24,7 @@ void TakeSignal(int number) {
     errno = error;
 }
 
-// Returns the number in the environment, nothing if there is none above 0.
+// Returns the number in the environment, std::nullopt if there is none above 0.
 std::optional<std::size_t> FromEnvironment(char const* name) {
     char const* const text = std::getenv(name);
     long const value = text == nullptr ? 0 : std::strtol(text, nullptr, 10);

@@ -111,7 +111,8 @@ int TakeFraction(Cursor& cursor) {
     return milliseconds;
 }
 
-// Takes a zone and returns how many minutes it is ahead of UTC; nothing if there is none.
+// Takes a zone and returns how many minutes it is ahead of UTC; std::nullopt if there is
+// none.
 std::optional<int> TakeZone(Cursor& cursor) {
     cursor.TakeAllOf(" ");
     if (cursor.TakeWord("Z") || cursor.TakeWord("UTC") || cursor.TakeWord("GMT")) {

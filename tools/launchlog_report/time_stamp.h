@@ -21,8 +21,8 @@ using Time = long long;
 // a zone it is local time.
 std::optional<Time> ParseTimeStamp(std::string const& line);
 
-// Returns the time that the whole text is, in the form of a stamp; nothing if something
-// stands before or after it, or its day does not exist.
+// Returns the time that the whole text is, in the form of a stamp; std::nullopt if
+// something stands before or after it, or its day does not exist.
 std::optional<Time> ParseTime(std::string const& text);
 
 // Returns the time in UTC, ISO 8601, to the second. The year is 9999 at most.
