@@ -118,6 +118,7 @@ need_for_tests() {
     need jq jq jq has_command jq
     if [ "$(uname)" != Darwin ]; then
         need localedef libc-bin '' has_command localedef
+        need pytest python3-pytest '' has_python_module pytest
         need "Python's jsonschema" python3-jsonschema '' has_python_module jsonschema
         need_for_containment
     fi

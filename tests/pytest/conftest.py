@@ -1,0 +1,107 @@
+"""The fixtures and the options of the tests in this folder.
+
+    tests/support/contained /usr/bin/python3 -B -m pytest tests/pytest/test_run.py [-k NAME]
+
+A file whose tests start no launcher needs no tests/support/contained. The exit code is 77
+if a test was skipped and none failed: CTest counts the file as skipped then.
+"""
+
+import contextlib
+import os
+import pathlib
+import shutil
+import subprocess
+import tempfile
+
+import pytest
+
+pytest.register_assert_rewrite("support")
+
+from support import ROOT, is_contained, log_in  # noqa: E402  (it must be registered before)
+
+
+def pytest_addoption(parser):
+    parser.addoption("--build", type=pathlib.Path, default=ROOT / "build/dev",
+                     help="the build folder whose programs are tested")
+    parser.addoption("--prefix", type=pathlib.Path,
+                     help="where the bundle is installed; if not given, build/release is"
+                     " built and installed into a temporary folder")
+
+
+def pytest_sessionfinish(session, exitstatus):
+    reporter = session.config.pluginmanager.get_plugin("terminalreporter")
+    if exitstatus == 0 and reporter.stats.get("skipped"):
+        session.exitstatus = 77
+
+
+@pytest.fixture(scope="session")
+def contained():
+    """For tests that start what kills: ends the run outside of tests/support/contained."""
+    if not is_contained():
+        pytest.exit("what is tested here kills; run it through tests/support/contained", 2)
+
+
+@contextlib.contextmanager
+def new_home():
+    home = pathlib.Path(tempfile.mkdtemp())
+    home.chmod(0o711)
+    passwd = home / "passwd"
+    entries = [line.split(":") for line in pathlib.Path("/etc/passwd").read_text().splitlines()]
+    for entry in entries:
+        if entry[2] == str(os.getuid()):
+            entry[5] = str(home)
+    passwd.write_text("".join(":".join(entry) + "\n" for entry in entries))
+    subprocess.run(["mount", "--bind", passwd, "/etc/passwd"], check=True)
+    try:
+        yield home
+    finally:
+        subprocess.run(["umount", "/etc/passwd"], check=True)
+        shutil.rmtree(home, ignore_errors=True)
+
+
+@pytest.fixture
+def home(contained):
+    """A home directory of the test's own, which the user's passwd entry names.
+
+    `home / "passwd"` is /etc/passwd in here, and may get more entries.
+    """
+    with new_home() as folder:
+        yield folder
+
+
+@pytest.fixture(scope="module")
+def module_home(contained):
+    """The same for all tests of a file."""
+    with new_home() as folder:
+        yield folder
+
+
+@pytest.fixture
+def log(home):
+    return log_in(home)
+
+
+@pytest.fixture(scope="session")
+def build(pytestconfig):
+    """The build folder whose programs are tested."""
+    return pytestconfig.getoption("--build").resolve()
+
+
+@pytest.fixture(scope="session")
+def release():
+    """The folder build/release, built as scripts/run does."""
+    subprocess.run(["bash", "-c", "me=pytest; . scripts/common.sh && build_bundle release"],
+                   cwd=ROOT, check=True)
+    return ROOT / "build/release"
+
+
+@pytest.fixture(scope="session")
+def prefix(request, tmp_path_factory):
+    """Where the bundle is installed."""
+    given = request.config.getoption("--prefix")
+    if given:
+        return given.resolve()
+    folder = tmp_path_factory.mktemp("installed") / "a prefix"
+    subprocess.run(["cmake", "--install", request.getfixturevalue("release"), "--prefix",
+                    folder], stdout=subprocess.DEVNULL, check=True)
+    return folder

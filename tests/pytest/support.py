@@ -1,0 +1,180 @@
+"""What the tests of this folder share: commands, waiting, processes and launch lists."""
+
+import json
+import os
+import pathlib
+import re
+import signal
+import subprocess
+import tempfile
+import time
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+
+
+def is_contained():
+    """Returns whether this process runs through tests/support/contained."""
+    outside = os.environ.get("CONTAINED_FROM")
+    return bool(outside) and os.readlink("/proc/self/ns/pid") != outside
+
+
+class Command:
+    """A command in a session of its own, with its output and its errors in one file.
+
+    Arguments may be paths and numbers. `env` holds changes to this process's environment;
+    None removes a variable. Other options go to subprocess.Popen. Used with `with`, it is
+    killed at the end, with its process group, if it still runs.
+    """
+
+    def __init__(self, *arguments, env=None, **options):
+        environment = {**os.environ, **(env or {})}
+        self._file = tempfile.TemporaryFile()
+        self._process = subprocess.Popen(
+            [str(argument) for argument in arguments],
+            **{"stdin": subprocess.DEVNULL, "stdout": self._file,
+               "stderr": subprocess.STDOUT, "start_new_session": True, **options},
+            env={key: str(value) for key, value in environment.items() if value is not None})
+        self.pid = self._process.pid
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        if self.code is None:
+            os.killpg(self.pid, signal.SIGKILL)
+            self._process.wait()
+
+    @property
+    def code(self):
+        """The exit code, -N if signal N ended the command, None while it runs."""
+        return self._process.poll()
+
+    @property
+    def output(self):
+        """What the command has printed so far."""
+        size = os.fstat(self._file.fileno()).st_size
+        return os.pread(self._file.fileno(), size, 0).decode(errors="replace")
+
+    def send(self, signal_number):
+        self._process.send_signal(signal_number)
+
+    def wait(self, seconds=300):
+        """Waits for the end of the command, and returns the command."""
+        __tracebackhide__ = True
+        try:
+            self._process.wait(seconds)
+        except subprocess.TimeoutExpired:
+            fail(f"the command runs longer than {seconds} s", self.output)
+        return self
+
+    def expect(self, code, *lines):
+        """Expects the exit code, and a line for each regular expression."""
+        __tracebackhide__ = True
+        if self.code != code:
+            fail(f"the exit code is {self.code}, not {code}", self.output)
+        for line in lines:
+            expect_line(line, self.output)
+        return self
+
+    def expect_only(self, code, line):
+        """Expects the exit code, and one line alone."""
+        __tracebackhide__ = True
+        self.expect(code, line)
+        if self.output.count("\n") != 1:
+            fail("this is more than one line", self.output)
+        return self
+
+    def expect_no(self, pattern):
+        """Expects that the regular expression is found nowhere in the output."""
+        __tracebackhide__ = True
+        if re.search(pattern, self.output):
+            fail(f"there is {pattern}", self.output)
+        return self
+
+
+def run(*arguments, seconds=300, **options):
+    """Runs a command to its end; see Command."""
+    __tracebackhide__ = True
+    with Command(*arguments, **options) as command:
+        return command.wait(seconds)
+
+
+def expect_line(line, text):
+    """Expects a line in the text that the regular expression matches as a whole."""
+    __tracebackhide__ = True
+    if not any(re.fullmatch(line, candidate) for candidate in text.splitlines()):
+        fail(f"there is no line {line}", text)
+
+
+def fail(words, text):
+    """Fails the test, and shows the last lines of the text."""
+    __tracebackhide__ = True
+    shown = "".join(f"\n  | {line}" for line in text.splitlines()[-40:])
+    raise AssertionError(f"{words}; the output is:{shown}")
+
+
+def wait_until(condition, seconds=60):
+    """Calls the condition until what it returns is true, and returns that."""
+    __tracebackhide__ = True
+    end = time.monotonic() + seconds
+    while True:
+        value = condition()
+        if value:
+            return value
+        if time.monotonic() > end:
+            raise AssertionError(f"after {seconds} s this is not true: {value!r}")
+        time.sleep(0.05)
+
+
+def ps(*arguments):
+    """Returns what ps prints, as a list of lines without blanks around them."""
+    found = subprocess.run(["ps", *map(str, arguments)], stdout=subprocess.PIPE, text=True,
+                           check=False)
+    return [line.strip() for line in found.stdout.splitlines()]
+
+
+def is_alive(pid):
+    return pathlib.Path(f"/proc/{pid}").exists()
+
+
+def item(name, program, *arguments):
+    """Returns an item of a launch list."""
+    return {"name": name, "program": str(program), "argc": len(arguments),
+            "args": {str(number): str(text) for number, text in enumerate(arguments)}}
+
+
+def steady_item(pid_file):
+    """Returns an item whose program writes its process id to the file, and runs on."""
+    return item("steady", "/bin/sh", "-c", f"echo $$ >{pid_file}; exec sleep 1000")
+
+
+def write_list(file, *items):
+    """Writes a launch list, and returns the file."""
+    file.write_text(json.dumps({str(number): value for number, value in enumerate(items)}))
+    return file
+
+
+def read_pid(file):
+    """Waits until a program has written its process id to the file, and returns it."""
+    return int(wait_until(lambda: file.exists() and file.read_text()))
+
+
+def log_in(home):
+    """Returns the launcher's log in a home directory; the launcher makes its folder."""
+    return home / "Library/Logs/Tamlin/voplog/launcher.log"
+
+
+def stop_launcher(command):
+    """Stops a launcher that is a Command, and returns its exit code.
+
+    A SIGTERM during the start-up is lost, so another one is sent every two seconds.
+    """
+    def has_ended():
+        command.send(signal.SIGTERM)
+        end = time.monotonic() + 2
+        while command.code is None and time.monotonic() < end:
+            time.sleep(0.05)
+        return command.code is not None
+
+    wait_until(has_ended)
+    return command.code
