@@ -9,7 +9,6 @@ if a test was skipped and none failed: CTest counts the file as skipped then.
 import contextlib
 import os
 import pathlib
-import shutil
 import subprocess
 import tempfile
 
@@ -17,7 +16,7 @@ import pytest
 
 pytest.register_assert_rewrite("support")
 
-from support import ROOT, is_contained, log_in  # noqa: E402  (it must be registered before)
+from support import ROOT, is_contained, log_in, mounted  # noqa: E402  (after the line above)
 
 
 def pytest_addoption(parser):
@@ -43,27 +42,25 @@ def contained():
 
 @contextlib.contextmanager
 def new_home():
-    home = pathlib.Path(tempfile.mkdtemp())
-    home.chmod(0o711)
-    passwd = home / "passwd"
+    folder = pathlib.Path(tempfile.mkdtemp())
+    home = folder / "home"
+    home.mkdir()
+    folder.chmod(0o711)
     entries = [line.split(":") for line in pathlib.Path("/etc/passwd").read_text().splitlines()]
     for entry in entries:
         if entry[2] == str(os.getuid()):
             entry[5] = str(home)
+    passwd = folder / "passwd"
     passwd.write_text("".join(":".join(entry) + "\n" for entry in entries))
-    subprocess.run(["mount", "--bind", passwd, "/etc/passwd"], check=True)
-    try:
+    with mounted("--bind", passwd, "/etc/passwd"):
         yield home
-    finally:
-        subprocess.run(["umount", "/etc/passwd"], check=True)
-        shutil.rmtree(home, ignore_errors=True)
 
 
 @pytest.fixture
 def home(contained):
-    """A home directory of the test's own, which the user's passwd entry names.
+    """An empty home directory of the test's own, which the user's passwd entry names.
 
-    `home / "passwd"` is /etc/passwd in here, and may get more entries.
+    /etc/passwd is a copy, and may get more entries.
     """
     with new_home() as folder:
         yield folder

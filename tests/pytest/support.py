@@ -1,5 +1,6 @@
 """What the tests of this folder share: commands, waiting, processes and launch lists."""
 
+import contextlib
 import json
 import os
 import pathlib
@@ -126,6 +127,16 @@ def wait_until(condition, seconds=60):
         time.sleep(0.05)
 
 
+@contextlib.contextmanager
+def mounted(*arguments):
+    """Mounts what the arguments for mount say; the last one is where."""
+    subprocess.run(["mount", *arguments], check=True)
+    try:
+        yield
+    finally:
+        subprocess.run(["umount", arguments[-1]], check=True)
+
+
 def ps(*arguments):
     """Returns what ps prints, as a list of lines without blanks around them."""
     found = subprocess.run(["ps", *map(str, arguments)], stdout=subprocess.PIPE, text=True,
@@ -139,8 +150,9 @@ def is_alive(pid):
 
 def item(name, program, *arguments):
     """Returns an item of a launch list."""
-    return {"name": name, "program": str(program), "argc": len(arguments),
-            "args": {str(number): str(text) for number, text in enumerate(arguments)}}
+    texts = {str(number): text for number, text in enumerate(arguments)}
+    counted = {"argc": len(texts), "args": texts} if texts else {}
+    return {"name": name, "program": program, **counted}
 
 
 def steady_item(pid_file):
@@ -148,9 +160,10 @@ def steady_item(pid_file):
     return item("steady", "/bin/sh", "-c", f"echo $$ >{pid_file}; exec sleep 1000")
 
 
-def write_list(file, *items):
-    """Writes a launch list, and returns the file."""
-    file.write_text(json.dumps({str(number): value for number, value in enumerate(items)}))
+def write_list(file, *items, **others):
+    """Writes a launch list of the items, and returns the file."""
+    file.write_text(json.dumps({**{str(number): value for number, value in enumerate(items)},
+                                **others}))
     return file
 
 
