@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <tuple>
 
-#include "tools/shared/printable.h"
+#include "tools/common/printable.h"
 
 namespace {
 
@@ -64,7 +64,7 @@ std::string Shorten(std::string_view text) {
         return std::string(text);
     }
     std::size_t end = kLongestText;
-    while (end > 0 && IsContinuation(text[end])) {
+    while (end > 0 && tools::IsContinuation(text[end])) {
         --end;
     }
     return std::string(text.substr(0, end)) + "...";

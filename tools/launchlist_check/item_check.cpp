@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <vector>
 
+#include "tools/common/printable.h"
 #include "tools/launchlist_check/argument_check.h"
 #include "tools/launchlist_check/item_report.h"
 #include "tools/launchlist_check/json_values.h"
 #include "tools/launchlist_check/near_miss.h"
-#include "tools/shared/printable.h"
 
 namespace {
 
@@ -73,7 +73,7 @@ class ItemCheck {
                            R"("name" has control characters, which make log lines hard )"
                            "to read");
         }
-        if (!IsUtf8(name)) {
+        if (!tools::IsUtf8(name)) {
             report.Warning("name-encoding", value,
                            R"("name" is not UTF-8: its bytes are in the log as they )"
                            "are, and other programs show them differently");

@@ -4,13 +4,15 @@
 #include <cstdio>
 #include <limits>
 #include <new>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "tools/common/command_line.h"
+#include "tools/common/tool.h"
 #include "tools/launchlist_check/list_check.h"
 #include "tools/launchlist_check/output.h"
-#include "tools/shared/command_line.h"
 
 namespace {
 
@@ -49,22 +51,19 @@ Findings look like this, and the last line about a list is the verdict:
 The word at the end is explained in launchlist-check(1).
 )";
 
-CheckOptions OptionsOf(CommandLine const& line) {
+CheckOptions OptionsOf(tools::CommandLine const& line) {
     CheckOptions options;
-    options.asks_machine = !line.Has("--no-programs");
-    if (line.Has("--all")) {
+    options.asks_machine = !line.Has("no-programs");
+    if (line.Has("all")) {
         options.most_of_a_kind = std::numeric_limits<std::size_t>::max();
     }
     return options;
 }
 
-void Write(std::string const& text) {
-    std::fwrite(text.data(), 1, text.size(), stdout);
-}
-
-int Check(CommandLine const& line) {
-    bool const is_json = line.Has("--json");
-    bool const is_strict = line.Has("--strict");
+// Checks the lists and prints what is found. Returns the exit code.
+int Check(tools::CommandLine const& line) {
+    bool const is_json = line.Has("json");
+    bool const is_strict = line.Has("strict");
     bool is_right = true;
     std::vector<CheckedFile> files;
     for (std::string const& path : line.operands) {
@@ -76,43 +75,23 @@ int Check(CommandLine const& line) {
         if (is_json) {
             files.push_back(std::move(file));
         } else {
-            Write(ToLines(file, is_strict));
+            tools::Write(ToLines(file, is_strict));
         }
     }
     if (is_json) {
-        Write(ToJson(files));
+        tools::Write(ToJson(files));
     }
-    return FinishOutput(kProgram) && is_right ? 0 : 1;
-}
-
-int Print(std::string const& text) {
-    Write(text);
-    return FinishOutput(kProgram) ? 0 : 1;
+    return tools::FinishOutput(kProgram) && is_right ? 0 : 1;
 }
 
 int Run(int argc, char** argv) {
-    CommandLine line = ReadCommandLine(argc, argv,
-                                       {{"--json", false},
-                                        {"--strict", false},
-                                        {"--all", false},
-                                        {"--no-programs", false},
-                                        {"--help", false},
-                                        {"-h", false},
-                                        {"--version", false}});
-    if (line.Has("--help") || line.Has("-h")) {
-        return Print(kHelp);
-    }
-    if (line.Has("--version")) {
-        return Print(std::string(kProgram) + " " + PROJECT_VERSION + "\n");
-    }
+    tools::CommandLine line = tools::ReadCommandLine(
+        argc, argv, {{"json"}, {"strict"}, {"all"}, {"no-programs"}});
     if (line.error.empty() && line.operands.empty()) {
         line.error = "no launch list is named";
     }
-    if (!line.error.empty()) {
-        std::fprintf(stderr, "%s: %s; --help tells more\n", kProgram, line.error.c_str());
-        return 2;
-    }
-    return Check(line);
+    std::optional<int> const code = tools::AnswerForTool(line, kProgram, kHelp);
+    return code ? *code : Check(line);
 }
 
 }  // namespace

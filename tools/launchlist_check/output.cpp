@@ -3,7 +3,7 @@
 #include <json/value.h>
 
 #include "common/json/json_object.h"
-#include "tools/shared/printable.h"
+#include "tools/common/printable.h"
 
 namespace {
 
@@ -60,9 +60,9 @@ std::string ToLine(std::string const& label, Finding const& finding) {
         }
         about += ": ";
     }
-    return Printable(label) + ":" + std::to_string(finding.position.line) + ":" +
+    return tools::Printable(label) + ":" + std::to_string(finding.position.line) + ":" +
            std::to_string(finding.position.column) + ": " + Word(finding.severity) +
-           ": " + Printable(about + finding.message) + " [" + finding.kind + "]\n";
+           ": " + tools::Printable(about + finding.message) + " [" + finding.kind + "]\n";
 }
 
 std::string Verdict(Findings const& findings, std::size_t programs, bool is_strict) {
@@ -83,14 +83,14 @@ Json::Value ToValue(Finding const& finding) {
     Json::Value value(Json::objectValue);
     value["severity"] = Word(finding.severity);
     value["kind"] = finding.kind;
-    value["message"] = Printable(finding.message);
+    value["message"] = tools::Printable(finding.message);
     value["line"] = finding.position.line;
     value["column"] = finding.position.column;
     if (!finding.subject.item.empty()) {
         value["item"] = finding.subject.item;
     }
     if (!finding.subject.name.empty()) {
-        value["name"] = ToUtf8(finding.subject.name);
+        value["name"] = tools::ToUtf8(finding.subject.name);
     }
     return value;
 }
@@ -102,7 +102,7 @@ Json::Value ToNumber(std::size_t number) {
 Json::Value ToValue(CheckedFile const& file) {
     Findings const& findings = file.result.findings;
     Json::Value value(Json::objectValue);
-    value["file"] = ToUtf8(file.label);
+    value["file"] = tools::ToUtf8(file.label);
     value["outcome"] = Word(file.result.outcome);
     value["programs"] = ToNumber(file.result.programs);
     value["errors"] = ToNumber(findings.Count(Severity::Error));
@@ -128,11 +128,11 @@ std::string ToLines(CheckedFile const& file, bool is_strict) {
         lines += ToLine(file.label, finding);
     }
     for (auto const& [kind, count] : findings.LeftOut()) {
-        lines += Printable(file.label) + ": ... and " + Digits(count) + " more " +
+        lines += tools::Printable(file.label) + ": ... and " + Digits(count) + " more " +
                  Word(kind.second) + (count == 1 ? "" : "s") + " [" + kind.first +
                  "]; --all shows them\n";
     }
-    return lines + Printable(file.label) + ": " +
+    return lines + tools::Printable(file.label) + ": " +
            Verdict(findings, file.result.programs, is_strict) + "\n";
 }
 

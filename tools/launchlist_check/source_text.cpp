@@ -6,7 +6,7 @@
 #include <deque>
 #include <unordered_set>
 
-#include "tools/shared/printable.h"
+#include "tools/common/printable.h"
 
 namespace {
 
@@ -196,7 +196,7 @@ Position Positions::Advance(Position position, std::size_t begin, std::size_t en
             text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n';
         if (text[i] == '\n' || (text[i] == '\r' && !in_pair)) {
             position = {position.line + 1, 1};
-        } else if (!IsContinuation(text[i])) {
+        } else if (!tools::IsContinuation(text[i])) {
             ++position.column;
         }
     }

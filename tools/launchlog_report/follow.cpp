@@ -2,8 +2,8 @@
 
 #include <cstdio>
 
+#include "tools/common/tool.h"
 #include "tools/launchlog_report/terminal.h"
-#include "tools/shared/command_line.h"
 
 namespace {
 
@@ -33,7 +33,7 @@ bool Follow(ReportMaker const& make, bool on_screen, std::string const& gap,
                                        : shown.empty() ? ""
                                                        : gap;
             std::fputs((before + text).c_str(), stdout);
-            if (!FinishOutput(program)) {
+            if (!tools::FinishOutput(program)) {
                 return false;
             }
         }

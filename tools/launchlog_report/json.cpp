@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "common/json/json_object.h"
-#include "tools/shared/printable.h"
+#include "tools/common/printable.h"
 
 namespace {
 
@@ -34,7 +34,7 @@ Json::Value ToValue(ProgramEnd const& end) {
 
 Json::Value ToValue(Row const& row) {
     Json::Value value(Json::objectValue);
-    value["name"] = ToUtf8(row.name);
+    value["name"] = tools::ToUtf8(row.name);
     value["ends"] = static_cast<Json::Int64>(row.ends);
     value["restarts"] = static_cast<Json::Int64>(row.restarts);
     value["restarts_per_minute"] = NumberOrNull(row.restarts_per_minute);

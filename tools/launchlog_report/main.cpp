@@ -5,11 +5,14 @@
 #include <algorithm>
 #include <clocale>
 #include <cstdio>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "common/config/app_locations.h"
 #include "common/config/log.h"
+#include "tools/common/printable.h"
+#include "tools/common/tool.h"
 #include "tools/launchlog_report/follow.h"
 #include "tools/launchlog_report/json.h"
 #include "tools/launchlog_report/log_files.h"
@@ -19,8 +22,6 @@
 #include "tools/launchlog_report/summary.h"
 #include "tools/launchlog_report/table.h"
 #include "tools/launchlog_report/terminal.h"
-#include "tools/shared/command_line.h"
-#include "tools/shared/printable.h"
 
 // This program has no log of its own.
 ILog* logger = nullptr;
@@ -30,12 +31,12 @@ namespace {
 char const* const kProgram = "launchlog-report";
 
 bool Print(std::string const& text) {
-    std::fwrite(text.data(), 1, text.size(), stdout);
-    return FinishOutput(kProgram);
+    tools::Write(text);
+    return tools::FinishOutput(kProgram);
 }
 
 void Complain(std::string const& problem) {
-    std::fprintf(stderr, "%s: %s\n", kProgram, Printable(problem).c_str());
+    std::fprintf(stderr, "%s: %s\n", kProgram, tools::Printable(problem).c_str());
 }
 
 // The widths of characters are those of UTF-8, whatever the user's locale.
@@ -113,16 +114,10 @@ int Run(Options const& options, std::vector<std::string> const& paths) {
 
 int main(int argc, char** argv) {
     Options const options = ReadOptions(argc, argv);
-    if (options.help) {
-        return Print(HelpText()) ? 0 : 1;
-    }
-    if (options.version) {
-        return Print(std::string(kProgram) + " " + PROJECT_VERSION + "\n") ? 0 : 1;
-    }
-    if (!options.error.empty()) {
-        std::fprintf(stderr, "%s: %s; --help tells more\n", kProgram,
-                     options.error.c_str());
-        return 2;
+    std::optional<int> const code =
+        tools::AnswerForTool(options.line, kProgram, HelpText());
+    if (code) {
+        return *code;
     }
     std::vector<std::string> const paths =
         options.logs.empty() ? FindLogs(GetHomePath()) : options.logs;

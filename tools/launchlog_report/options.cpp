@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "tools/shared/command_line.h"
-
 namespace {
 
 char const* const kHelp = R"(launchlog-report [OPTION...] [LOG...]
@@ -44,16 +42,17 @@ A table looks like this:
 )";
 
 // Takes the values of --sort and --now over; returns what is wrong with them, in words.
-std::string ReadValues(CommandLine const& line, Options& options) {
-    if (line.Has("--sort")) {
-        options.sort = ParseSortKey(line.options.at("--sort"));
+std::string ReadValues(Options& options) {
+    tools::CommandLine const& line = options.line;
+    if (line.Has("sort")) {
+        options.sort = ParseSortKey(line.options.at("sort"));
         if (!options.sort) {
             return "--sort takes marked, name, restarts, per-minute, first-end or "
                    "last-end";
         }
     }
-    if (line.Has("--now")) {
-        options.now = ParseTime(line.options.at("--now"));
+    if (line.Has("now")) {
+        options.now = ParseTime(line.options.at("now"));
         if (!options.now) {
             return "--now takes a time like 2026-11-21T12:00:00Z";
         }
@@ -75,29 +74,21 @@ std::string FindConflict(Options const& options) {
 
 }  // namespace
 
-Options ReadOptions(int argc, char const* const* argv) {
-    CommandLine const line = ReadCommandLine(argc, argv,
-                                             {{"--follow", false},
-                                              {"--json", false},
-                                              {"--sort", true},
-                                              {"--fail-if-marked", false},
-                                              {"--now", true},
-                                              {"--help", false},
-                                              {"-h", false},
-                                              {"--version", false}});
+Options ReadOptions(int argc, char* const* argv) {
     Options options;
-    options.help = line.Has("--help") || line.Has("-h");
-    options.version = line.Has("--version");
-    options.follow = line.Has("--follow");
-    options.json = line.Has("--json");
-    options.fail_if_marked = line.Has("--fail-if-marked");
-    options.logs = line.operands;
-    options.error = line.error;
-    if (options.error.empty()) {
-        options.error = ReadValues(line, options);
+    options.line = tools::ReadCommandLine(
+        argc, argv,
+        {{"follow"}, {"json"}, {"sort", true}, {"fail-if-marked"}, {"now", true}});
+    options.follow = options.line.Has("follow");
+    options.json = options.line.Has("json");
+    options.fail_if_marked = options.line.Has("fail-if-marked");
+    options.logs = options.line.operands;
+    std::string& error = options.line.error;
+    if (error.empty()) {
+        error = ReadValues(options);
     }
-    if (options.error.empty()) {
-        options.error = FindConflict(options);
+    if (error.empty()) {
+        error = FindConflict(options);
     }
     return options;
 }

@@ -7,12 +7,13 @@
 #include <string>
 #include <vector>
 
+#include "tools/common/command_line.h"
 #include "tools/launchlog_report/order.h"
 #include "tools/launchlog_report/time_stamp.h"
 
 struct Options {
-    bool help = false;
-    bool version = false;
+    // As it was read. Its error also tells of values and options that do not fit.
+    tools::CommandLine line;
     bool follow = false;
     bool json = false;
     bool fail_if_marked = false;
@@ -20,11 +21,9 @@ struct Options {
     // Without a time, now is always now.
     std::optional<Time> now;
     std::vector<std::string> logs;
-    // What is wrong with the command line, in words; empty if nothing is.
-    std::string error;
 };
 
-Options ReadOptions(int argc, char const* const* argv);
+Options ReadOptions(int argc, char* const* argv);
 
 // Returns the text of --help.
 std::string HelpText();

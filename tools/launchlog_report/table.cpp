@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "tools/shared/printable.h"
+#include "tools/common/printable.h"
 
 namespace {
 
@@ -115,7 +115,7 @@ std::string Text(Row const& row, Field field, TimeForm form, Time now) {
     switch (field) {
         case Field::Name:
             return (row.IsMarked() ? "! " : "  ") +
-                   (row.name.empty() ? Quoted("") : Printable(row.name));
+                   (row.name.empty() ? tools::Quoted("") : tools::Printable(row.name));
         case Field::Restarts:
             return std::to_string(row.restarts);
         case Field::PerMinute:
@@ -148,7 +148,7 @@ std::vector<std::size_t> WidthsOf(std::vector<Cells> const& lines) {
     std::vector<std::size_t> widths(lines[0].size());
     for (Cells const& cells : lines) {
         for (std::size_t i = 0; i < cells.size(); ++i) {
-            widths[i] = std::max(widths[i], CountColumns(cells[i]));
+            widths[i] = std::max(widths[i], tools::CountColumns(cells[i]));
         }
     }
     return widths;
@@ -179,8 +179,9 @@ std::string Align(std::vector<std::string> const& cells,
                   bool is_cut) {
     std::string text;
     for (std::size_t i = 0; i < cells.size(); ++i) {
-        std::string const cell = is_cut ? CutToColumns(cells[i], widths[i]) : cells[i];
-        std::size_t const width = std::min(widths[i], CountColumns(cell));
+        std::string const cell =
+            is_cut ? tools::CutToColumns(cells[i], widths[i]) : cells[i];
+        std::size_t const width = std::min(widths[i], tools::CountColumns(cell));
         bool const is_last = i + 1 == cells.size();
         std::string const padding(is_last ? 0 : widths[i] - width, ' ');
         text += IsNumber(layout.fields[i]) ? padding + cell : cell + padding;
@@ -289,7 +290,7 @@ Texts MakeFooter(Report const& report) {
         texts.push_back("and " + Count(count - shown, "more launcher") + " before");
     }
     for (std::string const& problem : report.problems) {
-        texts.push_back(Printable(problem));
+        texts.push_back(tools::Printable(problem));
     }
     if (report.cut_lines > 0) {
         texts.push_back(Count(static_cast<std::size_t>(report.cut_lines), "line") +
@@ -331,7 +332,7 @@ Texts FitLines(Report const& report, Space const& space) {
 std::string ToTable(Report const& report, Space const& space) {
     std::string text;
     for (std::string const& line : FitLines(report, space)) {
-        text += (space.columns ? CutToColumns(line, *space.columns) : line) + "\n";
+        text += (space.columns ? tools::CutToColumns(line, *space.columns) : line) + "\n";
     }
     return text;
 }

@@ -8,8 +8,8 @@
 #include "tests/support/launcher_fixture.h"
 #include "tests/support/log_gate.h"
 #include "tests/support/wait_for.h"
+#include "tools/common/printable.h"
 #include "tools/launchlist_check/list_check.h"
-#include "tools/shared/printable.h"
 
 namespace {
 
@@ -71,7 +71,7 @@ TEST_F(Prediction, NamesAreReadAsItSays) {
         items.push_back(Probe(value, R"("argc": 0)"));
         std::vector<std::string> const messages = Check(List({items.back()}), kinds);
         if (!kinds.empty()) {
-            EXPECT_THAT(messages[0], testing::EndsWith(" " + Quoted(read_as)));
+            EXPECT_THAT(messages[0], testing::EndsWith(" " + tools::Quoted(read_as)));
         }
     }
     Start(List(items));

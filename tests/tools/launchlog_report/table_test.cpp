@@ -7,7 +7,7 @@
 #include <clocale>
 
 #include "tests/support/files.h"
-#include "tools/shared/printable.h"
+#include "tools/common/printable.h"
 
 namespace {
 
@@ -89,7 +89,7 @@ TEST(Table, NamesAndStatesAreCutWithAnEllipsis) {
     EXPECT_EQ(lines.at(0), "  NAME      RESTARTS  /MIN  STATUS");
     EXPECT_EQ(lines.at(1),
               "! a name \xE2\x80\xA6         1     1  given up: f\xE2\x80\xA6");
-    EXPECT_EQ(CountColumns(lines.at(1)), 40U);
+    EXPECT_EQ(tools::CountColumns(lines.at(1)), 40U);
 }
 
 // Whatever the size, no line is wider, and there are no more lines.
@@ -113,7 +113,7 @@ TEST(Table, FitsEverySpace) {
             EXPECT_THAT(table.at(0), StartsWith(std::string("  NAME").substr(
                                          0, std::min<std::size_t>(columns - 1, 6))));
             for (std::string const& line : table) {
-                EXPECT_LE(CountColumns(line), columns) << line;
+                EXPECT_LE(tools::CountColumns(line), columns) << line;
             }
         }
     }

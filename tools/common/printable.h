@@ -7,11 +7,13 @@
 //
 // May be called from any thread.
 
-#ifndef TOOLS_SHARED_PRINTABLE_H
-#define TOOLS_SHARED_PRINTABLE_H
+#ifndef TOOLS_COMMON_PRINTABLE_H
+#define TOOLS_COMMON_PRINTABLE_H
 
 #include <cstddef>
 #include <string>
+
+namespace tools {
 
 // Returns `text` with the bytes in the form \x0A that could forge a line, confuse a
 // terminal or hide: control characters, line and paragraph separators, characters that
@@ -32,10 +34,6 @@ std::string ToUtf8(std::string const& text);
 // Says whether the byte continues a character in UTF-8, and does not begin one.
 bool IsContinuation(char byte);
 
-// The number of characters of `text`, in which the bytes that continue one in UTF-8 do
-// not count.
-std::size_t CountCharacters(std::string const& text);
-
 // The number of columns that `text`, which is UTF-8, takes on a terminal. Characters have
 // the widths of the process's locale; where it knows none, one column each.
 std::size_t CountColumns(std::string const& text);
@@ -43,5 +41,7 @@ std::size_t CountColumns(std::string const& text);
 // Returns `text` if it takes no more columns than that, else as much of its beginning as
 // fits together with an ellipsis.
 std::string CutToColumns(std::string const& text, std::size_t columns);
+
+}  // namespace tools
 
 #endif

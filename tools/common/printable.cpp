@@ -1,8 +1,10 @@
-#include "tools/shared/printable.h"
+#include "tools/common/printable.h"
 
 #include <algorithm>
 #include <cwchar>
 #include <iterator>
+
+namespace tools {
 
 namespace {
 
@@ -127,11 +129,6 @@ bool IsContinuation(char byte) {
     return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
 }
 
-std::size_t CountCharacters(std::string const& text) {
-    return text.size() - static_cast<std::size_t>(
-                             std::count_if(text.begin(), text.end(), IsContinuation));
-}
-
 std::size_t CountColumns(std::string const& text) {
     std::size_t columns = 0;
     for (std::size_t i = 0; i < text.size();) {
@@ -157,3 +154,5 @@ std::string CutToColumns(std::string const& text, std::size_t columns) {
     }
     return text;
 }
+
+}  // namespace tools
