@@ -9,6 +9,7 @@
 
 #include "common/config/log.h"
 #include "launcher/argument_vector.h"
+#include "launcher/launch_list.h"
 
 namespace {
 
@@ -21,7 +22,7 @@ ChildProc::ChildProc(std::string launcher_name, JsonObject launch_item)
     // Assigned to an owning object, so that a view becomes a private copy.
     item = launch_item;
     launcherName = launcher_name;
-    name = std::string(item["name"]);
+    name = launch_list::Name(item);
     try {
         thread.reset(new std::thread([this] { Supervise(); }));
     } catch (std::system_error const& error) {
@@ -45,7 +46,7 @@ void ChildProc::Stop() {
 void ChildProc::Supervise() {
     bool is_forked_child = false;
     while (running.load(std::memory_order_relaxed)) {
-        std::string program = item["program"];
+        std::string program = launch_list::Program(item);
         __LOG__A(logger, LOGLEVEL_DEBUG, "[LAUNCHER  ] Start to fork %s", name.c_str());
         pid_t const child = fork();
         pid.store(child, std::memory_order_relaxed);

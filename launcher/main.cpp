@@ -9,6 +9,7 @@
 
 #include "common/config/log.h"
 #include "common/config/log_location.h"
+#include "launcher/launch_list.h"
 #include "launcher/system_event.h"
 
 ILog* logger = nullptr;
@@ -23,11 +24,11 @@ namespace {
 unsigned short const kErrorEvent = 3;
 
 void StartItem(std::string const& launcher_name, JsonObject item) {
-    if (!item.HasObject("/name")) {
+    if (!launch_list::HasName(item)) {
         __LOG__A(logger, LOGLEVEL_ERROR, "[LAUNCHER  ] There is an item has no name.");
         return;
     }
-    std::string const name = item.GetObject("name");
+    std::string const name = launch_list::Name(item);
     // The table's reference is the only one: what this replaces ends on the spot.
     g_child_map[name] = std::shared_ptr<ChildProc>(new ChildProc(launcher_name, item));
 }
@@ -132,7 +133,7 @@ void InitLog(std::string launcher_name) {
 void StartItems(std::string const& launcher_name, std::string text) {
     JsonObject list(text.data(), static_cast<unsigned int>(text.size()));
     text = std::string();  // while the launcher runs its memory has better uses
-    for (int i = 0; list.HasObject(std::to_string(i).c_str()); ++i) {
+    for (int i = 0; launch_list::HasItem(list, i); ++i) {
         std::string const number = std::to_string(i);
         StartItem(launcher_name, list[number.c_str()]);
         // Its supervisor has a copy; that of the next one takes the place of this item.
