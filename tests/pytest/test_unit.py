@@ -1,0 +1,158 @@
+"""Tests the unit for systemd: a systemd of a user starts it, restarts and stops it.
+
+    tests/support/contained /usr/bin/python3 -B -m pytest tests/pytest/test_unit.py
+
+It needs root, who may give a user a control group.
+"""
+
+import contextlib
+import os
+import pathlib
+import signal
+import subprocess
+import tempfile
+
+import pytest
+
+from support import (Command, expect_line, item, log_in, is_alive, mounted, ps, read_pid, run,
+                     wait_until, write_list)
+
+USER = 61234
+
+
+class Manager:
+    """The systemd of a user, and what the programs of the user's list main write."""
+
+    def __init__(self, folder):
+        self.home = folder / "user"
+        self.lists = self.home / ".config/tamlin"
+        self.runtime = folder / "runtime"
+        self.as_user = [
+            "setpriv", f"--reuid={USER}", f"--regid={USER}", "--clear-groups", "env", "-i",
+            f"HOME={self.home}", f"XDG_RUNTIME_DIR={self.runtime}",
+            "PATH=/usr/local/bin:/usr/bin:/bin", "SYSTEMD_COLORS=0"]
+
+    def run(self, *arguments):
+        return run(*self.as_user, *arguments)
+
+    def systemctl(self, *arguments):
+        return self.run("/bin/systemctl", "--user", *arguments)
+
+    def properties(self, name, *names):
+        """Returns properties of the unit for the list of that name."""
+        shown = self.systemctl("show", f"tamlin-launcher@{name}",
+                               f"--property={','.join(names)}").output
+        return dict(line.split("=", 1) for line in shown.splitlines())
+
+    def launcher(self):
+        return int(self.properties("main", "MainPID")["MainPID"])
+
+    def pid_files(self):
+        return [self.home / f"running.{name}" for name in ("steady", "once", "child")]
+
+    def programs(self):
+        """Waits until all programs run, and returns their process ids."""
+        return [read_pid(file) for file in self.pid_files()]
+
+
+@contextlib.contextmanager
+def control_group():
+    """A control group of the user's. It outlives its processes, so they are killed."""
+    own = pathlib.Path("/proc/self/cgroup").read_text().split("0::/")[1].split("\n")[0]
+    group = pathlib.Path(tempfile.mkdtemp(prefix="unit.", dir=f"/sys/fs/cgroup/{own}"))
+    for path in [group, *group.iterdir()]:
+        os.chown(path, USER, USER)
+    try:
+        yield group
+    finally:
+        (group / "cgroup.kill").write_text("1")
+        wait_until(lambda: run("find", group, "-depth", "-type", "d", "-exec", "rmdir", "{}",
+                               "+").code == 0)
+
+
+@pytest.fixture(scope="module")
+def manager(module_home, prefix):
+    """Runs systemd as a user, who has the prefix in /usr/local."""
+    user = Manager(module_home)
+    with open("/etc/passwd", "a", encoding="utf-8") as passwd:
+        passwd.write(f"user:x:{USER}:{USER}::{user.home}:/bin/sh\n")
+    user.lists.mkdir(parents=True)
+    user.runtime.mkdir(mode=0o700)
+    subprocess.run(["chown", "-R", f"{USER}:{USER}", user.home, user.runtime], check=True)
+    # systemd runs as a user's where this folder says that the machine runs it, too.
+    with mounted("--bind", prefix, "/usr/local"), mounted("-t", "tmpfs", "none", "/run"), \
+            mounted("-t", "cgroup2", "none", "/sys/fs/cgroup"), control_group() as group:
+        pathlib.Path("/run/systemd/system").mkdir(parents=True)
+        with Command("sh", "-c", 'echo $$ >"$0/cgroup.procs" && exec "$@"', group,
+                     *user.as_user, "/lib/systemd/systemd", "--user") as systemd:
+            wait_until(lambda: user.systemctl("is-system-running").code == 0)
+            yield user
+            assert systemd.code is None, systemd.output
+
+
+@pytest.fixture
+def unit(manager):
+    """The manager, and the unit for the list main is running.
+
+    One of its programs ends once, so that the launcher has long started when the other
+    runs on, and one leaves a process behind.
+    """
+    write_list(
+        manager.lists / "main.json",
+        item("steady", "/bin/sh", "-c",
+             "sleep 1000 & echo $! >running.child; echo $$ >running.steady; exec sleep 1001"),
+        item("once", "/bin/sh", "-c",
+             "[ -e ended ] || { : >ended; exit 3; }; echo $$ >running.once; exec sleep 1002"))
+    if not manager.launcher():
+        for file in manager.pid_files():
+            file.unlink(missing_ok=True)
+    manager.systemctl("enable", "--now", "tamlin-launcher@main").expect(0)
+    manager.programs()
+    return manager
+
+
+def test_systemd_finds_no_fault_in_the_unit(manager):
+    manager.run("systemd-analyze", "--user", "verify", "tamlin-launcher@main.service").expect(
+        0).expect_no("tamlin")
+
+
+def test_the_unit_starts_the_programs_of_the_list_in_a_session_of_their_own(unit):
+    launcher = unit.launcher()
+    shown = ps("-o", "comm=,sid=,pgid=,user=", "-p", launcher)[0]
+    assert shown.split() == ["launcher", str(launcher), str(launcher), "user"]
+    expect_line(".* once .* status = 768", log_in(unit.home).read_text())
+
+
+def test_the_programs_get_sigpipe_as_from_a_shell(unit):
+    status = pathlib.Path(f"/proc/{read_pid(unit.home / 'running.steady')}/status").read_text()
+    ignored = int(status.split("SigIgn:")[1].split()[0], 16)
+    assert not ignored >> (signal.SIGPIPE - 1) & 1
+
+
+def test_a_launcher_that_was_killed_is_started_again_without_its_old_programs(unit):
+    old = [unit.launcher(), *unit.programs()]
+    for file in unit.pid_files():
+        file.unlink()
+    assert old[0] > 1
+    os.kill(old[0], signal.SIGKILL)
+    unit.programs()
+    assert not [pid for pid in old if is_alive(pid)]
+
+
+def test_a_stop_ends_all_and_is_a_success(unit):
+    programs = unit.programs()
+    unit.systemctl("stop", "tamlin-launcher@main").expect(0)
+    assert unit.properties("main", "Result", "ActiveState", "ExecMainStatus") == {
+        "ActiveState": "inactive", "ExecMainStatus": "1", "Result": "success"}
+    assert not [pid for pid in programs if is_alive(pid)]
+    ends = [line for line in log_in(unit.home).read_text().splitlines() if " steady " in line]
+    assert len(ends) == 1 and ends[0].endswith(" status = 9")
+    assert [line for line in ps("-u", USER, "-o", "args=") if "/systemd " not in line] == []
+
+
+def test_a_list_with_errors_is_a_failure_and_not_tried_again(manager):
+    write_list(manager.lists / "wrong.json", item("late", "/nothing/here"))
+    manager.systemctl("start", "tamlin-launcher@wrong")
+    wait_until(lambda: manager.properties("wrong", "ActiveState") == {"ActiveState": "failed"})
+    assert manager.properties("wrong", "NRestarts", "ExecMainStatus", "Result") == {
+        "ExecMainStatus": "2", "NRestarts": "0", "Result": "exit-code"}
