@@ -14,6 +14,7 @@ ArgumentVector::ArgumentVector(std::string& program, JsonObject& item)
     if (count > launch_list::kMostArguments) {
         throw std::length_error("too many arguments");
     }
+    // Contract: with an "argc" of -1 not even the program's path is passed.
     if (count >= 0) {
         // The path, the arguments and null.
         pointers.reserve(static_cast<std::size_t>(count) + 2);

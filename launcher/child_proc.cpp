@@ -13,6 +13,7 @@
 
 namespace {
 
+// Contract: every end is followed by the same pause and a new start, without limit.
 constexpr std::chrono::nanoseconds kRestartDelay(50'000'000);
 
 }  // namespace
@@ -40,17 +41,21 @@ ChildProc::~ChildProc() {
 
 void ChildProc::Stop() {
     running.store(false, std::memory_order_relaxed);
+    // Contract: any id is signalled, 0 (the process group) and -1 (every process) too.
     kill(pid.load(std::memory_order_relaxed), SIGKILL);
 }
 
 void ChildProc::Supervise() {
     bool is_forked_child = false;
+    // Contract: the flag is read once in a pass, never during a wait.
     while (running.load(std::memory_order_relaxed)) {
+        // Contract: a "program" that is no text ends the launcher; nothing catches here.
         std::string program = launch_list::Program(item);
         __LOG__A(logger, LOGLEVEL_DEBUG, "[LAUNCHER  ] Start to fork %s", name.c_str());
         pid_t const child = fork();
         pid.store(child, std::memory_order_relaxed);
         if (child < 0) {
+            // Contract: there is no second try, and the id stays -1.
             __LOG__A(logger, LOGLEVEL_ERROR, "[LAUNCHER  ] Failed to fork %s",
                      name.c_str());
             break;
@@ -60,11 +65,12 @@ void ChildProc::Supervise() {
         } else {
             is_forked_child = true;
             if (program.empty()) {
+                // Contract: the child ends, and 50 ms later there is the next.
                 __LOG__A(logger, LOGLEVEL_ERROR,
                          "[LAUNCHER  ] program path of %s is empty", name.c_str());
                 break;
             }
-            // Returns only if it failed. The child then goes on as a supervisor.
+            // Contract: a child whose execv fails goes on in this loop: the chain.
             Execute(program);
         }
         std::this_thread::sleep_for(kRestartDelay);
@@ -80,6 +86,7 @@ void ChildProc::Supervise() {
 void ChildProc::WaitForEnd(pid_t child) {
     int status = 0;
     pid_t const ret = waitpid(child, &status, 0);
+    // Contract: every end "is killed", and the status is the raw one of waitpid.
     __LOG__A(logger, LOGLEVEL_ERROR,
              "[LAUNCHER  ] %s %d is killed. ret = %d, status = %d", name.c_str(),
              pid.load(std::memory_order_relaxed), ret, status);
@@ -89,7 +96,7 @@ void ChildProc::WaitForEnd(pid_t child) {
 // it takes no lock that another thread may have held at the fork. The C library keeps
 // memory allocation usable.
 //
-// What the item's members throw here nobody catches: the child ends abnormally.
+// Contract: nothing catches what the arguments throw: the child ends abnormally.
 void ChildProc::Execute(std::string& program) {
     ArgumentVector const arguments(program, item);
     execv(program.c_str(), arguments.Data());

@@ -54,7 +54,7 @@ class ChildProc {
     // is needed, so all access is relaxed.
     std::atomic<pid_t> pid;
     std::atomic<bool> running;
-    std::string launcherName;
+    std::string launcherName;  // Contract: kept, and never read.
     std::string name;
     JsonObject item;
     std::shared_ptr<std::thread> thread;

@@ -60,6 +60,7 @@ inline int ArgumentCount(JsonObject& item) {
 
 // Returns the argument with this number, from 0 on; an empty string if it is missing.
 inline std::string Argument(JsonObject& item, int number) {
+    // Contract: a missing argument is passed as the empty text.
     return item["args"][std::to_string(number).c_str()];
 }
 

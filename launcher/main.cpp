@@ -14,7 +14,7 @@
 
 ILog* logger = nullptr;
 
-// Destroyed in the reverse order: the supervisors last.
+// Contract: the exit destroys the table last, and so stops what still runs.
 std::unordered_map<std::string, std::shared_ptr<ChildProc>> g_child_map;
 std::mutex g_process_mutex;
 std::condition_variable g_process_condition;
@@ -24,30 +24,28 @@ namespace {
 unsigned short const kErrorEvent = 3;
 
 void StartItem(std::string const& launcher_name, JsonObject item) {
+    // Contract: an item without a name is skipped; the message keeps its grammar.
     if (!launch_list::HasName(item)) {
         __LOG__A(logger, LOGLEVEL_ERROR, "[LAUNCHER  ] There is an item has no name.");
         return;
     }
     std::string const name = launch_list::Name(item);
-    // The table's reference is the only one: what this replaces ends on the spot.
+    // Contract: of two items with one name the earlier is started, then stopped here.
     g_child_map[name] = std::shared_ptr<ChildProc>(new ChildProc(launcher_name, item));
 }
 
 void WaitForStop() {
     std::unique_lock<std::mutex> lock(g_process_mutex);
-    // Without a predicate: whatever wakes main ends the launcher. The handler notifies
-    // without the mutex, so a SIGTERM before this point stops the programs and its
-    // notification is lost; the next one ends the wait.
+    // Contract: the notification of a SIGTERM that came before this wait is lost.
+    // Contract: a single wait without a predicate; whatever wakes main ends the launcher.
     g_process_condition.wait(lock);  // NOLINT(bugprone-spuriously-wake-up-functions)
 }
 
 }  // namespace
 
+// Contract: every error ends with exit status 0, the normal end with 1.
 int main(int argc, char** argv) {
-    close(0);
-    close(1);
-    close(2);
-    std::signal(SIGTERM, sigterm_handler);
+    InitDaemon();
     if (argc < 3) {
         WriteEvent("Tamlin Launcher", kErrorEvent, "wrong parameters.");
         return 0;
@@ -55,7 +53,7 @@ int main(int argc, char** argv) {
     std::string const launcher_name = argv[1];
     std::string const list_path = argv[2];
 
-    // The log is opened after the list is read, so the lines before it go nowhere.
+    // Contract: nobody sees these lines, for the log is opened after the list is read.
     __LOG__A(logger, LOGLEVEL_ERROR, "[LAUNCHER  ] Read data from %s", list_path.c_str());
     std::string text;
     if (!ReadData(list_path, text)) {
@@ -63,10 +61,12 @@ int main(int argc, char** argv) {
                  list_path.c_str());
         return 0;
     }
+    // Contract: the launcher runs on without a log that cannot be opened.
     InitLog(launcher_name);
     try {
         StartItems(launcher_name, std::move(text));
     } catch (...) {
+        // Contract: every failure has this text, a thread that could not start as well.
         __LOG__A(logger, LOGLEVEL_ERROR,
                  "[LAUNCHER  ] Error while parsing saved json string.");
         return 0;
@@ -75,8 +75,7 @@ int main(int argc, char** argv) {
     return 1;
 }
 
-// It frees memory, kills and joins in signal context: the launcher has nothing else to
-// do by then. The table is cleared without a lock, whatever main is doing.
+// Contract: the handler frees memory, kills and joins, and takes no lock.
 void sigterm_handler(int signal_number) {
     if (signal_number != SIGTERM) {
         return;
@@ -84,6 +83,7 @@ void sigterm_handler(int signal_number) {
     if (!g_child_map.empty()) {
         g_child_map.clear();
     }
+    // Contract: every SIGTERM notifies, also one that finds no program.
     g_process_condition.notify_all();
 }
 
@@ -103,6 +103,7 @@ bool ReadData(std::string path, std::string& text) {
         return false;
     }
     std::string bytes;
+    // Contract: only the end of the file ends this; an error of reading repeats for ever.
     while (std::feof(file.get()) == 0) {
         char chunk[128] = {};
         bytes.append(chunk, std::fread(chunk, 1, sizeof chunk, file.get()));
@@ -113,6 +114,7 @@ bool ReadData(std::string path, std::string& text) {
                  path.c_str());
         return false;
     }
+    // Contract: the text ends at its first NUL.
     text = bytes.c_str();
     return true;
 }
@@ -125,6 +127,7 @@ void InitLog(std::string launcher_name) {
                    "Failed to initialize logger");
         return;
     }
+    // Contract: the log is called "launcher", whatever the launcher is called.
     ILog* log = nullptr;
     GetLogger(2, "launcher", level, &log);
     logger = log;
@@ -133,6 +136,7 @@ void InitLog(std::string launcher_name) {
 void StartItems(std::string const& launcher_name, std::string text) {
     JsonObject list(text.data(), static_cast<unsigned int>(text.size()));
     text = std::string();  // while the launcher runs its memory has better uses
+    // Contract: the first missing number ends the list.
     for (int i = 0; launch_list::HasItem(list, i); ++i) {
         std::string const number = std::to_string(i);
         StartItem(launcher_name, list[number.c_str()]);

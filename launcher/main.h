@@ -26,8 +26,8 @@ extern std::condition_variable g_process_condition;
 // gives the signal to, and joins threads there: a stop has nothing else to wait for.
 void sigterm_handler(int signal_number);
 
-// Closes descriptors 0, 1 and 2 and installs sigterm_handler. main takes these steps
-// itself; this is for other entries.
+// Closes descriptors 0, 1 and 2, in this order, and then installs sigterm_handler for
+// SIGTERM. Results are ignored.
 void InitDaemon();
 
 // Reads the file at `path` into `text`, up to its first zero byte, and returns true.

@@ -13,6 +13,7 @@
 
 namespace {
 
+// Contract: the path of an executable, and a resolved one, has room for 1023 bytes.
 std::uint32_t const kPathSize = 1024;
 
 // Returns the executable's path, or nothing if it does not fit into `size` bytes.
@@ -53,10 +54,12 @@ std::string GetResourcePath() {
 }
 
 bool IsFinderSync() {
+    // Contract: only the end of the path counts.
     return ends_with(GetExecutablePath(kPathSize), "FinderSync");
 }
 
 std::string GetHomePath() {
+    // Contract: the passwd entry is asked first, HOME only if there is none.
     if (passwd const* const user = getpwuid(getuid())) {
         return user->pw_dir;
     }
@@ -64,9 +67,11 @@ std::string GetHomePath() {
     return home != nullptr ? home : "";
 }
 
+// Contract: the name is ignored; callers add a directory of their own.
 std::string GetAppDataPath(std::string /*name*/) {
     std::string home = GetHomePath();
     if (IsFinderSync() && Contains(home, "com.tamlin") && Contains(home, "FinderSync")) {
+        // Contract: the path is not resolved.
         home += "/../../../..";
     }
     return home + "/Library/Application Support";
@@ -74,6 +79,7 @@ std::string GetAppDataPath(std::string /*name*/) {
 
 std::string GetSDKName() {
     char name[1024] = {};
+    // Contract: two slashes stand before the name of the file.
     GetPrivateProfileString("SDK", "NAME", "", name, sizeof name,
                             GetResourcePath() + "/vopapi.ini");
     return name;
@@ -84,6 +90,7 @@ std::string GetOSXMountPath(std::string name) {
 }
 
 std::string GetCurrentPath() {
+    // Contract: here the path may be one byte longer, and nothing is resolved.
     std::string const executable = GetExecutablePath(kPathSize + 1);
     std::size_t const divider = executable.rfind('/');
     return divider == std::string::npos ? "" : executable.substr(0, divider);

@@ -21,7 +21,7 @@ enum LOGLEVEL : std::int32_t {
     LOGLEVEL_WARNING = 4,
     LOGLEVEL_ERROR = 8,
     LOGLEVEL_CRITICAL = 16,
-    LOGLEVEL_VERBOSE = 17,
+    LOGLEVEL_VERBOSE = 17,  // Contract: not a power of two.
 };
 
 // A log, as the logging library hands it out. The library owns every ILog and never
@@ -29,6 +29,7 @@ enum LOGLEVEL : std::int32_t {
 // the operations is the library's binary interface.
 class ILog {
   public:
+    // Contract: LogV comes third.
     virtual void Reserved0() = 0;
     virtual void Reserved1() = 0;
 
@@ -66,6 +67,7 @@ LOGLEVEL StringToLogLevel(std::string keyword);
 // a forked child.
 [[gnu::format(printf, 3, 4)]] static inline void __LOG__A(ILog* log, LOGLEVEL level,
                                                           char const* format, ...) {
+    // Contract: a call before the log is open does nothing.
     if (log == nullptr) {
         return;
     }

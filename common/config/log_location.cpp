@@ -4,6 +4,7 @@
 #include "common/config/profile_reader.h"
 
 std::string GetLogPath() {
+    // Contract: the home directory is not corrected for FinderSync, as it is for log.ini.
     std::string const product = GetSDKName();
     return GetHomePath() + "/Library/Logs/" + product + "/voplog";
 }
@@ -12,6 +13,7 @@ LOGLEVEL GetLogLevel() {
     std::string const product = GetSDKName();
     std::string const path = GetAppDataPath(product) + "/" + product + "/log.ini";
     char level[1024] = {};
+    // Contract: the test stays, although it never fails and the log is not open yet.
     if (GetPrivateProfileString("LOG", "LEVEL", "ERROR", level, sizeof level, path) ==
         0) {
         __LOG__A(logger, LOGLEVEL_ERROR, "[SERVICE   ] Failed to get log level");

@@ -38,9 +38,11 @@ std::string pexec(std::string command) {
             break;
         }
     }
+    // Contract: the exit status is not looked at.
     return output;
 }
 
 bool IsRunningPID(long long pid) {
+    // Contract: another user's process counts as not running.
     return kill(static_cast<pid_t>(pid), 0) == 0;
 }

@@ -21,6 +21,7 @@ File OpenFile(std::string const& path) {
 // Reads and trims the next line. Returns false at the end of the file and after a read
 // error, which ends the file too.
 bool ReadLine(std::FILE* file, std::string& line) {
+    // Contract: a longer line is read in pieces, and each counts as a line.
     char buffer[2048];
     if (std::fgets(buffer, sizeof buffer, file) == nullptr) {
         return false;
@@ -50,6 +51,8 @@ struct Entry {
     std::string value;
 };
 
+// Contract: "k=a=b" has the value "a", "k=" is no entry, and blanks at "=" belong to it.
+//
 // Cuts a line at its first two "=". By hand: to compile an expression for a single
 // character takes longer than all the rest of the reading.
 std::optional<Entry> CutEntry(std::string const& line) {
@@ -70,6 +73,7 @@ std::optional<std::string> FindInSection(std::FILE* file, std::string const& key
         if (line.empty()) {
             continue;
         }
+        // Contract: a closing bracket is not needed to end the section.
         if (line.front() == '[') {
             return std::nullopt;
         }
@@ -87,6 +91,7 @@ std::optional<std::string> FindValue(std::FILE* file, std::string section,
     std::string line;
     while (ReadLine(file, line)) {
         if (IsHeaderOf(line, lowered_section)) {
+            // Contract: later sections of the same name are not searched.
             return FindInSection(file, key);
         }
     }
@@ -117,6 +122,7 @@ std::size_t GetPrivateProfileString(std::string section, std::string key,
             copied = CopyIfItFits(*value, buffer, size);
         }
     }
+    // Contract: an empty value counts as missing, and so does one that is too long.
     return copied != 0 ? copied : CopyIfItFits(fallback, buffer, size);
 }
 
@@ -126,5 +132,6 @@ int GetPrivateProfileInt(std::string section, std::string key, unsigned int fall
     if (!file) {
         return static_cast<int>(fallback);
     }
+    // Contract: a value that is missing in the file is 0, not the fallback.
     return std::atoi(FindValue(file.get(), section, key).value_or("0").c_str());
 }

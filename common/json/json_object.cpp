@@ -53,6 +53,7 @@ void TakeApart(Json::Value& document) {
 }  // namespace
 
 JsonObject::JsonObject(char const* buffer, unsigned int length) : target(&ownValue) {
+    // Contract: a buffer's comments are dropped, those of a text are kept.
     bool const collect_comments = false;
     if (!Json::Reader().parse(buffer, buffer + length, ownValue, collect_comments)) {
         throw AERROR_INVALID_JSON;
@@ -61,6 +62,7 @@ JsonObject::JsonObject(char const* buffer, unsigned int length) : target(&ownVal
 
 JsonObject::JsonObject(char const* text) : target(&ownValue) {
     bool const collect_comments = true;
+    // Contract: null is an empty handle, not an error.
     if (text != nullptr &&
         !Json::Reader().parse(std::string(text), ownValue, collect_comments)) {
         throw AERROR_INVALID_JSON;
@@ -69,6 +71,7 @@ JsonObject::JsonObject(char const* text) : target(&ownValue) {
 
 JsonObject::JsonObject(Json::Value& value) : target(&value) {}
 
+// Contract: only the own value of `other` tells whether this is a view or a copy.
 JsonObject::JsonObject(JsonObject const& other)
     : target(other.ownValue.isNull() ? other.target : &ownValue),
       ownValue(other.ownValue) {}
@@ -93,6 +96,8 @@ JsonObject& JsonObject::operator=(std::string text) {
     return *this;
 }
 
+// Contract: a view is copied into the document that this refers to; an owner is not.
+//
 // The copy is complete before anything is replaced, since the two may share a document.
 // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): for the same reason it is handled.
 JsonObject& JsonObject::operator=(JsonObject const& other) {
@@ -107,6 +112,7 @@ JsonObject& JsonObject::operator=(JsonObject const& other) {
 
 JsonObject::operator std::string() {
     std::string text = target->asString();
+    // Contract: the text ends at its first NUL.
     text.resize(std::strlen(text.c_str()));
     return text;
 }
@@ -123,6 +129,7 @@ JsonObject::operator long() {
     return AsInt64(*target);
 }
 JsonObject::operator int() {
+    // Contract: the low 32 bits, without a range check.
     return static_cast<std::int32_t>(AsInt64(*target));
 }
 JsonObject::operator AERROR() {
@@ -136,6 +143,7 @@ JsonObject::operator bool() {
 }
 
 bool JsonObject::IsValid() {
+    // Contract: a member that is null counts as missing.
     return !target->isNull();
 }
 bool JsonObject::IsArray() {
@@ -154,6 +162,7 @@ bool JsonObject::HasObject(char const* path) {
     return FindValue(path) != nullptr;
 }
 
+// Contract: both subscripts add what is missing.
 JsonObject JsonObject::operator[](char const* key) {
     return (*target)[key];
 }
@@ -164,6 +173,8 @@ unsigned int JsonObject::GetArraySize() {
     return target->size();
 }
 
+// Contract: every insertion returns true.
+//
 // What is inserted is complete before the document is touched, since it may be a part of
 // the document, or fail to convert.
 bool JsonObject::Insert(char const* key, JsonObject const& value) {
@@ -188,6 +199,7 @@ bool JsonObject::InsertArrayItem(JsonObject& item) {
 
 bool JsonObject::RemoveArrayItem(unsigned long index) {
     Json::Value removed;
+    // Contract: the low 32 bits of the index count.
     return target->removeIndex(static_cast<Json::ArrayIndex>(index), &removed);
 }
 bool JsonObject::Remove(char const* key) {
@@ -200,6 +212,7 @@ std::vector<std::string> JsonObject::GetKeys() {
 }
 
 JsonObject JsonObject::Copy() {
+    // Contract: copies nothing, and returns a view.
     return *target;
 }
 
@@ -223,6 +236,7 @@ Json::Value* JsonObject::FindValue(char const* path) {
         while (*end != '\0' && *end != '/') {
             ++end;
         }
+        // Contract: a number is a name like any other, and empty names are skipped.
         if (end != begin) {
             value = value->find(begin, end);
         }

@@ -55,6 +55,7 @@
 
 #include "common/json/aerror.h"
 
+// Contract: no operation is const.
 class JsonObject {
   public:
     // Two constructors parse JSON into a document of their own. They throw

@@ -20,6 +20,7 @@ bool HasSurrogate(std::wstring const& text) {
     return std::any_of(text.begin(), text.end(), IsSurrogate);
 }
 
+// Contract: both messages are the same with every standard library.
 [[noreturn]] void ThrowDecodingError() {
     throw std::range_error("wstring_convert: from_bytes error");
 }

@@ -72,6 +72,7 @@ std::string string_format(std::string format, ...) {
     va_start(arguments, format);
     int const written = std::vsnprintf(text.get(), size, format.c_str(), arguments);
     va_end(arguments);
+    // Contract: the text ends at its first NUL.
     return written < 0 ? FailedText<char>() : text.get();
 }
 

@@ -4,6 +4,7 @@
 
 namespace {
 
+// Contract: a backslash divides at the head and at the tail, and nowhere else.
 char const* const kHeadAndTailDividers = "/\\";
 
 }  // namespace
@@ -17,6 +18,7 @@ std::string ensure_ends_with_divider(std::string path) {
 
 std::string remove_head_slashes(std::string path) {
     auto const first = path.find_first_not_of(kHeadAndTailDividers);
+    // Contract: a path of dividers alone stays as it is, here and at the tail.
     return first == std::string::npos ? path : path.substr(first);
 }
 
@@ -32,6 +34,7 @@ std::string remove_duplicated_slashes(std::string path) {
 }
 
 void split_container_name(std::string path, std::string& container, std::string& rest) {
+    // Contract: an empty path leaves both as they are.
     if (path.empty()) {
         return;
     }

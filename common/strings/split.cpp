@@ -15,6 +15,7 @@ std::vector<Text> SplitAtMatches(Text const& text, Regex const& separator) {
         pieces.emplace_back(begin, (*match)[0].first);
         begin = (*match)[0].second;
     }
+    // Contract: an empty last piece is dropped, unless it is the only one.
     if (begin != text.end() || pieces.empty()) {
         pieces.emplace_back(begin, text.end());
     }
@@ -42,6 +43,7 @@ std::vector<Text> ReadLines(Text const& text, typename Text::value_type line_end
     std::basic_istringstream<typename Text::value_type> stream(text);
     // Else a lack of memory would end the text.
     stream.exceptions(std::ios_base::badbit);
+    // Contract: no piece follows a delimiter at the end, and an empty text has none.
     for (Text piece; std::getline(stream, piece, line_end);) {
         pieces.push_back(transform(piece));
     }
@@ -53,6 +55,8 @@ std::vector<Text> SplitAtText(Text const& text, Text const& delimiter,
                               Transform const& transform) {
     std::vector<Text> pieces;
     typename Text::size_type begin = 0;
+    // Contract: a delimiter at the end is followed by an empty piece.
+    // Contract: an empty delimiter never ends.
     for (;;) {
         auto const end = text.find(delimiter, begin);
         Text piece = text.substr(begin, end - begin);
@@ -107,6 +111,7 @@ std::vector<std::wstring> tokenize(std::wstring const& text, std::wstring delimi
 }
 
 std::string join(std::vector<std::string> const& items, std::string separator) {
+    // Contract: an empty list throws.
     std::string text = items.at(0);
     for (std::size_t i = 1; i < items.size(); ++i) {
         text += separator;

@@ -14,6 +14,7 @@ void ReplaceAll(Text& text, Text const& searched, Text const& replacement) {
             return;
         }
         text.replace(position, searched.size(), replacement);
+        // Contract: on by the length of what was searched, not of what replaced it.
         position += searched.size();
     }
 }

@@ -15,6 +15,7 @@
 // Every source file has a function of its own, so a function of this name elsewhere in a
 // program cannot take its place.
 static inline std::string& trim(std::string& text) {
+    // Contract: no byte of 128 or more is white space, whatever the locale.
     char const* const blanks = " \t\n\v\f\r";
     text.erase(text.find_last_not_of(blanks) + 1);
     text.erase(0, text.find_first_not_of(blanks));

@@ -74,6 +74,7 @@ bool Matcher<Char>::MatchesRest(std::size_t i, std::size_t p) {
                 p += At(p) == '.' ? 1 : 0;
                 break;
             case '?':
+                // Contract: "?" and ">" step over the end of the name as well.
                 ++p;
                 break;
             case '>':
@@ -81,9 +82,12 @@ bool Matcher<Char>::MatchesRest(std::size_t i, std::size_t p) {
                 break;
             case '*':
             case '<': {
+                // Contract: a "*" that ends the expression matches after the end, too.
                 if (c == '*' && expression[i] == 0) {
                     return true;
                 }
+                // Contract: "<" matches nothing at the start of a name without a dot.
+                //
                 // Where no dot is ahead LastDot is 0, which is no end for a run that is
                 // under way, but is where one would begin at the start of the name.
                 std::size_t const dot = c == '<' ? LastDot(p) : length;
