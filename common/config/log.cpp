@@ -1,21 +1,13 @@
 #include "common/config/log.h"
 
-#include <array>
-#include <utility>
+#include "common/config/log_levels.h"
 
 LOGLEVEL StringToLogLevel(std::string keyword) {
-    static constexpr std::array<std::pair<char const*, LOGLEVEL>, 6> kLevels = {{
-        {"DEBUG", LOGLEVEL_DEBUG},
-        {"MESSAGE", LOGLEVEL_MESSAGE},
-        {"WARNING", LOGLEVEL_WARNING},
-        {"ERROR", LOGLEVEL_ERROR},
-        {"CRITICAL", LOGLEVEL_CRITICAL},
-        {"VERBOSE", LOGLEVEL_VERBOSE},
-    }};
-    for (auto const& [name, level] : kLevels) {
-        if (keyword == name) {
-            return level;
+    for (log_levels::Level const& level : log_levels::kAll) {
+        if (keyword == level.word) {
+            return level.number;
         }
     }
+    // Contract: every other word is ERROR, one in lower case as well.
     return LOGLEVEL_ERROR;
 }
