@@ -1,4 +1,4 @@
-// How many processes a user may have, and has.
+// How many processes the user may have, and how many are running.
 
 #ifndef PLATFORM_USER_PROCESSES_H
 #define PLATFORM_USER_PROCESSES_H
@@ -6,18 +6,18 @@
 #include <optional>
 
 struct UserProcesses {
-    // The most that this user may have, as `ulimit -u` and the system set it.
+    // The largest number that `ulimit -u` and the system allow.
     long limit;
-    // Those that he has now, this process among them. On Linux every thread counts.
+    // Those that run now, this process included. On Linux every thread counts.
     long running;
 };
 
-// Returns the user's processes; std::nullopt if he is not limited, as root is not, or if
-// the system does not tell.
+// Counts the processes of the user who runs this one. Returns std::nullopt if there is no
+// limit for this user (root has none), or if the system does not tell.
 std::optional<UserProcesses> CountUserProcesses();
 
-// Returns how many of them an item of the launcher takes while its program runs: one for
-// the program, and where threads count one for the thread that supervises it.
+// Returns how many of these processes one launch item takes while its program runs: one
+// for the program, and one for its supervising thread where threads count.
 int ProcessesOfAnItem();
 
 #endif

@@ -8,6 +8,8 @@
 
 namespace {
 
+// Returns the absolute path by which the program was started, or the resolved one if the
+// kernel does not tell that.
 std::string FindExecutablePath() {
     std::error_code error;
     // NOLINTNEXTLINE(performance-no-int-to-ptr): the kernel passes an address.
@@ -26,7 +28,7 @@ std::string const& ExecutablePath() {
     return path;
 }
 
-// Asks for the path before main, while the working directory is still the first one.
+// Finds the path before main, when nothing can have changed the working directory yet.
 [[maybe_unused]] std::string const& asked_at_start = ExecutablePath();
 
 }  // namespace

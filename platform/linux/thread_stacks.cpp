@@ -1,28 +1,32 @@
-// Small stacks for the threads of a program, side by side in one mapping, so that a fork
-// among a thousand threads costs about what it costs among two. It concerns the whole
-// process, so a program links this for itself alone, and calls nothing.
+// Gives the threads of a program small stacks, side by side in one mapping. A fork among a
+// thousand threads then costs about as much as a fork among two.
 //
-// The system gives each thread a mapping of 8 MiB. A fork copies the page tables, and
-// they are the more the further apart the stacks lie. Then, in the child, the C library
-// takes back every stack that it has mapped itself, and for that writes to each: a page
-// fault for each thread. A stack that was given to a thread it leaves alone. A child has
-// no use for the stacks of other threads, so all but the first few are not copied: there
-// they are zeroed.
+// Why a fork costs more with the system's stacks:
+// - Each thread has a mapping of 8 MiB. A fork copies page tables, and the further apart
+//   the stacks lie, the more page tables there are.
+// - In the child, the C library takes back every stack that it has mapped itself. It writes
+//   to each of them, which is a page fault for each thread. It leaves a stack alone that a
+//   caller has given to a thread.
+// A child has no use for the stacks of other threads. So only the first few stacks are
+// copied; the child has zeroes in place of the others.
 //
-// The linker puts the two functions at the end in the place of pthread_create and
-// pthread_join (--wrap), where the program's own objects call them. std::thread is one of
-// these if the C++ library is linked statically. To define the functions by their own
-// names would reach shared libraries too, and these may need larger stacks. Defaults for
-// all threads (pthread_setattr_default_np) cannot say where a stack lies.
+// This changes the whole process. So only programs link it, never libraries. Nothing has
+// to be called: the linker (--wrap) replaces pthread_create and pthread_join by the two
+// functions at the end of this file, in all object files of the program. std::thread is
+// among these if the C++ library is linked statically. Functions that were called
+// pthread_create would reach shared libraries too, which may need larger stacks. Default
+// attributes (pthread_setattr_default_np) cannot place a stack.
 //
-// A thread has the system's stack if it was asked for with attributes, if all of these
-// are in use, or if one cannot be mapped or guarded. Nothing here has a lock, so signal
-// handlers and forked children may create and join threads as they may elsewhere. But a
-// signal handler must not fork, and nobody by a call that passes over pthread_atfork, as
-// _Fork does: the child might have zeroes for a stack.
+// A thread gets the system's stack if it is created with attributes, if all stacks here
+// are in use, or if a stack cannot be mapped or guarded.
 //
-// Sanitizers have stacks of their own for the threads that they start, so programs built
-// with them do without this.
+// There is no lock here. So signal handlers and forked children may create and join
+// threads as they may elsewhere. But a signal handler must not fork, and nobody may fork
+// by a call that skips pthread_atfork, such as _Fork: the child might have zeroes for a
+// stack.
+//
+// Sanitizers give threads stacks of their own, so programs built with them do not link
+// this.
 
 #include <pthread.h>
 #include <sys/mman.h>
@@ -34,23 +38,25 @@
 
 namespace {
 
-// Measured by painting stacks: a supervising thread of the launcher uses 7.5 KiB, 4.4 of
-// them for what the C library keeps of a thread. With long names, arguments and DEBUG
-// lines it is 7.7, in a child that an exception ends 8.7, and 12 if the handler of
-// SIGTERM comes on top and stops a thousand programs. The rest is for the logging
-// library.
+// A supervising thread of the launcher uses, measured by painting stacks:
+//    7.5 KiB  as a rule, 4.4 of them for what the C library keeps about a thread
+//    7.7 KiB  with long names, arguments and DEBUG lines
+//    8.7 KiB  in a child that an exception ends
+//   12   KiB  if the handler of SIGTERM runs on it as well, and stops a thousand programs
+// The rest is for the logging library.
 constexpr std::size_t kStackSize = 65'536;
 
-// Each of a launcher's programs takes two process ids, and many systems have 32,768.
+// Each program of a launcher takes two process ids, and many systems have 32,768.
 constexpr std::size_t kStackCount = 16'384;
 
-// A child has copies of these, whoever forks it: that costs less than two system calls.
+// These stacks are copied in every fork: that costs less than the two system calls that
+// would mark a stack before the fork and after it.
 constexpr std::size_t kAlwaysCopied = 64;
 
-// From linux/mman.h of Linux 6.13; older headers lack it.
+// MADV_GUARD_INSTALL of Linux 6.13; older headers lack it.
 constexpr int kGuardInstall = 102;
 
-// The process whose thread has a stack; 0 if nobody has it.
+// The id of the process whose thread has the stack, or 0 if the stack is free.
 using Owner = std::atomic<pid_t>;
 
 class Stacks {
@@ -58,7 +64,7 @@ class Stacks {
     Stacks() noexcept
         : page(static_cast<std::size_t>(sysconf(_SC_PAGESIZE))), step(page + kStackSize) {
         std::size_t const size = (kStackCount + 1) * step;
-        // Memory is taken by the page, when a thread writes to it.
+        // A page takes memory when a thread first writes to it.
         void* const map = mmap(nullptr, size, PROT_READ | PROT_WRITE,
                                MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
         if (map != MAP_FAILED) {
@@ -69,7 +75,7 @@ class Stacks {
         }
     }
 
-    // Takes a stack. Returns its owner, null if all are in use.
+    // Takes a free stack and returns its owner, or null if all stacks are in use.
     Owner* Take() noexcept {
         for (std::size_t i = 1; start != nullptr && i <= kStackCount; ++i) {
             pid_t nobody = 0;
@@ -81,9 +87,9 @@ class Stacks {
         return nullptr;
     }
 
-    // Makes this stack that of threads which are created with the attributes. Returns
-    // whether it has a guard: a mark in the page table where the system knows that, else
-    // a mapping of its own.
+    // Sets the attributes so that a thread created with them gets this stack. Returns
+    // false if that fails, or if the stack cannot be guarded. The guard is a mark in the
+    // page table if the kernel offers that, and otherwise a mapping of its own.
     bool SetStack(Owner const* owner, pthread_attr_t& attributes) const noexcept {
         char* const guard = Place(owner);
         return (madvise(guard, page, kGuardInstall) == 0 ||
@@ -91,9 +97,9 @@ class Stacks {
                pthread_attr_setstack(&attributes, guard + page, kStackSize) == 0;
     }
 
-    // Returns the owner of a thread's stack, null if it is not one of these. The C
-    // library keeps a thread's description on the stack, and its address is the thread's
-    // handle.
+    // Returns the owner of the thread's stack, or null if the stack is not one of these.
+    // The C library keeps the description of a thread on its stack, and a thread's handle
+    // is the address of that description.
     Owner* OwnerOf(pthread_t thread) const noexcept {
         std::uintptr_t const place = thread - reinterpret_cast<std::uintptr_t>(start);
         std::size_t const number = place / step;
@@ -102,15 +108,17 @@ class Stacks {
                    : nullptr;
     }
 
-    // Children that are forked from now on have a copy of the stack, or zeroes.
+    // From now on, forked children get a copy of the stack.
     void CopyInForks(Owner const* owner) noexcept {
         if (IsAlwaysCopied(owner) || madvise(Place(owner), step, MADV_KEEPONFORK) == 0) {
             return;
         }
-        // It would take one mapping more than there may be. To copy all takes none.
+        // The process has as many mappings as it may have, and this would take one more.
+        // To copy all stacks takes none.
         copies_all = true;
         madvise(start, (kStackCount + 1) * step, MADV_KEEPONFORK);
     }
+    // From now on, forked children get zeroes instead.
     void LeaveOutOfForks(Owner const* owner) noexcept {
         if (!IsAlwaysCopied(owner) && !copies_all) {
             madvise(Place(owner), step, MADV_WIPEONFORK);
@@ -118,7 +126,7 @@ class Stacks {
     }
 
   private:
-    // In the place of the first stack. The pages are zeroed.
+    // The owners stand in the place of the first stack, whose pages are zeroed.
     Owner* Owners() const noexcept { return reinterpret_cast<Owner*>(start); }
 
     char* Place(Owner const* owner) const noexcept {
@@ -136,10 +144,10 @@ class Stacks {
 
 static_assert((kStackCount + 1) * sizeof(Owner) <= kStackSize + 4096);
 
-// Made before main, and so before there is another thread.
+// Made before main, when there is no other thread.
 Stacks stacks;
 
-// A thread forks on its own stack.
+// The child goes on with the stack of the thread that forks.
 void BeforeFork() {
     stacks.CopyInForks(stacks.OwnerOf(pthread_self()));
 }
@@ -174,19 +182,20 @@ int __wrap_pthread_create(pthread_t* thread, pthread_attr_t const* attributes,
     return __real_pthread_create(thread, attributes, body, argument);
 }
 
-// When a join returns the system is done with the stack. Without a join nobody knows when
-// that is, so the stack of a detached thread is not used again.
+// Frees the stack after the join, when the system has finished with it. The stack of a
+// detached thread is not used again: nothing tells when the system has finished with it.
 int __wrap_pthread_join(pthread_t thread, void** result) {
     Owner* const owner = stacks.OwnerOf(thread);
-    // A forked child has the stack, and not the thread. The C library marks the stacks
-    // that it has mapped itself as those of ended threads, and this one it does not.
+    // A forked child has the stack of the thread, but not the thread. For a stack that it
+    // has mapped itself, the C library notes in the child that the thread has ended; for
+    // this one it does not.
     bool const is_left_behind = owner != nullptr && *owner != getpid() &&
                                 pthread_equal(thread, pthread_self()) == 0;
     if (is_left_behind && result != nullptr) {
         *result = nullptr;
     }
-    // The C library takes the ended thread's description out of a list. A child that is
-    // forked meanwhile does so again, and reads it.
+    // The C library removes the ended thread's description from a list. A child that is
+    // forked meanwhile repeats that, and reads the description.
     stacks.CopyInForks(owner);
     int const error = is_left_behind ? 0 : __real_pthread_join(thread, result);
     if (error == 0 && owner != nullptr) {

@@ -3,7 +3,6 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
@@ -13,7 +12,7 @@
 
 namespace {
 
-// What a line of /proc/PID/status tells.
+// Some of the lines of /proc/PID/status.
 struct ProcessStatus {
     long uid = -1;
     long threads = 0;
@@ -38,8 +37,8 @@ ProcessStatus ReadStatus(std::filesystem::path const& process) {
     return status;
 }
 
-// Says whether this is the namespace of the system's own users. In the others the powers
-// of root do not lift the limit.
+// Returns true in the namespace of the system's own users. In all others the limit holds
+// for root too.
 bool IsFirstUserNamespace() {
     std::ifstream file("/proc/self/uid_map");
     long inside = -1;
@@ -49,8 +48,8 @@ bool IsFirstUserNamespace() {
     return inside == 0 && outside == 0 && count == 4'294'967'295;
 }
 
-// Says whether the kernel exempts this process: its user is root, or it has one of the
-// capabilities CAP_SYS_ADMIN and CAP_SYS_RESOURCE.
+// Returns true if the limit does not hold for this process: its user is root, or it has
+// the capability CAP_SYS_ADMIN or CAP_SYS_RESOURCE.
 bool IsExempt() {
     std::uint64_t const exempting = 1ULL << 21U | 1ULL << 24U;
     return IsFirstUserNamespace() &&
@@ -58,9 +57,7 @@ bool IsExempt() {
 }
 
 bool IsProcess(std::filesystem::path const& entry) {
-    std::string const name = entry.filename().string();
-    return std::all_of(name.begin(), name.end(),
-                       [](char letter) { return letter >= '0' && letter <= '9'; });
+    return entry.filename().string().find_first_not_of("0123456789") == std::string::npos;
 }
 
 }  // namespace

@@ -10,8 +10,8 @@
 
 namespace {
 
-// Returns how many processes this user has; 0 if the system does not tell. It tells the
-// room that their list needs, and leaves some spare room in it.
+// Returns how many processes this user has, or 0 if the system does not tell. The first
+// call asks for the size of their list, which is larger than needed; the second fills it.
 long CountProcesses() {
     int name[] = {CTL_KERN, KERN_PROC, KERN_PROC_RUID, static_cast<int>(getuid())};
     std::size_t size = 0;

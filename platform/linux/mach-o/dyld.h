@@ -5,13 +5,13 @@
 
 #include <cstdint>
 
-// Copies the path of this process's executable, with a NUL behind it, to `buffer`, which
-// holds `*size` bytes, and returns 0. If it does not fit, sets `*size` to the bytes that
-// it needs and returns -1; `buffer` is then untouched.
+// Copies the path of this process's executable, and a NUL, to `buffer`, which has room for
+// `*size` bytes, and returns 0. If the path does not fit, it sets `*size` to the number of
+// bytes that are needed, leaves `buffer` alone and returns -1.
 //
-// The path is absolute and is the one that the program was started by: symbolic links,
-// "." and ".." in it are not resolved. A relative path counts from the working directory
-// that the process was started in, whatever chdir did since.
+// The path is absolute, and it is the path by which the program was started: symbolic
+// links, "." and ".." are not resolved. A relative path counts from the working directory
+// at the start of the process; a later chdir makes no difference.
 extern "C" int _NSGetExecutablePath(char* buffer, std::uint32_t* size);
 
 #endif

@@ -28,7 +28,7 @@ std::string MappingOf(void const* address) {
 
 }  // namespace
 
-TEST(ProcessDefaults, ThreadsShareTheHeapOfTheMainThread) {
+TEST(MallocArenas, ThreadsShareTheHeapOfTheMainThread) {
     for (int i = 0; i < 4; ++i) {
         std::thread([] {
             void* const memory = std::calloc(1, 1000);
