@@ -67,8 +67,8 @@ Line::Line(LOGLEVEL level) noexcept {
 bool Line::AppendMessage(char const* format, va_list arguments) noexcept {
     va_list again;
     va_copy(again, arguments);
-    int const result = std::vsnprintf(buffer.Data() + length, buffer.Size() - length,
-                                      format, arguments);
+    int const result =
+        std::vsnprintf(buffer.Data() + length, buffer.Size() - length, format, arguments);
     auto const wanted =
         result < 0 ? std::strlen(format) : static_cast<std::size_t>(result);
     bool const is_complete = result >= 0 && wanted < buffer.Size() - length;

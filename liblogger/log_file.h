@@ -11,8 +11,8 @@
 namespace liblogger {
 
 // Opens the file at `path` for appending, creates it if it is missing, and closes it with
-// the object. No program that this process starts inherits it, and its descriptor is never
-// 0, 1 or 2.
+// the object. No program that this process starts inherits it, and its descriptor is
+// never 0, 1 or 2.
 class LogFile {
   public:
     explicit LogFile(std::string const& path) noexcept;

@@ -1,11 +1,11 @@
-// Gives the threads of a program small stacks, side by side in one mapping. A fork among a
-// thousand threads then costs about as much as a fork among two.
+// Gives the threads of a program small stacks, side by side in one mapping. A fork among
+// a thousand threads then costs about as much as a fork among two.
 //
 // Why a fork costs more with the system's stacks:
 // - Each thread has a mapping of 8 MiB. A fork copies page tables, and the further apart
 //   the stacks lie, the more page tables there are.
-// - In the child, the C library takes back every stack that it has mapped itself. It writes
-//   to each of them, which is a page fault for each thread. It leaves a stack alone that a
+// - In the child, the C library takes back every stack that it has mapped itself, and
+//   writes to each: that is a page fault for each thread. It leaves a stack alone that a
 //   caller has given to a thread.
 // A child has no use for the stacks of other threads. So only the first few stacks are
 // copied; the child has zeroes in place of the others.
