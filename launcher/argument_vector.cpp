@@ -6,8 +6,8 @@
 
 #include "launcher/launch_list.h"
 
-// Once the constructor that it delegates to is done, whatever is thrown ends in the
-// destructor, which frees the arguments that there are.
+// Delegates to another constructor: once that is done, an exception runs the destructor,
+// which frees the arguments copied so far.
 ArgumentVector::ArgumentVector(std::string& program, JsonObject& item)
     : ArgumentVector() {
     int const count = launch_list::ArgumentCount(item);

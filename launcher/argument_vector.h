@@ -10,20 +10,23 @@
 
 // The argument vector for execv: the program's path, the item's arguments, and null.
 //
-// "argc" says how many arguments follow the path; "args" holds them under "0", "1", ...,
-// and those that are missing are empty. Without "argc" there are none; if it is below 0
-// not even the path is there.
+//   {"argc": 2, "args": {"0": "-p", "1": "80"}}  -> {program, "-p", "80", nullptr}
+//   {"argc": 2, "args": {"0": "-p"}}             -> {program, "-p", "", nullptr}
+//   {"args": {"0": "-p"}}                        -> {program, nullptr}
+//   {"argc": -1}                                 -> {nullptr}
 class ArgumentVector {
   public:
-    // Borrows `program`; copies the arguments. Throws std::length_error if there are to
-    // be more than a million, and what JsonObject throws if "argc" is no number, "args"
-    // no object or an argument no text.
+    // Makes the vector for `program`, which the caller keeps alive, with copies of the
+    // arguments of `item`. Throws std::length_error if "argc" is 1,048,576 or more, and
+    // what JsonObject throws if "argc" is not a number, "args" is not an object, or an
+    // argument cannot be read as text.
     ArgumentVector(std::string& program, JsonObject& item);
     ~ArgumentVector();
 
     ArgumentVector(ArgumentVector const&) = delete;
     ArgumentVector& operator=(ArgumentVector const&) = delete;
 
+    // Returns the vector, which lives as long as the object.
     char* const* Data() const noexcept { return pointers.data(); }
 
   private:

@@ -20,14 +20,14 @@ constexpr std::chrono::nanoseconds kRestartDelay(50'000'000);
 
 ChildProc::ChildProc(std::string launcher_name, JsonObject launch_item)
     : pid(0), running(true), item(nullptr) {
-    // Assigned to an owning object, so that a view becomes a private copy.
+    // Assigned, not copied: the copy of a view would be a view.
     item = launch_item;
     launcherName = launcher_name;
     name = launch_list::Name(item);
     try {
         thread.reset(new std::thread([this] { Supervise(); }));
     } catch (std::system_error const& error) {
-        // Some standard libraries give the system's text alone.
+        // The text of some standard libraries is the system's alone.
         throw std::system_error(error.code(), "thread constructor failed");
     }
 }
@@ -63,6 +63,9 @@ void ChildProc::Supervise() {
         if (child > 0) {
             WaitForEnd(child);
         } else {
+            // From here to execv or _exit this process has one thread, and a copy of the
+            // state of all others. It must not wait for a lock that another thread may
+            // have held at the fork. malloc is safe: the C library releases its locks.
             is_forked_child = true;
             if (program.empty()) {
                 // Contract: the child ends, and 50 ms later there is the next.
@@ -77,8 +80,8 @@ void ChildProc::Supervise() {
     }
     running.store(false, std::memory_order_relaxed);
     if (is_forked_child) {
-        // An ordinary exit would destroy this process's copy of the launcher's table,
-        // and with it kill the programs of all other items.
+        // exit would destroy this process's copy of the launcher's table, and so kill the
+        // programs of all other items.
         _exit(0);
     }
 }
@@ -92,10 +95,6 @@ void ChildProc::WaitForEnd(pid_t child) {
              pid.load(std::memory_order_relaxed), ret, status);
 }
 
-// From here to execv this process has one thread and a copy of everybody else's state:
-// it takes no lock that another thread may have held at the fork. The C library keeps
-// memory allocation usable.
-//
 // Contract: nothing catches what the arguments throw: the child ends abnormally.
 void ChildProc::Execute(std::string& program) {
     ArgumentVector const arguments(program, item);

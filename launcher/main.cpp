@@ -14,7 +14,7 @@
 
 ILog* logger = nullptr;
 
-// Contract: the exit destroys the table last, and so stops what still runs.
+// Contract: the exit destroys the table last, which stops the programs that still run.
 std::unordered_map<std::string, std::shared_ptr<ChildProc>> g_child_map;
 std::mutex g_process_mutex;
 std::condition_variable g_process_condition;
@@ -66,7 +66,7 @@ int main(int argc, char** argv) {
     try {
         StartItems(launcher_name, std::move(text));
     } catch (...) {
-        // Contract: every failure has this text, a thread that could not start as well.
+        // Contract: every failure has this text, even that of starting a thread.
         __LOG__A(logger, LOGLEVEL_ERROR,
                  "[LAUNCHER  ] Error while parsing saved json string.");
         return 0;
@@ -135,12 +135,12 @@ void InitLog(std::string launcher_name) {
 
 void StartItems(std::string const& launcher_name, std::string text) {
     JsonObject list(text.data(), static_cast<unsigned int>(text.size()));
-    text = std::string();  // while the launcher runs its memory has better uses
+    text = std::string();  // frees its memory, which nothing needs any more
     // Contract: the first missing number ends the list.
     for (int i = 0; launch_list::HasItem(list, i); ++i) {
         std::string const number = std::to_string(i);
         StartItem(launcher_name, list[number.c_str()]);
-        // Its supervisor has a copy; that of the next one takes the place of this item.
+        // The supervisor has a copy of the item. The next copy can use this memory.
         list.Remove(number.c_str());
     }
 }

@@ -1,12 +1,12 @@
-// Events for the system log: what the launcher reports while it has no log of its own.
+// Events in the system log, which the launcher writes while its own log is not open.
 
 #ifndef LAUNCHER_SYSTEM_EVENT_H
 #define LAUNCHER_SYSTEM_EVENT_H
 
 #include <string>
 
-// Sends "source : message" to syslog with the priority `type` (3 is LOG_ERR). syslog
-// takes the text as its format: callers pass no percent signs.
+// Writes "source : message" to the system log, with the priority `type`; 3 is LOG_ERR.
+// The text is the format of syslog, so callers pass no percent signs.
 void WriteEvent(std::string const& source, unsigned short type,
                 std::string const& message);
 

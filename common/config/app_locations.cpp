@@ -13,10 +13,11 @@
 
 namespace {
 
-// Contract: the path of an executable, and a resolved one, has room for 1023 bytes.
+// Contract: paths have at most 1023 bytes and a NUL.
 std::uint32_t const kPathSize = 1024;
 
-// Returns the executable's path, or nothing if it does not fit into `size` bytes.
+// Returns the executable's path, or an empty string if it does not fit into `size` bytes
+// with its NUL.
 std::string GetExecutablePath(std::uint32_t size) {
     std::string path(size, '\0');
     if (_NSGetExecutablePath(path.data(), &size) != 0) {
@@ -25,8 +26,8 @@ std::string GetExecutablePath(std::uint32_t size) {
     return path.c_str();
 }
 
-// Returns `path` resolved, or as it is if it does not exist or its resolved form does
-// not fit into kPathSize bytes.
+// Returns `path` resolved. If it does not exist, or its resolved form does not fit into
+// kPathSize bytes with its NUL, returns it unchanged.
 std::string Resolved(std::string const& path) {
     std::unique_ptr<char, void (*)(void*)> const resolved(realpath(path.c_str(), nullptr),
                                                           std::free);

@@ -1,6 +1,6 @@
-// Where the bundle's and the user's things are.
+// Locations of the bundle and of the user.
 //
-//   In /Applications/Tamlin.app/Contents/MacOS/launcher, for the user alice:
+//   In /Applications/Tamlin.app/Contents/MacOS/launcher, run by the user alice:
 //   GetResourcePath()         -> "/Applications/Tamlin.app/Contents/Resources/"
 //   GetCurrentPath()          -> "/Applications/Tamlin.app/Contents/MacOS"
 //   GetSDKName()              -> "Tamlin"
@@ -8,43 +8,45 @@
 //   GetAppDataPath("")        -> "/Users/alice/Library/Application Support"
 //   GetOSXMountPath("Data")   -> "/Volumes/Data_alice"
 //
-// No function reports an error; what is not to be had is an empty string. Nothing is
-// cached. The user's record comes from getpwuid, whose result is shared by all threads:
-// call these functions from one thread.
+// On failure a function returns an empty string, and IsFinderSync returns false. Nothing
+// is cached. The passwd entry comes from getpwuid, which has one result for all threads,
+// so call these functions from one thread.
 
 #ifndef COMMON_CONFIG_APP_LOCATIONS_H
 #define COMMON_CONFIG_APP_LOCATIONS_H
 
 #include <string>
 
-// Returns the bundle's resource directory, absolute, with links resolved and "/" at the
-// end. If it does not exist the path is returned unresolved; if the executable's path
-// is longer than 1023 bytes, nothing.
+// Returns the bundle's resource directory as an absolute path with "/" at the end and
+// with links resolved. If the directory does not exist, the path is not resolved. If the
+// executable's path is longer than 1023 bytes, the result is empty.
 std::string GetResourcePath();
 
-// Says whether the path of this executable ends in "FinderSync". That extension lies
-// deeper in the bundle and has a home directory of its own, inside its container.
+// Returns true if the path of this executable ends in "FinderSync". That extension is
+// deeper in the bundle, and has a home directory of its own in its container.
 bool IsFinderSync();
 
-// Returns the user's home directory as the user's record gives it. Only if there is no
-// record, the environment variable HOME is returned.
+// Returns the home directory in the user's passwd entry, or the environment variable HOME
+// if the user has no entry.
 std::string GetHomePath();
 
-// Returns the directory of the user's application data. The name plays no part: callers
-// add a directory of their own. For the FinderSync extension in its container the path
-// leads out of the container again.
+// Returns the directory of the user's application data. `name` is ignored: callers add a
+// directory of their own. For the FinderSync extension in its container, the path leads
+// out of the container again.
 std::string GetAppDataPath(std::string name);
 
-// Returns the product name: section "SDK", key "NAME" of "vopapi.ini" in the resources.
+// Returns the product name: the key "NAME" in the section "SDK" of the file "vopapi.ini"
+// in the resource directory.
 std::string GetSDKName();
 
-// Returns where the user's volume `name` is mounted, if it is; nothing is looked up.
+// Returns the path where the user's volume `name` would be mounted. The path is only
+// composed: nothing is looked up.
 std::string GetOSXMountPath(std::string name);
 
-// Returns the directory of this executable as it was started, links unresolved.
+// Returns the directory of this executable as it was started; links are not resolved.
 std::string GetCurrentPath();
 
-// Returns the user's login name as the user's record gives it.
+// Returns the login name in the user's passwd entry.
 std::string GetUserName();
 
 #endif

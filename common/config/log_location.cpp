@@ -13,7 +13,7 @@ LOGLEVEL GetLogLevel() {
     std::string const product = GetSDKName();
     std::string const path = GetAppDataPath(product) + "/" + product + "/log.ini";
     char level[1024] = {};
-    // Contract: the test stays, although it never fails and the log is not open yet.
+    // Contract: this test stays, although the default always fits.
     if (GetPrivateProfileString("LOG", "LEVEL", "ERROR", level, sizeof level, path) ==
         0) {
         __LOG__A(logger, LOGLEVEL_ERROR, "[SERVICE   ] Failed to get log level");

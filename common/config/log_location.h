@@ -1,4 +1,4 @@
-// Where the log is written, and how much of it.
+// Where the log is written, and from which level on.
 //
 //   For the product Tamlin and the user alice:
 //   GetLogPath()   -> "/Users/alice/Library/Logs/Tamlin/voplog"
@@ -7,7 +7,8 @@
 //                         [LOG]
 //                         LEVEL=DEBUG
 //
-// Both read their files anew and never fail. Call them on the main thread at start-up.
+// Both functions read their files at every call, and never fail. Call them on the main
+// thread at start-up.
 
 #ifndef COMMON_CONFIG_LOG_LOCATION_H
 #define COMMON_CONFIG_LOG_LOCATION_H
@@ -16,12 +17,13 @@
 
 #include "common/config/log.h"
 
-// Returns the directory for the logging library. It lies in the home directory as it
-// is, in the FinderSync extension's container too.
+// Returns the directory for log files, in the home directory of GetHomePath. In the
+// FinderSync extension that is the one in its container.
 std::string GetLogPath();
 
-// Returns the level that "log.ini" in the application data sets, LOGLEVEL_ERROR if the
-// file, the entry or a level of that name is missing. Case counts in the value.
+// Returns the level that "log.ini" in the application data sets. Returns LOGLEVEL_ERROR
+// if the file or the entry is missing, or if its value is not the name of a level. Case
+// counts in the value.
 LOGLEVEL GetLogLevel();
 
 #endif

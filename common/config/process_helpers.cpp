@@ -10,14 +10,15 @@
 
 namespace {
 
-// A shared handle releases null, too, which pclose does not take.
+// Closes the pipe if it is open. A shared handle releases null too, which pclose does not
+// accept.
 void CloseIfOpen(std::FILE* pipe) {
     if (pipe != nullptr) {
         pclose(pipe);
     }
 }
 
-// Says whether a signal handler, and nothing worse, made the last read from `pipe` fail.
+// Returns true if the last read from `pipe` failed only because a signal handler ran.
 bool WasInterrupted(std::FILE* pipe) {
     return std::ferror(pipe) != 0 && errno == EINTR;
 }

@@ -1,4 +1,4 @@
-// Two helpers for dealing with other processes.
+// Running a shell command, and testing whether a process is alive.
 //
 //   pexec("echo one; echo two")  -> "one\ntwo\n"
 //   pexec("exit 1")              -> ""
@@ -11,21 +11,20 @@
 
 #include <string>
 
-// Runs `command` in the shell, waits until it has closed its standard output and ended,
-// and returns what it wrote there. Its standard input and error are the caller's. Its
-// exit status plays no part: a command that fails, or is not found, returns what it
-// printed, possibly nothing. A NUL in the output and what follows it are dropped, up to
-// the end of the line or of 127 characters.
+// Runs `command` in the shell, waits for its end and returns its standard output.
+// Standard input and error are those of the caller. The exit status is ignored: for a
+// command that fails or is not found, the result is what it printed, often an empty
+// string. If a line contains a NUL, the rest of the line is lost; in a line of more than
+// 127 characters, the rest of the piece of 127.
 //
 // Throws std::runtime_error "popen() failed!" if the command cannot be started. The shell
-// reads all of `command`, so never put a stranger's text into it.
+// interprets all of `command`, so never put untrusted text into it.
 std::string pexec(std::string command);
 
-// Says whether this process may send a signal to process `pid`, as an answer to whether
-// that is running. So it is false for another user's process, unless the caller is root;
-// and true for a process that has ended but was not yet waited for. `pid` is narrowed to
-// the system's 32-bit type; 0 and negative values mean process groups, as they do for
-// kill.
+// Returns true if process `pid` is running and this process may signal it. So the result
+// is false for a process of another user, unless the caller is root. It is true for a
+// process that has ended but was not yet waited for. Only the low 32 bits of `pid` count;
+// 0 and negative values are process groups, as they are for kill.
 bool IsRunningPID(long long pid);
 
 #endif

@@ -18,8 +18,7 @@ File OpenFile(std::string const& path) {
     return {std::fopen(path.c_str(), "r"), fclose};
 }
 
-// Reads and trims the next line. Returns false at the end of the file and after a read
-// error, which ends the file too.
+// Reads and trims the next line. Returns false at the end of the file or on an error.
 bool ReadLine(std::FILE* file, std::string& line) {
     // Contract: a longer line is read in pieces, and each counts as a line.
     char buffer[2048];
@@ -51,10 +50,10 @@ struct Entry {
     std::string value;
 };
 
-// Contract: "k=a=b" has the value "a", "k=" is no entry, and blanks at "=" belong to it.
+// Contract: "k=a=b" has the value "a", "k=" is not an entry, and nothing is trimmed here.
 //
-// Cuts a line at its first two "=". By hand: to compile an expression for a single
-// character takes longer than all the rest of the reading.
+// Cuts a line at its first two "=". split() would compile a regular expression for each
+// line, which takes longer than everything else here.
 std::optional<Entry> CutEntry(std::string const& line) {
     std::size_t const first = line.find('=');
     if (first == std::string::npos || first + 1 == line.size()) {
@@ -65,7 +64,7 @@ std::optional<Entry> CutEntry(std::string const& line) {
                  line.substr(begin, line.find('=', begin) - begin)};
 }
 
-// Searches from behind a section's header to the section's end.
+// Searches from the line after a section's header to the end of the section.
 std::optional<std::string> FindInSection(std::FILE* file, std::string const& key) {
     std::string const lowered_key = Lowered(key);
     std::string line;
@@ -98,7 +97,8 @@ std::optional<std::string> FindValue(std::FILE* file, std::string section,
     return std::nullopt;
 }
 
-// Copies `text` and a NUL if they fit, and returns the length of what was copied.
+// Copies `text` and a NUL if they fit, and returns the length of the text that was
+// copied.
 std::size_t CopyIfItFits(std::string const& text, char* buffer, int size) {
     if (static_cast<long long>(text.size()) >= size) {
         return 0;

@@ -6,8 +6,8 @@
 #include <cstdint>
 
 enum AERROR : std::int32_t {
-    AERROR_NOT_FOUND = 4,        // a member on a path is missing
-    AERROR_INVALID_JSON = 6001,  // a text is not JSON
+    AERROR_NOT_FOUND = 4,        // a member on the path is missing
+    AERROR_INVALID_JSON = 6001,  // the text is not JSON
 };
 
 #endif

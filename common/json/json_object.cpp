@@ -13,8 +13,9 @@
 
 namespace {
 
-// What jsoncpp says of numbers beyond a range it does not say of the first one beyond,
-// the power of two, which it lets through to a conversion that is undefined.
+// Throws jsoncpp's exception for numbers that are too large for an integer type.
+// jsoncpp's own range check lets exactly 2^63 and 2^64 through, whose conversion is
+// undefined.
 void RefuseFrom(double limit, Json::Value const& value, char const* message) {
     if (value.type() == Json::realValue && value.asDouble() >= limit) {
         Json::throwLogicError(message);
@@ -31,9 +32,9 @@ Json::UInt64 AsUInt64(Json::Value const& value) {
     return value.asUInt64();
 }
 
-// Empties the document, so that only flat values are left to destroy. A value's own
-// destructor calls that of each member: of a document with a thousand levels it takes 80
-// KiB of stack, more than some threads have.
+// Empties the document, member by member, without recursion. The destructor of a value
+// calls the destructors of its members, and for a document with a thousand levels that
+// takes 80 KiB of stack. Some threads have less.
 void TakeApart(Json::Value& document) {
     std::vector<Json::Value> containers(1);
     containers.back().swap(document);
@@ -83,7 +84,7 @@ JsonObject::~JsonObject() {
     try {
         TakeApart(ownValue);
     } catch (std::bad_alloc const&) {
-        // What is left destroys itself, level by level.
+        // The rest is destroyed with recursion.
     }
 }
 
@@ -96,9 +97,9 @@ JsonObject& JsonObject::operator=(std::string text) {
     return *this;
 }
 
-// Contract: a view is copied into the document that this refers to; an owner is not.
+// Contract: a view changes the document that this refers to; an owner makes this let go.
 //
-// The copy is complete before anything is replaced, since the two may share a document.
+// The copy is complete before anything is replaced, as both may be in one document.
 // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): for the same reason it is handled.
 JsonObject& JsonObject::operator=(JsonObject const& other) {
     if (other.ownValue.isNull()) {
@@ -175,8 +176,8 @@ unsigned int JsonObject::GetArraySize() {
 
 // Contract: every insertion returns true.
 //
-// What is inserted is complete before the document is touched, since it may be a part of
-// the document, or fail to convert.
+// The new value is complete before the document changes: it may be a part of the
+// document, or its conversion may fail.
 bool JsonObject::Insert(char const* key, JsonObject const& value) {
     Json::Value copy(*value.target);
     (*target)[key] = std::move(copy);
@@ -225,9 +226,9 @@ std::string JsonObject::ToStyledText() {
     return trim(text);
 }
 
-// Returns the value at `path`, or null if a member is missing. A forked child of a
-// threaded process comes here, so the path is cut by hand: a regular expression would
-// ask for the global locale, which the C++ library may guard with a lock.
+// Returns the value at `path`, or null if a member is missing. Forked children of a
+// threaded process call this, so no regular expression cuts the path: it would ask for
+// the global locale, which the C++ library may guard with a lock.
 Json::Value* JsonObject::FindValue(char const* path) {
     Json::Value const* value = target;
     char const* begin = path;

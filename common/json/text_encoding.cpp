@@ -9,9 +9,8 @@ namespace {
 
 using Utf8Converter = std::wstring_convert<std::codecvt_utf8<wchar_t, 0x10FFFF>>;
 
-// The standard libraries disagree on what they refuse: some let surrogates through both
-// ways and drop an unfinished sequence at the end of the input, and each has its own
-// message. What they let through is refused here, and the message is one.
+// Some standard libraries accept surrogates in both directions, and drop an unfinished
+// sequence at the end of the input. The functions below refuse both.
 bool IsSurrogate(wchar_t element) {
     return element >= 0xD800 && element <= 0xDFFF;
 }
