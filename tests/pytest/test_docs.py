@@ -243,9 +243,18 @@ def message_pieces():
             if piece.strip()}
 
 
-@pytest.mark.parametrize("page", ["docs/operating.md", "packaging/man/launcher.8"])
-def test_every_message_is_explained(page):
+def test_every_message_is_explained():
     pieces = message_pieces()
     assert {"is killed. ret =", "Failed to initialize logger"} <= pieces
-    text = " ".join((ROOT / page).read_text().splitlines())
+    text = " ".join((ROOT / "packaging/man/launcher.8").read_text().splitlines())
     assert [piece for piece in pieces if piece not in text] == []
+
+
+def test_every_test_that_is_named_exists():
+    sources = " ".join(source.read_text() for source in ROOT.glob("tests/**/*.cpp"))
+    tests = {f"{suite}.{name}" for suite, name in
+             re.findall(r"TEST(?:_F|_P)?\(\s*(\w+),\s*(\w+)", sources)}
+    page = (ROOT / "CONTRIBUTING.md").read_text(encoding="utf-8")
+    named = set(re.findall(r"`([A-Z]\w+\.[A-Z]\w+)`", page))
+    assert len(named) > 50
+    assert named - tests == set()
