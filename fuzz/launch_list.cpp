@@ -21,6 +21,14 @@
 
 namespace {
 
+using launchlist_check::CheckLaunchList;
+using launchlist_check::CheckOptions;
+using launchlist_check::CheckResult;
+using launchlist_check::Outcome;
+using launchlist_check::Severity;
+using launchlist_check::ToJson;
+using launchlist_check::ToLines;
+
 // What a supervisor reads of its item. What cannot be read is not there, nor what is not
 // read because of it: in the launcher a process ends abnormally at that point.
 struct Supervised {

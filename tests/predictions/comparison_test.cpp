@@ -252,7 +252,7 @@ TEST(Comparison, ValuesAreReadAsTheFindingsSay) {
                  R"(argument \"0\" is a number: the launcher takes it as \"7.0\")",
                  "warning"),
          Finding("argc-value", "0",
-                 R"(\"argc\" is no integer: the launcher reads it as 2)", "warning"),
+                 R"(\"argc\" is not an integer: the launcher reads it as 2)", "warning"),
          Finding("missing-arguments", "0", "", "warning"),
          Finding("name-type", "1",
                  R"(\"name\" is true: the launcher takes it as \"true\")", "warning"),

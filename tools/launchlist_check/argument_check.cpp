@@ -4,44 +4,14 @@
 #include <cstddef>
 #include <map>
 
+#include "launcher/launch_list.h"
 #include "tools/launchlist_check/item_keys.h"
-#include "tools/launchlist_check/json_values.h"
+#include "tools/launchlist_check/message.h"
+#include "tools/launchlist_check/read_values.h"
+
+namespace launchlist_check {
 
 namespace {
-
-// The launcher makes no longer argument vector, the program's path included.
-constexpr int kMostArguments = (1 << 20) - 1;
-
-// More keys than that are counted, not named.
-constexpr std::size_t kMostNamedKeys = 3;
-
-// Keys for a message: `"0", "1", "2" and 7 more`.
-class KeyList {
-  public:
-    void Add(std::string const& key) {
-        if (count < kMostNamedKeys) {
-            text += (count == 0 ? "" : ", ") + Quote(key);
-        }
-        ++count;
-    }
-    // Adds the numbers from `first` on that are below `end`.
-    void AddNumbers(int first, int end) {
-        for (; first < end && count < kMostNamedKeys; ++first) {
-            Add(std::to_string(first));
-        }
-        count += static_cast<std::size_t>(end - first);
-    }
-    bool IsEmpty() const { return count == 0; }
-    std::string Text() const {
-        return count > kMostNamedKeys
-                   ? text + " and " + std::to_string(count - kMostNamedKeys) + " more"
-                   : text;
-    }
-
-  private:
-    std::size_t count = 0;
-    std::string text;
-};
 
 class ArgumentCheck {
   public:
@@ -51,7 +21,7 @@ class ArgumentCheck {
           report(item_report),
           has_count(item.isMember("argc")) {}
 
-    // Returns the argument vector; std::nullopt if the child aborts.
+    // Returns the argument vector, or std::nullopt if the child aborts.
     std::optional<std::vector<std::string>> Check() {
         if (has_count && !CheckCount(item["argc"])) {
             return std::nullopt;
@@ -59,8 +29,8 @@ class ArgumentCheck {
         if (count < 0) {
             return std::vector<std::string>();
         }
-        Json::Value nothing;
-        Json::Value& args = item.isMember("args") ? item["args"] : nothing;
+        Json::Value const nothing;
+        Json::Value const& args = item.isMember("args") ? item["args"] : nothing;
         if (!args.isNull() && !args.isObject()) {
             return CheckWrongType(args);
         }
@@ -68,9 +38,9 @@ class ArgumentCheck {
     }
 
   private:
-    // Sets the count as the launcher reads it; returns false if its child aborts there.
-    bool CheckCount(Json::Value& value) {
-        std::optional<int> const read_as = IntegerOf(value);
+    // Sets the count as the launcher reads it. Returns false if its child aborts there.
+    bool CheckCount(Json::Value const& value) {
+        std::optional<int> const read_as = AsRead(item, launch_list::ArgumentCount);
         if (!read_as) {
             report.Error("argc-type", value,
                          R"("argc" is )" +
@@ -84,10 +54,11 @@ class ArgumentCheck {
                            R"("argc" is )" + InexactCount(value) +
                                ": the launcher reads it as " + std::to_string(count));
         }
-        if (count > kMostArguments) {
+        if (count > launch_list::kMostArguments) {
             report.Error("argc-too-large", value,
                          R"("argc" is )" + std::to_string(count) + ", more than " +
-                             std::to_string(kMostArguments) + ": " + kChildAborts);
+                             std::to_string(launch_list::kMostArguments) + ": " +
+                             kChildAborts);
             return false;
         }
         if (count < 0) {
@@ -104,7 +75,7 @@ class ArgumentCheck {
         if (!value.isNumeric()) {
             return TypeName(value);
         }
-        return value.isIntegral() ? "out of range" : "no integer";
+        return value.isIntegral() ? "out of range" : "not an integer";
     }
 
     std::optional<std::vector<std::string>> CheckWrongType(Json::Value const& args) {
@@ -122,8 +93,8 @@ class ArgumentCheck {
     }
 
     // Returns the arguments that the launcher finds, by their numbers.
-    std::map<int, Json::Value*> CheckKeys(Json::Value& args) {
-        std::map<int, Json::Value*> found;
+    std::map<int, Json::Value const*> CheckKeys(Json::Value const& args) {
+        std::map<int, Json::Value const*> found;
         std::vector<std::string> ignored;
         std::string const end = std::to_string(count);
         for (auto member = args.begin(); member != args.end(); ++member) {
@@ -132,7 +103,7 @@ class ArgumentCheck {
                 report.WarningAtKey(
                     "argument-key", *member,
                     R"("args" has the key )" + Quote(key) +
-                        ", which is no number of an argument: it is ignored");
+                        ", which is not an argument's number: it is ignored");
             } else if (IsSmallerNumber(key, end)) {
                 found[std::stoi(key)] = &*member;
             } else {
@@ -159,7 +130,7 @@ class ArgumentCheck {
     }
 
     std::optional<std::vector<std::string>> CheckTexts(
-        std::map<int, Json::Value*> const& found) {
+        std::map<int, Json::Value const*> const& found) {
         std::vector<std::string> texts(static_cast<std::size_t>(count) + 1);
         texts[0] = program;
         KeyList missing;
@@ -167,8 +138,7 @@ class ArgumentCheck {
         for (auto const& [number, value] : found) {
             missing.AddNumbers(next, number);
             next = number + 1;
-            if (!CheckText(std::to_string(number), *value,
-                           texts[static_cast<std::size_t>(next)])) {
+            if (!CheckText(number, *value, texts[static_cast<std::size_t>(next)])) {
                 return std::nullopt;
             }
         }
@@ -184,10 +154,12 @@ class ArgumentCheck {
         return texts;
     }
 
-    // Returns false if the launcher's child does not survive the argument.
-    bool CheckText(std::string const& key, Json::Value& value, std::string& text) {
-        std::string const what = "argument " + Quote(key);
-        std::optional<std::string> const read_as = TextOf(value);
+    // Sets `text` to the argument as the launcher reads it. Returns false if its child
+    // aborts there.
+    bool CheckText(int number, Json::Value const& value, std::string& text) {
+        std::string const what = "argument " + Quote(std::to_string(number));
+        std::optional<std::string> const read_as =
+            AsRead(item, launch_list::Argument, number);
         if (!read_as) {
             report.Error("argument-type", value,
                          what + " is " + TypeName(value) + ": " + kChildAborts);
@@ -212,3 +184,5 @@ std::optional<std::vector<std::string>> CheckArguments(Json::Value& item,
                                                        ItemReport& report) {
     return ArgumentCheck(item, program, report).Check();
 }
+
+}  // namespace launchlist_check

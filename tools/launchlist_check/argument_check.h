@@ -11,11 +11,15 @@
 
 #include "tools/launchlist_check/item_report.h"
 
-// Checks the members "argc" and "args" of the item, which is an object and is left as it
-// is. Returns the argument vector that the launcher makes for `program`, which comes
-// first in it; std::nullopt if the launcher's child ends abnormally instead.
+namespace launchlist_check {
+
+// Checks the members "argc" and "args" of the item, which is an object. Returns the
+// argument vector that the launcher makes for `program`, which comes first in it.
+// Returns std::nullopt if the launcher's child ends abnormally instead.
 std::optional<std::vector<std::string>> CheckArguments(Json::Value& item,
                                                        std::string const& program,
                                                        ItemReport& report);
+
+}  // namespace launchlist_check
 
 #endif

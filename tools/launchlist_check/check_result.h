@@ -5,15 +5,18 @@
 
 #include "tools/launchlist_check/finding.h"
 
-// What becomes of the launcher itself. What becomes of each item is told by findings.
+namespace launchlist_check {
+
+// What becomes of the launcher itself. Findings tell what becomes of each item.
 enum class Outcome {
     // It stays until SIGTERM and supervises its items, if there are any.
     Runs,
     // It ends by itself with exit code 0. Nothing was started and nothing is killed.
     Exits,
-    // It stops an item that may have no process yet, and then sends SIGKILL to its own
-    // process group; or an item that got no process, and then to all of the user. This
-    // comes before Aborts where both are possible.
+    // It stops an item that may have no process yet: SIGKILL then goes to the launcher's
+    // own process group. Or it stops an item whose fork failed: SIGKILL then goes to
+    // every
+    // process of the user. If Aborts is possible too, this is the outcome.
     KillsGroup,
     // Its process ends abnormally.
     Aborts,
@@ -32,10 +35,12 @@ struct CheckResult {
 
 // How a list is checked.
 struct CheckOptions {
-    // Whether this machine would execute the programs, and has processes enough.
+    // Ask the system whether it would execute the programs, and has enough processes.
     bool asks_machine = true;
     // How many findings of one kind are kept.
     std::size_t most_of_a_kind = 20;
 };
+
+}  // namespace launchlist_check
 
 #endif

@@ -3,26 +3,11 @@
 #include <algorithm>
 #include <tuple>
 
-#include "tools/common/printable.h"
+namespace launchlist_check {
 
-namespace {
-
-constexpr std::size_t kLongestText = 200;
-
-}  // namespace
-
-bool Findings::Count(std::string const& kind, Severity severity) {
-    return ++counts[{kind, severity}] <= most;
-}
-
-void Findings::Add(Findings const& others) {
-    for (Finding const& finding : others.kept) {
-        if (Count(finding.kind, finding.severity)) {
-            Add(finding);
-        }
-    }
-    for (auto const& [kind, count] : others.LeftOut()) {
-        counts[kind] += count;
+void Findings::Add(Finding finding) {
+    if (++counts[{finding.kind, finding.severity}] <= most) {
+        kept.push_back(std::move(finding));
     }
 }
 
@@ -55,17 +40,4 @@ std::size_t Findings::Count(Severity severity) const {
     return sum;
 }
 
-std::string Quote(std::string_view text) {
-    return '"' + Shorten(text) + '"';
-}
-
-std::string Shorten(std::string_view text) {
-    if (text.size() <= kLongestText) {
-        return std::string(text);
-    }
-    std::size_t end = kLongestText;
-    while (end > 0 && tools::IsContinuation(text[end])) {
-        --end;
-    }
-    return std::string(text.substr(0, end)) + "...";
-}
+}  // namespace launchlist_check

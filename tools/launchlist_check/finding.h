@@ -6,14 +6,14 @@
 #include <cstddef>
 #include <map>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
-// A note says how the check itself was made. A warning says that the launcher takes
-// something differently from how it is written, while the program runs. An error says
-// that a program will not run, or that a part of the list, which may hold programs, is
-// not read.
+namespace launchlist_check {
+
+// Error: a program will not run, or a part of the list, which may hold programs, is not
+// read. Warning: the program runs, but a value is read differently from how it is
+// written. Note: how the check itself was made.
 enum class Severity { Note, Warning, Error };
 
 // A place in a text as editors show it: lines and characters, from 1 on.
@@ -41,23 +41,16 @@ struct Finding {
     Subject subject;
 };
 
-// The findings about one list. Of each kind and severity it keeps the first ones only,
-// and counts the others.
+// The findings about one list. It counts all of them, and keeps the first ones of each
+// kind and severity.
 class Findings {
   public:
     using Kind = std::pair<std::string, Severity>;
 
-    // Keeps as many of each kind.
+    // Keeps up to `most_of_a_kind` of each kind.
     explicit Findings(std::size_t most_of_a_kind) : most(most_of_a_kind) {}
 
-    // Counts one of this kind. Returns whether it is kept, and so is to be added.
-    bool Count(std::string const& kind, Severity severity);
-
-    // Adds one that has been counted.
-    void Add(Finding finding) { kept.push_back(std::move(finding)); }
-
-    // Counts and adds those of `others`, with its counts.
-    void Add(Findings const& others);
+    void Add(Finding finding);
 
     // Returns the findings that are kept, in the order of their places in the list.
     std::vector<Finding> InOrder() const;
@@ -65,7 +58,7 @@ class Findings {
     // Returns how many there are of each kind, kept or not.
     std::map<Kind, std::size_t> const& Counts() const noexcept { return counts; }
 
-    // Returns how many of each kind are not kept, for kinds of which some are not.
+    // Returns how many of a kind are not kept, for each kind that has such.
     std::map<Kind, std::size_t> LeftOut() const;
 
     // Returns how many there are of this severity, kept or not.
@@ -77,10 +70,6 @@ class Findings {
     std::map<Kind, std::size_t> counts;
 };
 
-// Returns `text` between quotation marks, for a message. A long one is cut.
-std::string Quote(std::string_view text);
-
-// Returns `text`; of a long one the beginning, and "...".
-std::string Shorten(std::string_view text);
+}  // namespace launchlist_check
 
 #endif

@@ -1,13 +1,18 @@
 #include "tools/launchlist_check/item_check.h"
 
 #include <algorithm>
+#include <iterator>
 #include <vector>
 
+#include "launcher/launch_list.h"
 #include "tools/common/printable.h"
 #include "tools/launchlist_check/argument_check.h"
 #include "tools/launchlist_check/item_report.h"
-#include "tools/launchlist_check/json_values.h"
+#include "tools/launchlist_check/message.h"
 #include "tools/launchlist_check/near_miss.h"
+#include "tools/launchlist_check/read_values.h"
+
+namespace launchlist_check {
 
 namespace {
 
@@ -28,6 +33,7 @@ class ItemCheck {
           after_started(starts_were_before),
           programs(program_check) {}
 
+    // `name` is the item's as the launcher reads it; std::nullopt if it reads none.
     ItemResult Check(std::optional<std::string> const& name) {
         result.name = name;
         CheckName();
@@ -65,7 +71,7 @@ class ItemCheck {
         if (name.empty()) {
             report.Warning(
                 "empty-name", value,
-                R"("name" is empty: log lines will not tell what they are about)");
+                R"("name" is empty: log lines will not show which item they are about)");
         }
         if (std::any_of(name.begin(), name.end(),
                         [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; })) {
@@ -80,7 +86,7 @@ class ItemCheck {
         }
     }
 
-    // Returns the program's path, if a child comes to execute it.
+    // Returns the program's path; std::nullopt if no child gets as far as to execute it.
     std::optional<std::string> CheckProgram() {
         if (!item.isMember("program")) {
             report.ErrorAtKey(
@@ -88,8 +94,8 @@ class ItemCheck {
                 R"(no "program": every 50 ms a child is forked that runs nothing)");
             return std::nullopt;
         }
-        Json::Value& value = item["program"];
-        std::optional<std::string> program = TextOf(value);
+        Json::Value const& value = item["program"];
+        std::optional<std::string> program = AsRead(item, launch_list::Program);
         if (!program) {
             result.aborts = true;
             report.Error(
@@ -116,7 +122,8 @@ class ItemCheck {
             report.Error(
                 "relative-program", item["program"],
                 R"("program" )" + Quote(program) +
-                    " is no absolute path: it is looked up from the working directory "
+                    " is not an absolute path: it is looked up from the working "
+                    "directory "
                     "of the launcher, and PATH is not searched; if it is not found, " +
                     kChain);
         } else if (arguments && programs != nullptr) {
@@ -156,14 +163,15 @@ class ItemCheck {
 
     void CheckUnknownMembers() {
         std::vector<std::string> absent;
-        for (char const* const name : {"name", "program", "args", "argc"}) {
+        for (char const* const name : launch_list::kMembers) {
             if (!item.isMember(name)) {
                 absent.emplace_back(name);
             }
         }
         for (auto member = item.begin(); member != item.end(); ++member) {
             std::string const key = member.name();
-            if (key == "name" || key == "program" || key == "args" || key == "argc") {
+            if (std::count(std::begin(launch_list::kMembers),
+                           std::end(launch_list::kMembers), key) > 0) {
                 continue;
             }
             std::string const meant = NearMiss(key, absent);
@@ -185,18 +193,21 @@ class ItemCheck {
 
 ItemResult CheckItem(Json::Value& item, std::string const& number, bool after_started,
                      ProgramCheck* programs, ListReport& report) {
+    std::optional<bool> const has_name = AsRead(item, launch_list::HasName);
     if (item.isObject()) {
         std::optional<std::string> const name =
-            item.isMember("name") ? TextOf(item["name"]) : std::nullopt;
+            has_name.value_or(false) ? AsRead(item, launch_list::Name) : std::nullopt;
         return ItemCheck(item, ItemReport(report, {number, name.value_or("")}),
                          after_started, programs)
             .Check(name);
     }
-    ItemResult result;
-    result.ends_walk = !item.isNull();
     ItemReport(report, {number})
         .Error("item-type", item,
                "this is " + TypeName(item) + ", not an object: " +
-                   (item.isNull() ? "the launcher skips it" : EndOfWalk(after_started)));
+                   (has_name ? "the launcher skips it" : EndOfWalk(after_started)));
+    ItemResult result;
+    result.ends_walk = !has_name;
     return result;
 }
+
+}  // namespace launchlist_check

@@ -11,19 +11,24 @@
 #include "tools/launchlist_check/list_report.h"
 #include "tools/launchlist_check/program_check.h"
 
+namespace launchlist_check {
+
+// What the launcher does at an item. If all is false, it skips the item.
 struct ItemResult {
-    // The name as the launcher reads it; std::nullopt if it skips the item or ends there.
+    // It supervises the item, under the name that it reads.
     std::optional<std::string> name = {};
-    // The launcher goes no further in the list, and stops what it has started.
+    // It goes no further in the list, and stops what it has started.
     bool ends_walk = false;
-    // The launcher's process ends abnormally.
+    // It supervises the item, and its process then ends abnormally.
     bool aborts = false;
 };
 
-// Checks the item with the key `number`, which is left as it is, and adds what is found
-// to `report`. `after_started` says that the launcher has started an item before.
-// `programs` is null if the machine is not to be asked.
+// Checks the item with the key `number` and adds what is found to `report`.
+// `after_started` says that the launcher has started an item before. `programs` is null
+// if the machine is not to be asked.
 ItemResult CheckItem(Json::Value& item, std::string const& number, bool after_started,
                      ProgramCheck* programs, ListReport& report);
+
+}  // namespace launchlist_check
 
 #endif

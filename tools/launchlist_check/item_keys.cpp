@@ -3,19 +3,12 @@
 #include <algorithm>
 #include <cstddef>
 
-namespace {
+#include "tools/common/text.h"
 
-// Says whether all is digits, and something is there.
-bool IsDigits(std::string const& text) {
-    return !text.empty() && std::all_of(text.begin(), text.end(), [](char letter) {
-        return letter >= '0' && letter <= '9';
-    });
-}
-
-}  // namespace
+namespace launchlist_check {
 
 bool IsItemNumber(std::string const& key) {
-    return IsDigits(key) && (key.size() == 1 || key.front() != '0');
+    return tools::IsDigits(key) && (key.size() == 1 || key.front() != '0');
 }
 
 bool LooksLikeNumber(std::string const& key) {
@@ -27,9 +20,12 @@ bool LooksLikeNumber(std::string const& key) {
     }
     std::size_t const point = std::min(digits.find('.'), digits.size());
     std::string const fraction = digits.substr(std::min(point + 1, digits.size()));
-    return IsDigits(digits.substr(0, point)) && (fraction.empty() || IsDigits(fraction));
+    return tools::IsDigits(digits.substr(0, point)) &&
+           (fraction.empty() || tools::IsDigits(fraction));
 }
 
 bool IsSmallerNumber(std::string const& a, std::string const& b) {
     return a.size() != b.size() ? a.size() < b.size() : a < b;
 }
+
+}  // namespace launchlist_check

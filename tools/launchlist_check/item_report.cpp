@@ -1,11 +1,8 @@
 #include "tools/launchlist_check/item_report.h"
 
-#include "tools/launchlist_check/json_values.h"
+#include "tools/launchlist_check/message.h"
 
-std::string const kChain = "a chain of processes grows, one more every 50 ms";
-std::string const kChildAborts =
-    "every child ends abnormally before it runs the program, and the next one comes 50 "
-    "ms later";
+namespace launchlist_check {
 
 void ItemReport::CheckText(Json::Value const& value, std::string const& read_as,
                            std::string const& what, std::string const& kind) {
@@ -18,3 +15,5 @@ void ItemReport::CheckText(Json::Value const& value, std::string const& read_as,
                 what + " is cut at its zero character to " + Quote(read_as));
     }
 }
+
+}  // namespace launchlist_check

@@ -11,9 +11,7 @@
 #include "tools/launchlist_check/finding.h"
 #include "tools/launchlist_check/list_report.h"
 
-// What happens where an item is wrong, for messages.
-extern std::string const kChain;
-extern std::string const kChildAborts;
+namespace launchlist_check {
 
 // Adds the findings about one item to the report about its list.
 class ItemReport {
@@ -46,7 +44,7 @@ class ItemReport {
     }
 
     // Warns of a text that the launcher reads as `read_as`, if it is written differently.
-    // `what` names it in the message, and `kind` is for a value of another type.
+    // `what` names it in the message, and `kind` is for a value that is not a string.
     void CheckText(Json::Value const& value, std::string const& read_as,
                    std::string const& what, std::string const& kind);
 
@@ -54,5 +52,7 @@ class ItemReport {
     ListReport& report;
     Subject subject;
 };
+
+}  // namespace launchlist_check
 
 #endif

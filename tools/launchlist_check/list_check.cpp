@@ -9,15 +9,18 @@
 #include <vector>
 
 #include "tools/launchlist_check/item_keys.h"
-#include "tools/launchlist_check/json_values.h"
 #include "tools/launchlist_check/list_file.h"
 #include "tools/launchlist_check/list_report.h"
 #include "tools/launchlist_check/list_walk.h"
+#include "tools/launchlist_check/message.h"
+#include "tools/launchlist_check/read_values.h"
 #include "tools/launchlist_check/source_text.h"
+
+namespace launchlist_check {
 
 namespace {
 
-// A million items take less. The parser takes about 100 bytes of memory for each.
+// A million items have fewer. The parser takes about 100 bytes of memory for each value.
 constexpr std::size_t kMostValues = 8'000'000;
 
 std::string const kEnds = "the launcher ends with exit code 0";
@@ -57,14 +60,14 @@ class ListCheck {
             text, [&has_repeated_keys](RepeatedKey const&) { has_repeated_keys = true; });
         if (scan.values > kMostValues) {
             AddError("too-large", 0,
-                     "this has more than 8 million values: no launch list, and not "
-                     "checked");
+                     "this has more than 8 million values, too many for a launch list: "
+                     "it is not checked");
             return Outcome::Unknown;
         }
         if (!Parse(scan.deepest)) {
             return Outcome::Exits;
         }
-        CheckTextBehind();
+        CheckTextAfterList();
         if (!list.isObject()) {
             return CheckOtherType();
         }
@@ -77,7 +80,8 @@ class ListCheck {
         return walk.outcome;
     }
 
-    // Only what the launcher looks up: items, their members and their arguments.
+    // Reports the key only if the launcher looks it up: that of an item, of a member of
+    // an item or of an argument.
     void CheckRepeatedKey(RepeatedKey const& repeated) {
         std::size_t const depth = repeated.path.size();
         bool const is_in_list = depth == 0 || IsItemNumber(repeated.path[0]);
@@ -114,33 +118,34 @@ class ListCheck {
         return false;
     }
 
-    // Returns what is behind the errors that are made most often.
+    // Returns how to mend the mistakes that are made most often; an empty string for
+    // others.
     std::string Hint(std::size_t offset) const {
         if (text.compare(0, 3, "\xEF\xBB\xBF") == 0 && offset < 3) {
             return " (the file begins with a byte-order mark)";
         }
         char const found = offset < text.size() ? text[offset] : '\0';
         if (found == '\'') {
-            return " (texts stand in double quotation marks)";
+            return " (strings need double quotation marks)";
         }
         std::size_t const before = offset == 0
                                        ? std::string_view::npos
                                        : text.find_last_not_of(" \t\r\n", offset - 1);
         if ((found == '}' || found == ']') && before != std::string_view::npos &&
             text[before] == ',') {
-            return " (the comma before it is one too many)";
+            return " (remove the comma before it)";
         }
         return "";
     }
 
-    void CheckTextBehind() {
+    void CheckTextAfterList() {
         if (!list.isObject() && !list.isArray()) {
             return;
         }
         auto const end = static_cast<std::size_t>(list.getOffsetLimit());
-        std::size_t const behind = FindTextBehind(text, end);
-        if (behind != std::string_view::npos) {
-            AddError("text-behind", behind,
+        std::size_t const rest = FindTextAfter(text, end);
+        if (rest != std::string_view::npos) {
+            AddError("text-behind", rest,
                      "the list has ended before this: the launcher ignores the rest");
         }
     }
@@ -191,14 +196,14 @@ class ListCheck {
                      "this item",
                      {key, NameOf(value)});
         } else if (key != "$schema") {
-            report.Add(
-                Severity::Warning, "unknown-key", offset,
-                "the key " + Quote(key) + " is no item number: the launcher ignores it");
+            report.Add(Severity::Warning, "unknown-key", offset,
+                       "the key " + Quote(key) +
+                           " is not an item number: the launcher ignores it");
         }
     }
 
     std::string_view const whole;
-    // What the launcher takes of it.
+    // The part of it that the launcher reads.
     std::string_view const text;
     CheckOptions const& options;
     Positions const positions;
@@ -221,3 +226,5 @@ CheckResult CheckLaunchListFile(std::string const& path, CheckOptions const& opt
     }
     return CheckLaunchList(bytes, options);
 }
+
+}  // namespace launchlist_check

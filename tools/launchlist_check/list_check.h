@@ -5,8 +5,8 @@
 //   CheckLaunchList(R"({"0": {"name": "a", "program": "sh"}})")
 //       -> one finding, of the kind "relative-program"
 //
-// Values are read as the launcher reads them, by the same parser and the same handle.
-// Nothing is started.
+// Values are read as the launcher reads them: by the same parser, and by the functions of
+// launcher/launch_list.h. Nothing is started.
 
 #ifndef TOOLS_LAUNCHLIST_CHECK_LIST_CHECK_H
 #define TOOLS_LAUNCHLIST_CHECK_LIST_CHECK_H
@@ -16,11 +16,15 @@
 
 #include "tools/launchlist_check/check_result.h"
 
-// Checks the bytes of a launch list, whatever they are.
+namespace launchlist_check {
+
+// Checks the bytes of a launch list. They may be anything.
 CheckResult CheckLaunchList(std::string_view bytes, CheckOptions const& options = {});
 
 // Does the same with the file at `path`, or with the standard input for "-".
 CheckResult CheckLaunchListFile(std::string const& path,
                                 CheckOptions const& options = {});
+
+}  // namespace launchlist_check
 
 #endif

@@ -9,12 +9,14 @@
 #include <cstddef>
 #include <cstring>
 
+namespace launchlist_check {
+
 namespace {
 
 // A million items take less.
 constexpr std::size_t kMostBytes = 64UL * 1024 * 1024;
 
-// A device that gives more is taken for one that never ends.
+// A device with more than this is taken for one that never ends.
 constexpr std::size_t kMostBytesOfADevice = 64UL * 1024;
 
 constexpr int kForever = -1;           // milliseconds
@@ -25,7 +27,7 @@ enum class ReadEnd { EndOfFile, Limit, Silence, Failure };
 // A descriptor for reading, closed with the object unless it is the standard input.
 class InputFile {
   public:
-    // Opening does not wait for the writer of a named pipe, as it does in the launcher.
+    // Opening a named pipe does not wait for its writer; in the launcher it does.
     explicit InputFile(std::string const& path)
         : is_standard_input(path == "-"),
           descriptor(is_standard_input
@@ -41,7 +43,7 @@ class InputFile {
 
     bool IsOpen() const { return descriptor >= 0; }
     bool IsStandardInput() const { return is_standard_input; }
-    // Says whether the user can type what is read.
+    // Returns true if the user can type what is read.
     bool IsTerminal() const {
         return is_standard_input ? isatty(descriptor) != 0
                                  : tcgetpgrp(descriptor) == getpgrp();
@@ -53,8 +55,8 @@ class InputFile {
         return status;
     }
 
-    // Adds what is read to `bytes`, which is then not much longer than `limit`. Waits
-    // `patience` milliseconds for more. On failure it sets errno.
+    // Appends what is read to `bytes`, and stops soon after that is longer than `limit`.
+    // Waits `patience` milliseconds for each part. On failure it sets errno.
     ReadEnd Read(std::string& bytes, std::size_t limit, int patience) const {
         char chunk[65536];
         while (bytes.size() <= limit) {
@@ -75,13 +77,13 @@ class InputFile {
         return ReadEnd::Limit;
     }
 
-    // Says whether a named pipe has a writer, or has had one since it was opened, or gets
-    // one soon. It may add the first byte to `bytes`.
+    // Returns true if a named pipe has a writer, has had one since it was opened, or gets
+    // one within a second. May append the first byte to `bytes`.
     bool FindsWriter(std::string& bytes) const {
         if (Wait(kWaitForAWriter)) {
             return true;
         }
-        // Nobody has written. Only if nobody can, this is the end of the file.
+        // Nobody has written. The file seems to be at its end only if nobody can write.
         char byte = 0;
         ssize_t const length = read(descriptor, &byte, 1);
         if (length > 0) {
@@ -91,11 +93,11 @@ class InputFile {
     }
 
   private:
-    // Waits for bytes, or for the end; returns false if the time is over, in
-    // milliseconds.
-    bool Wait(int time) const {
+    // Waits for bytes or for the end of the file. Returns false after that many
+    // milliseconds without either.
+    bool Wait(int milliseconds) const {
         pollfd waiting = {descriptor, POLLIN, 0};
-        return poll(&waiting, 1, time) != 0;
+        return poll(&waiting, 1, milliseconds) != 0;
     }
 
     bool const is_standard_input;
@@ -104,7 +106,6 @@ class InputFile {
 
 bool Fail(CheckResult& result, Outcome outcome, char const* kind,
           std::string const& message) {
-    result.findings.Count(kind, Severity::Error);
     result.findings.Add({Severity::Error, kind, message, {}, {}});
     result.outcome = outcome;
     return false;
@@ -112,7 +113,8 @@ bool Fail(CheckResult& result, Outcome outcome, char const* kind,
 
 bool FailAsTooLarge(CheckResult& result) {
     return Fail(result, Outcome::Unknown, "too-large",
-                "this is longer than 64 MiB: no launch list, and not checked");
+                "this is longer than 64 MiB, too long for a launch list: it is not "
+                "checked");
 }
 
 bool FailAsUnreadable(CheckResult& result, int error) {
@@ -123,8 +125,8 @@ bool FailAsUnreadable(CheckResult& result, int error) {
     }
     return Fail(result, Outcome::Hangs, "unreadable",
                 std::string("reading fails: ") + std::strerror(error) +
-                    ": the launcher tries it for ever, in a busy loop that only SIGKILL "
-                    "ends");
+                    ": the launcher tries again for ever, in a busy loop that only "
+                    "SIGKILL ends");
 }
 
 bool FailAsSilent(CheckResult& result) {
@@ -144,8 +146,8 @@ bool ReadDevice(InputFile const& file, std::string& bytes, CheckResult& result) 
             break;
     }
     return Fail(result, Outcome::Hangs, "device",
-                "this is a device, and no end of it is in sight: the launcher reads it "
-                "until the memory runs out");
+                "this device seems to have no end: the launcher reads it until the "
+                "memory runs out");
 }
 
 }  // namespace
@@ -173,7 +175,7 @@ bool ReadListFile(std::string const& path, std::string& bytes, CheckResult& resu
         }
         bytes.reserve(static_cast<std::size_t>(status.st_size));
     }
-    // What the kernel tells in a file may wait, too.
+    // Files in which the kernel answers may keep a reader waiting, too.
     int const patience = S_ISREG(status.st_mode) ? kWaitForAWriter : kForever;
     switch (file.Read(bytes, kMostBytes, patience)) {
         case ReadEnd::EndOfFile:
@@ -187,3 +189,5 @@ bool ReadListFile(std::string const& path, std::string& bytes, CheckResult& resu
     }
     return FailAsUnreadable(result, errno);
 }
+
+}  // namespace launchlist_check

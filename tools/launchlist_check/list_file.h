@@ -7,12 +7,18 @@
 
 #include "tools/launchlist_check/check_result.h"
 
-// Reads the file at `path`, or the standard input for "-", into `bytes`. A pipe is read
-// until its writer closes it, which takes as long as that takes.
+namespace launchlist_check {
+
+// Reads the file at `path`, or the standard input for "-", into `bytes` and returns true.
 //
 // Returns false if the file cannot be read, has no end, or is longer than any launch
-// list. Then `result` says why, and what that means for the launcher, and `bytes` holds
-// nothing of use. A named pipe gets a second to find a writer.
+// list. `result` then says why, and what the launcher does with such a file; the content
+// of `bytes` is unspecified.
+//
+// A pipe is read until its writer closes it, however long that takes. A named pipe
+// without a writer is given a second to get one.
 bool ReadListFile(std::string const& path, std::string& bytes, CheckResult& result);
+
+}  // namespace launchlist_check
 
 #endif

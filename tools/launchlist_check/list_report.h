@@ -7,10 +7,11 @@
 
 #include <cstddef>
 #include <string>
-#include <string_view>
 
 #include "tools/launchlist_check/finding.h"
 #include "tools/launchlist_check/source_text.h"
+
+namespace launchlist_check {
 
 // Adds findings, each with its place in the text.
 class ListReport {
@@ -22,9 +23,7 @@ class ListReport {
     // Adds a finding about what begins at the byte `offset` of the text.
     void Add(Severity severity, std::string const& kind, std::size_t offset,
              std::string const& message, Subject const& subject = {}) {
-        if (findings.Count(kind, severity)) {
-            findings.Add({severity, kind, message, positions.Find(offset), subject});
-        }
+        findings.Add({severity, kind, message, positions.Find(offset), subject});
     }
 
     // Returns the place of the value, which the parser has read from the text.
@@ -42,5 +41,7 @@ class ListReport {
   private:
     Positions const& positions;
 };
+
+}  // namespace launchlist_check
 
 #endif

@@ -4,10 +4,14 @@
 #include <optional>
 #include <unordered_map>
 
+#include "launcher/launch_list.h"
 #include "platform/user_processes.h"
 #include "tools/launchlist_check/item_check.h"
-#include "tools/launchlist_check/json_values.h"
+#include "tools/launchlist_check/message.h"
 #include "tools/launchlist_check/program_check.h"
+#include "tools/launchlist_check/read_values.h"
+
+namespace launchlist_check {
 
 namespace {
 
@@ -21,7 +25,7 @@ class ListWalk {
 
     WalkResult Walk() {
         int i = 0;
-        for (; list.isMember(std::to_string(i)); ++i) {
+        for (JsonObject items(list); launch_list::HasItem(items, i); ++i) {
             Visit(std::to_string(i));
         }
         result.end = std::to_string(i);
@@ -55,7 +59,7 @@ class ListWalk {
         }
     }
 
-    // Lets the worse outcome stand.
+    // Sets the outcome, unless it is the worst one already.
     void Raise(Outcome outcome) {
         if (result.outcome != Outcome::KillsGroup) {
             result.outcome = outcome;
@@ -111,7 +115,7 @@ class ListWalk {
                 Severity::Note, "static-check", ListReport::ValueOffset(list),
                 std::string("the system does not let a program be tried here (") +
                     std::strerror(*program_check.WhyNotAsked()) +
-                    "): the programs' files were only looked at, which finds less");
+                    "): only the programs' files were looked at, which finds less");
         }
     }
 
@@ -133,3 +137,5 @@ class ListWalk {
 WalkResult WalkItems(Json::Value& list, bool asks_machine, ListReport& report) {
     return ListWalk(list, asks_machine, report).Walk();
 }
+
+}  // namespace launchlist_check

@@ -10,16 +10,20 @@
 #include "tools/launchlist_check/check_result.h"
 #include "tools/launchlist_check/list_report.h"
 
+namespace launchlist_check {
+
 struct WalkResult {
     Outcome outcome = Outcome::Runs;
     // How many items the launcher supervises; 0 unless it runs.
     std::size_t programs = 0;
-    // The first number that is missing, where the walk ends at the latest.
+    // The first number that is missing. The launcher goes no further than that.
     std::string end = {};
 };
 
-// Checks the items of `list`, an object, and adds what is found to `report`. If the
-// machine is asked, also whether it lets its user have so many processes.
+// Checks the items of `list`, an object, and adds what is found to `report`. With
+// `asks_machine` it also asks whether the user may have as many processes as they need.
 WalkResult WalkItems(Json::Value& list, bool asks_machine, ListReport& report);
+
+}  // namespace launchlist_check
 
 #endif

@@ -14,6 +14,8 @@
 #include "tools/launchlist_check/list_check.h"
 #include "tools/launchlist_check/output.h"
 
+namespace launchlist_check {
+
 namespace {
 
 char const* const kProgram = "launchlist-check";
@@ -84,6 +86,9 @@ int Check(tools::CommandLine const& line) {
     return tools::FinishOutput(kProgram) && is_right ? 0 : 1;
 }
 
+}  // namespace
+
+// Does what the command line says. Returns the exit code.
 int Run(int argc, char** argv) {
     tools::CommandLine line = tools::ReadCommandLine(
         argc, argv, {{"json"}, {"strict"}, {"all"}, {"no-programs"}});
@@ -94,13 +99,13 @@ int Run(int argc, char** argv) {
     return code ? *code : Check(line);
 }
 
-}  // namespace
+}  // namespace launchlist_check
 
 int main(int argc, char** argv) {
     try {
-        return Run(argc, argv);
+        return launchlist_check::Run(argc, argv);
     } catch (std::bad_alloc const&) {
-        std::fprintf(stderr, "%s: out of memory\n", kProgram);
+        std::fprintf(stderr, "%s: out of memory\n", launchlist_check::kProgram);
         return 1;
     }
 }

@@ -1,4 +1,4 @@
-// Guessing which word was meant.
+// Guessing which member of an item was meant.
 //
 //   NearMiss("arg", {"name", "program", "args", "argc"})   -> "args"
 //   NearMiss("Nmae", {"name", "program"})                  -> "name"
@@ -11,11 +11,18 @@
 #include <string>
 #include <vector>
 
-// Returns the candidate that `word` comes nearest to, the first of several, and nothing
-// if none is near. Near are: at most two letters more, fewer, other or swapped, with one
-// that is right; a beginning of three letters or more; and the words of other systems
-// for the same thing, such as "path" for "program". Case plays no part. The candidates
-// are in lower case.
+namespace launchlist_check {
+
+// Returns the candidate that `word` is nearest to, the first of several; an empty string
+// if none is near. Candidates are in lower case, and the case of `word` is ignored.
+//
+// A candidate is near in one of these ways:
+// - it has the same letters, in any order, but for one that differs or two that only one
+//   of the words has: "agrs", "nama", "programme";
+// - one of the words begins with the other, which has three letters or more: "prog";
+// - other supervisors call it `word`: "path" for "program".
 std::string NearMiss(std::string const& word, std::vector<std::string> const& candidates);
+
+}  // namespace launchlist_check
 
 #endif

@@ -4,6 +4,9 @@
 
 #include "common/json/json_object.h"
 #include "tools/common/printable.h"
+#include "tools/launchlist_check/message.h"
+
+namespace launchlist_check {
 
 namespace {
 
@@ -144,3 +147,5 @@ std::string ToJson(std::vector<CheckedFile> const& files) {
     }
     return JsonObject(document).ToText() + "\n";
 }
+
+}  // namespace launchlist_check

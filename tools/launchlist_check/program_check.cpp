@@ -12,6 +12,8 @@
 // NOLINTNEXTLINE(readability-redundant-declaration): not every system declares it.
 extern char** environ;
 
+namespace launchlist_check {
+
 namespace {
 
 using End = ProgramVerdict::End;
@@ -49,8 +51,7 @@ ProgramVerdict TooLong(ArgumentSize const& size) {
                 std::to_string(SizeOf(Environment()).bytes)};
 }
 
-// Says whether the answer about arguments of the size `asked` is the answer for `size`
-// too.
+// Returns true if the answer about arguments of the size `asked` also holds for `size`.
 bool HoldsFor(ArgumentSize const& size, ArgumentSize const& asked, End answer) {
     switch (answer) {
         case End::Executed:
@@ -61,11 +62,11 @@ bool HoldsFor(ArgumentSize const& size, ArgumentSize const& asked, End answer) {
         case End::Killed:
             break;
     }
-    // The arguments may be what the program's stack has no room for.
+    // Maybe the program's stack had no room for just these arguments.
     return IsWithin(size, asked) && IsWithin(asked, size);
 }
 
-// The look at the files, where the system cannot be asked.
+// Judges by the files and the sizes alone, if the system cannot be asked.
 ProgramVerdict Look(std::string const& path, ArgumentSize const& arguments) {
     std::string const reason = WhyNotExecutable(path);
     if (!reason.empty()) {
@@ -80,7 +81,8 @@ ProgramVerdict Look(std::string const& path, ArgumentSize const& arguments) {
                                                                : ProgramVerdict();
 }
 
-// Returns the reason in the words of the look at the file, if it knows one.
+// Returns why the system refused `path` with `error`: what the file shows, or else the
+// system's own text.
 std::string WhyRefused(std::string const& path, int error) {
     std::string reason = WhyNotExecutable(path);
     if (!reason.empty()) {
@@ -153,3 +155,5 @@ ProgramVerdict ProgramCheck::Ask(std::string const& path, std::vector<std::strin
     }
     return Look(path, size);
 }
+
+}  // namespace launchlist_check

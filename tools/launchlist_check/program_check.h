@@ -11,16 +11,18 @@
 
 #include "platform/exec_trial.h"
 
+namespace launchlist_check {
+
 // What becomes of a child of the launcher that executes a program.
 struct ProgramVerdict {
     enum class End {
         // The program is executed.
         Executed,
-        // It is not, for `reason`, and the child goes on.
+        // It is not executed, for `reason`, and the child goes on.
         Refused,
-        // It is not, as the arguments are too long, and the child goes on.
+        // It is not executed, because its arguments are too long, and the child goes on.
         ArgumentsTooLong,
-        // The system ends the child by a signal, for `reason`.
+        // The system ends the child before the program begins; `reason` names the signal.
         Killed,
     };
     End end = End::Executed;
@@ -35,15 +37,18 @@ struct ArgumentSize {
     std::size_t longest;
 };
 
-// Asks the system, or looks at the files where it does not answer. It does not ask again
-// about a program where an earlier answer holds: arguments that are no larger in any way
-// than accepted ones are accepted, and those no smaller than too long ones are too long.
+// Asks the system whether it would execute programs. If the system does not answer, it
+// looks at the files instead.
+//
+// It does not ask twice if an earlier answer about the same program holds: arguments no
+// larger in any way than accepted ones are accepted, and arguments no smaller in any way
+// than those that are too long are too long.
 class ProgramCheck {
   public:
-    // Returns what becomes of an execv of `path`, with the arguments of `vector`.
+    // Returns what becomes of an execv of `path` with the argument vector `vector`.
     ProgramVerdict Check(std::string const& path, std::vector<std::string> const& vector);
 
-    // Returns why the system could not be asked, the first time that it could not;
+    // Returns the error number of the first time that the system could not be asked;
     // std::nullopt if it always answered.
     std::optional<int> const& WhyNotAsked() const noexcept { return why_not_asked; }
 
@@ -59,5 +64,7 @@ class ProgramCheck {
     std::map<std::string, std::vector<Answer>> answers;
     std::optional<int> why_not_asked;
 };
+
+}  // namespace launchlist_check
 
 #endif

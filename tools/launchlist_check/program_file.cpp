@@ -9,11 +9,14 @@
 #include <cstddef>
 #include <cstring>
 
-#include "tools/launchlist_check/finding.h"
+#include "tools/launchlist_check/message.h"
+
+namespace launchlist_check {
 
 namespace {
 
-// Returns why the file may not be executed, whatever is in it.
+// Returns why the file may not be executed, whatever its content is; an empty string if
+// it may.
 std::string WhyNotPermitted(std::string const& path) {
     struct stat info = {};
     if (stat(path.c_str(), &info) != 0) {
@@ -23,7 +26,7 @@ std::string WhyNotPermitted(std::string const& path) {
         return "it is a directory";
     }
     if (!S_ISREG(info.st_mode)) {
-        return "it is no regular file";
+        return "it is not a regular file";
     }
     if (access(path.c_str(), X_OK) != 0) {
         return errno == EACCES ? "this user may not execute it" : std::strerror(errno);
@@ -46,7 +49,7 @@ bool ReadHead(std::string const& path, std::string& head) {
     return length >= 0;
 }
 
-// Returns what the first line names behind its "#!".
+// Returns what the first line names after its "#!".
 std::string Interpreter(std::string const& head) {
     std::string const line = head.substr(2, std::min(head.find('\n'), head.size()) - 2);
     std::size_t const begin = std::min(line.find_first_not_of(" \t"), line.size());
@@ -54,7 +57,7 @@ std::string Interpreter(std::string const& head) {
     return line.substr(begin, end - begin);
 }
 
-// Says whether these can only be the bytes of a text.
+// Returns true if there are only bytes that a text has.
 bool IsText(std::string const& head) {
     return std::all_of(head.begin(), head.end(), [](char byte) {
         auto const value = static_cast<unsigned char>(byte);
@@ -90,7 +93,7 @@ char const* const kElfMark =
     "\x7F"
     "ELF";
 
-// `head` begins with that mark.
+// Returns what an ELF file is that begins with `head`.
 std::string ElfFormat(std::string const& head) {
     constexpr std::size_t kByteOrder = 5;
     constexpr std::size_t kType = 16;
@@ -131,14 +134,14 @@ std::string FormatOf(std::string const& head) {
     return mark.substr(0, 2) == "MZ" ? "a program for Windows" : "";
 }
 
-// Returns why a text, which the system takes for no script, is not executed.
+// Returns why the system does not execute a text without "#!".
 std::string WhyNoScript(std::string const& head) {
     std::string const format = FormatOf(head);
     return format.empty() ? R"(it is a script without "#!" in its first line)"
                           : "it is " + format;
 }
 
-// Interpreters of interpreters are looked at, but not for ever.
+// Interpreters may have interpreters. No system follows more of them.
 constexpr int kMostInterpreters = 8;
 
 std::string WhyNotExecutableAt(std::string const& path, int level) {
@@ -155,7 +158,7 @@ std::string WhyNotExecutableAt(std::string const& path, int level) {
     }
     std::string const interpreter = Interpreter(head);
     if (interpreter.empty()) {
-        return R"(it names no interpreter behind its "#!")";
+        return R"(it names no interpreter after its "#!")";
     }
     std::string const why = WhyNotExecutableAt(interpreter, level + 1);
     return why.empty() ? "" : "its interpreter " + Quote(interpreter) + ": " + why;
@@ -178,6 +181,8 @@ bool IsForThisMachine(std::string const& path) {
     if (!ReadHead("/proc/self/exe", own) || !ReadHead(path, other)) {
         return false;
     }
-    // The mark, the word size and the byte order stand before the processor.
+    // The first six bytes are the mark, the word size and the byte order.
     return FormatOf(own) == FormatOf(other) && own.compare(0, 6, other, 0, 6) == 0;
 }
+
+}  // namespace launchlist_check

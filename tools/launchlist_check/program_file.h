@@ -9,19 +9,23 @@
 
 #include <string>
 
-// Returns why an execv of `path` by the user of this process would fail, or an empty
-// string if there is no reason in sight: the file is there, may be executed, and is
-// neither empty nor a script that names no interpreter, or none that may be executed.
-// Nothing is executed; the beginning of the file is read, and that of its interpreters.
+namespace launchlist_check {
+
+// Returns why an execv of `path` by the user of this process would fail; an empty string
+// if nothing speaks against it. Reasons are: the file is missing, may not be executed or
+// is empty; or it is a script whose interpreter is not named, or cannot be executed
+// itself. Nothing is executed; only the beginnings of the files are read.
 std::string WhyNotExecutable(std::string const& path);
 
 // Returns what the beginning of the file shows it to be: "an ELF file for AArch64", "an
 // object file", "a core file", "a Mach-O file", "a program for Windows"; an empty string
-// if it is none of them.
+// for all others.
 std::string FileFormat(std::string const& path);
 
-// Says whether the file begins as a program for this processor does: the program of this
-// process is the measure. Returns false where the system does not show that program.
+// Returns true if the file begins like the program of this process: it is for the same
+// processor. Returns false if the system does not show that program.
 bool IsForThisMachine(std::string const& path);
+
+}  // namespace launchlist_check
 
 #endif

@@ -8,16 +8,18 @@
 
 #include "tools/common/printable.h"
 
+namespace launchlist_check {
+
 namespace {
 
-constexpr std::size_t kBytesBetweenMarks = 1024;
+constexpr std::size_t kBytesBetweenMarks = 256;
 
-// The parser takes no value inside of so many.
+// The parser refuses a value that is inside so many.
 constexpr std::size_t kDeepest = 1000;
 
 char const* const kBlanks = " \t\r\n";
 
-// Returns the offset behind the string that begins at `offset` with its quotation mark.
+// Returns the offset after the string whose first quotation mark is at `offset`.
 std::size_t SkipString(std::string_view text, std::size_t offset) {
     for (std::size_t i = offset + 1; i < text.size(); ++i) {
         if (text[i] == '\\') {
@@ -29,8 +31,8 @@ std::size_t SkipString(std::string_view text, std::size_t offset) {
     return text.size();
 }
 
-// Returns the offset behind the comment that begins at `offset`, or `offset` if there is
-// none.
+// Returns the offset after the comment that begins at `offset`; `offset` if no comment
+// begins there.
 std::size_t SkipComment(std::string_view text, std::size_t offset) {
     if (text.compare(offset, 2, "//") == 0) {
         return std::min(text.find_first_of("\r\n", offset), text.size());
@@ -76,7 +78,7 @@ class KeyScanner {
     }
 
   private:
-    // Takes the token at `offset` and returns the offset behind it.
+    // Takes the token at `offset` and returns the offset after it.
     std::size_t Take(std::size_t offset) {
         switch (text[offset]) {
             case '{':
@@ -130,7 +132,7 @@ class KeyScanner {
         return end;
     }
 
-    // Returns what the token stands for: a part of the text, if it is spelled there so.
+    // Returns the key that the token stands for: without escapes, a part of the text.
     std::string_view Key(std::string_view token) {
         if (token.find('\\') == std::string_view::npos) {
             return token.substr(1, token.size() - std::min<std::size_t>(2, token.size()));
@@ -154,19 +156,20 @@ class KeyScanner {
     std::string_view const text;
     std::function<void(RepeatedKey const&)> const& on_repeated;
     std::vector<OpenValue> open;
-    // The keys that have escapes. What is added leaves the others in their place.
+    // The keys that had escapes. A deque, because views refer to its elements.
     std::deque<std::string> decoded;
     KeyScan scan;
     bool has_ended = false;
 };
 
-// Returns the place of the last byte before `offset` that is not blank, npos if none is.
+// Returns the place of the last byte before `offset` that is not blank; npos without such
+// a byte.
 std::size_t LastBefore(std::string_view text, std::size_t offset) {
     return offset == 0 ? std::string_view::npos
                        : text.find_last_not_of(kBlanks, offset - 1);
 }
 
-// Says whether the character at `place` is escaped, in a JSON string that holds it.
+// Returns true if the character at `place`, in a JSON string, is escaped.
 bool IsEscaped(std::string_view text, std::size_t place) {
     std::size_t backslashes = 0;
     while (backslashes < place && text[place - backslashes - 1] == '\\') {
@@ -224,14 +227,16 @@ std::size_t FindKeyBefore(std::string_view text, std::size_t offset) {
     return begin == std::string_view::npos ? offset : begin;
 }
 
-std::size_t FindTextBehind(std::string_view text, std::size_t offset) {
+std::size_t FindTextAfter(std::string_view text, std::size_t offset) {
     std::size_t place = text.find_first_not_of(kBlanks, offset);
     while (place != std::string_view::npos) {
-        std::size_t const behind = SkipComment(text, place);
-        if (behind == place) {
+        std::size_t const after = SkipComment(text, place);
+        if (after == place) {
             return place;
         }
-        place = text.find_first_not_of(kBlanks, behind);
+        place = text.find_first_not_of(kBlanks, after);
     }
     return place;
 }
+
+}  // namespace launchlist_check

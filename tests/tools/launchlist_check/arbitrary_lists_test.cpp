@@ -11,6 +11,7 @@
 #include "tools/launchlist_check/list_check.h"
 #include "tools/launchlist_check/output.h"
 
+namespace launchlist_check {
 namespace {
 
 using Random = std::mt19937;
@@ -96,3 +97,4 @@ TEST(ArbitraryLists, ManyRepeatedKeysOnOneLineTakeNoLongerThanTheirNumber) {
 }
 
 }  // namespace
+}  // namespace launchlist_check

@@ -16,6 +16,7 @@
 #include "tools/launchlist_check/list_check.h"
 #include "tools/launchlist_check/output.h"
 
+namespace launchlist_check {
 namespace {
 
 using testing::HasSubstr;
@@ -135,7 +136,7 @@ TEST_F(Machine, WhereItLetsNobodyTraceFilesAreLookedAtAndANoteSaysSo) {
     ASSERT_EQ(lines.size(), 5U) << ReadFile(output);
     EXPECT_EQ(lines[0],
               "list.json:1:1: note: the system does not let a program be tried here "
-              "(Operation not permitted): the programs' files were only looked at, which "
+              "(Operation not permitted): only the programs' files were looked at, which "
               "finds less [static-check]");
     EXPECT_THAT(lines[1], HasSubstr("(No such file or directory)"));
     EXPECT_THAT(lines[2], HasSubstr("(this user may not execute it)"));
@@ -209,7 +210,7 @@ TEST_F(Machine, OpensNoSocketForTheLauncher) {
 TEST_F(Machine, FailsToReadSomeFilesForEver) {
     EXPECT_EQ(CheckFile("/proc/self/mem"),
               "list.json:1:1: error: reading fails: Input/output error: the launcher "
-              "tries it for ever, in a busy loop that only SIGKILL ends [unreadable]\n"
+              "tries again for ever, in a busy loop that only SIGKILL ends [unreadable]\n"
               "list.json: 1 error\n");
 }
 
@@ -271,3 +272,4 @@ TEST_F(MachineOfALimitedUser, WithOneLessAnItemGetsNoProcess) {
 }
 
 }  // namespace
+}  // namespace launchlist_check

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+namespace launchlist_check {
 namespace {
 
 std::string Nearest(std::string const& word) {
@@ -52,3 +53,4 @@ TEST(NearMiss, FarWordsAndShortOnesHaveNone) {
 }
 
 }  // namespace
+}  // namespace launchlist_check

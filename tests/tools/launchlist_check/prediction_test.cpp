@@ -11,6 +11,7 @@
 #include "tools/common/printable.h"
 #include "tools/launchlist_check/list_check.h"
 
+namespace launchlist_check {
 namespace {
 
 using testing::Contains;
@@ -314,3 +315,4 @@ TEST_F(Prediction, OfTwoWithOneNameTheLaterRunsOn) {
 }
 
 }  // namespace
+}  // namespace launchlist_check

@@ -9,6 +9,7 @@
 
 #include "tests/support/files.h"
 
+namespace launchlist_check {
 namespace {
 
 using testing::HasSubstr;
@@ -146,3 +147,4 @@ TEST_F(ProgramCheckTest, AProgramForThisMachineThatIsRefusedIsDamaged) {
 }
 
 }  // namespace
+}  // namespace launchlist_check

@@ -10,6 +10,7 @@
 #include "tests/support/files.h"
 #include "tests/support/process.h"
 
+namespace launchlist_check {
 namespace {
 
 class WhyNotExecutableTest : public testing::Test {
@@ -51,10 +52,10 @@ TEST_F(WhyNotExecutableTest, WhatIsNotThereIsNot) {
 
 TEST_F(WhyNotExecutableTest, DirectoriesAndDevicesAreNot) {
     ExpectReason(directory.Path(), "it is a directory");
-    ExpectReason("/dev/null", "it is no regular file");
+    ExpectReason("/dev/null", "it is not a regular file");
     std::string const pipe = directory.Path() / "pipe";
     ASSERT_EQ(mkfifo(pipe.c_str(), 0755), 0);
-    ExpectReason(pipe, "it is no regular file");
+    ExpectReason(pipe, "it is not a regular file");
 }
 
 TEST_F(WhyNotExecutableTest, AFileWithoutPermissionIsNot) {
@@ -71,9 +72,9 @@ TEST_F(WhyNotExecutableTest, AScriptWithoutAnInterpreterIsNot) {
     ExpectReason(Program("late", "\n#!/bin/sh\nexit 0\n"), reason);
     ExpectReason(Program("mark", "\xEF\xBB\xBF#!/bin/sh\nexit 0\n"), reason);
     ExpectReason(Program("none", "#!\nexit 0\n"),
-                 "it names no interpreter behind its \"#!\"");
+                 "it names no interpreter after its \"#!\"");
     ExpectReason(Program("blank", "#!  \nexit 0\n"),
-                 "it names no interpreter behind its \"#!\"");
+                 "it names no interpreter after its \"#!\"");
 }
 
 TEST_F(WhyNotExecutableTest, AProgramOfAnotherSystemIsNoScript) {
@@ -99,3 +100,4 @@ TEST_F(WhyNotExecutableTest, ABinaryOfAnUnknownKindIsLeftToTheSystem) {
 }
 
 }  // namespace
+}  // namespace launchlist_check

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+namespace launchlist_check {
 namespace {
 
 using testing::ElementsAre;
@@ -140,14 +141,15 @@ TEST(FindKeyBefore, WithoutAKeyOrWithACommentItIsTheValue) {
     EXPECT_EQ(find("\":#"), 2U);
 }
 
-TEST(FindTextBehind, PassesBlanksAndComments) {
-    EXPECT_EQ(FindTextBehind("{} \r\n\t", 2), std::string::npos);
-    EXPECT_EQ(FindTextBehind("{} // end", 2), std::string::npos);
-    EXPECT_EQ(FindTextBehind("{} /* end */ ", 2), std::string::npos);
-    EXPECT_EQ(FindTextBehind("{}", 2), std::string::npos);
-    EXPECT_EQ(FindTextBehind("{} /* a */ // b\n x", 2), 17U);
-    EXPECT_EQ(FindTextBehind("{}/* end", 2), 2U);
-    EXPECT_EQ(FindTextBehind("{} / /", 2), 3U);
+TEST(FindTextAfter, PassesBlanksAndComments) {
+    EXPECT_EQ(FindTextAfter("{} \r\n\t", 2), std::string::npos);
+    EXPECT_EQ(FindTextAfter("{} // end", 2), std::string::npos);
+    EXPECT_EQ(FindTextAfter("{} /* end */ ", 2), std::string::npos);
+    EXPECT_EQ(FindTextAfter("{}", 2), std::string::npos);
+    EXPECT_EQ(FindTextAfter("{} /* a */ // b\n x", 2), 17U);
+    EXPECT_EQ(FindTextAfter("{}/* end", 2), 2U);
+    EXPECT_EQ(FindTextAfter("{} / /", 2), 3U);
 }
 
 }  // namespace
+}  // namespace launchlist_check

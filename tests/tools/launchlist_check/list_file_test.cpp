@@ -1,0 +1,137 @@
+// Findings about the file in which a list is.
+
+#include "tools/launchlist_check/list_file.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+#include "tests/support/files.h"
+#include "tests/support/process.h"
+#include "tests/tools/launchlist_check/checked.h"
+#include "tools/launchlist_check/list_check.h"
+#include "tools/launchlist_check/output.h"
+
+namespace launchlist_check {
+namespace {
+
+class ListFile : public testing::Test {
+  protected:
+    // Returns what is printed about the file.
+    static std::string Check(std::string const& path) {
+        return ToLines({"list.json", CheckLaunchListFile(path)});
+    }
+
+    // Makes a named pipe.
+    std::string Pipe() const {
+        std::string path = directory.Path() / "pipe";
+        EXPECT_EQ(mkfifo(path.c_str(), 0600), 0);
+        return path;
+    }
+
+    TempDirectory const directory;
+};
+
+std::string const kOneError = "list.json: 1 error\n";
+
+TEST_F(ListFile, ThatCannotBeOpenedOrRead) {
+    EXPECT_EQ(Check(directory.Path() / "missing"),
+              "list.json:1:1: error: this cannot be opened: No such file or directory: "
+              "the launcher ends without a word, with exit code 0 [unreadable]\n" +
+                  kOneError);
+    EXPECT_EQ(
+        Check(directory.Path()),
+        "list.json:1:1: error: this is a directory: the launcher reads it for ever, "
+        "in a busy loop that only SIGKILL ends [directory]\n" +
+            kOneError);
+    EXPECT_EQ(Check(directory.Write("list", ItemWith(""))), kOk);
+}
+
+TEST_F(ListFile, ThatNeverEnds) {
+    std::string const device =
+        "list.json:1:1: error: this device seems to have no end: the "
+        "launcher reads it until the memory runs out [device]\n" +
+        kOneError;
+    EXPECT_EQ(Check("/dev/zero"), device);
+    EXPECT_EQ(Check("/dev/urandom"), device);
+    EXPECT_EQ(Check("/dev/null"),
+              "list.json:1:1: error: this is empty: the launcher ends without a word, "
+              "with exit code 0 [empty]\n" +
+                  kOneError);
+}
+
+// A terminal to which nobody types.
+TEST_F(ListFile, ThatGivesNothing) {
+    int const terminal = posix_openpt(O_RDWR | O_NOCTTY);
+    grantpt(terminal);
+    unlockpt(terminal);
+    EXPECT_EQ(Check(ptsname(terminal)),
+              "list.json:1:1: error: nothing comes from this device: the launcher waits "
+              "for it [device]\n" +
+                  kOneError);
+    close(terminal);
+}
+
+TEST_F(ListFile, MayHaveTheNumberOfTheStandardInput) {
+    std::string const path = Pipe();
+    int const kept = dup(STDIN_FILENO);
+    close(STDIN_FILENO);
+    EXPECT_THAT(Check(path), testing::HasSubstr("[named-pipe]"));
+    dup2(kept, STDIN_FILENO);
+    close(kept);
+}
+
+TEST_F(ListFile, ThatIsLongerThanAnyListIsNotRead) {
+    std::string const path = directory.Write("long", "");
+    std::string const too_large =
+        "list.json:1:1: error: this is longer than 64 MiB, too long for a launch list: "
+        "it is "
+        "not checked [too-large]\n" +
+        kOneError;
+    std::filesystem::resize_file(path, 64 * 1024 * 1024 + 1);
+    EXPECT_EQ(Check(path), too_large);
+    std::filesystem::resize_file(path, 1UL << 40U);
+    EXPECT_EQ(Check(path), too_large);
+    std::filesystem::resize_file(path, 64UL * 1024 * 1024);
+    EXPECT_NE(Check(path), too_large);
+}
+
+TEST_F(ListFile, ThatIsANamedPipeWithoutAWriter) {
+    EXPECT_EQ(Check(Pipe()),
+              "list.json:1:1: error: this is a named pipe that nobody writes to: the "
+              "launcher waits for a writer [named-pipe]\n" +
+                  kOneError);
+}
+
+TEST_F(ListFile, ThatIsANamedPipeIsReadToTheEnd) {
+    std::string const path = Pipe();
+    std::string list = ItemWith("");
+    list.insert(1, 200'000, ' ');
+    Process writer([&] {
+        WriteFile(path, list);
+        return 0;
+    });
+    EXPECT_EQ(Check(path), kOk);
+}
+
+TEST_F(ListFile, ThatIsANamedPipeMayBeSlow) {
+    std::string const path = Pipe();
+    // The writer writes nothing before the reader has waited longer than for a writer.
+    Process writer([&] {
+        int const file = open(path.c_str(), O_WRONLY);
+        usleep(1'300'000);
+        return write(file, "{}", 2) == 2 ? 0 : 1;
+    });
+    EXPECT_EQ(Check(path),
+              "list.json:1:1: warning: there is no item \"0\": the launcher runs and "
+              "starts nothing [no-items]\n"
+              "list.json: ok, 0 programs, 1 warning\n");
+    EXPECT_EQ(writer.WaitForEnd(), "exit 0");
+}
+
+}  // namespace
+}  // namespace launchlist_check
