@@ -1,19 +1,18 @@
-#!/usr/bin/python3
-"""Tests the JSON Schema of launch lists, with the validator of Debian's packages:
+"""Tests the JSON Schema of launch lists with the validator of Debian's package.
 
-    schema_test.py SCHEMA EXAMPLES_FOLDER CHECKER
-
-The examples are valid, and so are the right lists below; the wrong ones are not, each for
-the one thing that is wrong with it. CHECKER, launchlist-check, has the same opinion.
+The examples and the right lists below are valid. The wrong lists are not, each for the one
+thing that is wrong with it. launchlist-check has the same opinion.
 """
 
 import json
-import pathlib
 import subprocess
-import sys
 
 import jsonschema
+import pytest
 
+from support import ROOT
+
+SCHEMA = json.loads((ROOT / "packaging/launch-list.schema.json").read_text())
 ITEM = {"name": "a", "program": "/bin/sh"}
 
 
@@ -77,48 +76,55 @@ IGNORED = {
     "an unknown member": with_members(owner="me"),
 }
 
-failures = 0
+
+def each(lists):
+    return pytest.mark.parametrize("value", lists.values(), ids=lists.keys())
 
 
-def expect(condition, words):
-    global failures
-    if not condition:
-        print("FAILED:", words)
-        failures += 1
+@pytest.fixture(scope="module")
+def validator():
+    return jsonschema.Draft202012Validator(SCHEMA)
 
 
-def check(checker, value):
-    """Returns what the checker finds in the list."""
-    run = subprocess.run([checker, "--json", "-"], input=json.dumps(value), text=True,
-                         stdout=subprocess.PIPE, check=False)
+@pytest.fixture
+def findings(value, build):
+    """What launchlist-check finds in the list."""
+    run = subprocess.run([build / "tools/launchlist_check/launchlist-check", "--json", "-"],
+                         input=json.dumps(value), text=True, stdout=subprocess.PIPE,
+                         check=False)
     return json.loads(run.stdout)["files"][0]["findings"]
 
 
-def main(schema_file, examples, checker):
-    schema = json.loads(pathlib.Path(schema_file).read_text(encoding="utf-8"))
-    jsonschema.Draft202012Validator.check_schema(schema)
-    validator = jsonschema.Draft202012Validator(schema)
-
-    files = sorted(pathlib.Path(examples).rglob("*.json"))
-    expect(files, f"there are examples in {examples}")
-    for file in files:
-        for error in validator.iter_errors(json.loads(file.read_text(encoding="utf-8"))):
-            expect(False, f"{file} is valid: {error.message}")
-    for words, value in {**RIGHT, **IGNORED}.items():
-        for error in validator.iter_errors(value):
-            expect(False, f"{words} is valid: {error.message}")
-    for words, value in WRONG.items():
-        expect(not validator.is_valid(value), f"{words} is invalid")
-
-    for words, value in RIGHT.items():
-        expect(check(checker, value) == [], f"{words} has no finding")
-    for words, value in {**WRONG, **IGNORED}.items():
-        expect(check(checker, value) != [], f"{words} has a finding")
-
-    for name, member in schema["$defs"]["item"]["properties"].items():
-        expect(member.get("description"), f"an editor shows something for {name}")
+def test_the_schema_is_one():
+    jsonschema.Draft202012Validator.check_schema(SCHEMA)
 
 
-main(*sys.argv[1:])
-print("failures:", failures)
-sys.exit(1 if failures else 0)
+@pytest.mark.parametrize("file", sorted(ROOT.glob("examples/**/*.json")), ids=lambda file: file.name)
+def test_an_example_is_valid(file, validator):
+    validator.validate(json.loads(file.read_text()))
+
+
+@each({**RIGHT, **IGNORED})
+def test_a_right_list_is_valid(value, validator):
+    validator.validate(value)
+
+
+@each(WRONG)
+def test_a_wrong_list_is_invalid(value, validator):
+    assert not validator.is_valid(value)
+
+
+@each(RIGHT)
+def test_launchlist_check_finds_nothing_in_a_right_list(findings):
+    assert findings == []
+
+
+@each({**WRONG, **IGNORED})
+def test_launchlist_check_finds_something_in_any_other_list(findings):
+    assert findings != []
+
+
+@pytest.mark.parametrize("member", SCHEMA["$defs"]["item"]["properties"].values(),
+                         ids=SCHEMA["$defs"]["item"]["properties"].keys())
+def test_an_editor_shows_something_for_each_member(member):
+    assert member.get("description")

@@ -1,0 +1,49 @@
+"""Tests that the commands in the examples of the tools' help and man pages run."""
+
+import os
+import re
+import shutil
+
+import pytest
+
+from support import ROOT, run
+
+FAILURE = "[LAUNCHER  ] ticker 7 is killed. ret = 7, status = 768\n"
+
+
+@pytest.fixture
+def folder(home, log, build, monkeypatch):
+    """The current folder, with what the examples name; the tools are in PATH."""
+    folder = home / "place"
+    for path in (folder / "lists", folder / "old", home / "bin", log.parent):
+        path.mkdir(parents=True)
+    for name in ("list.json", "lists/a.json", "lists/b.json"):
+        shutil.copy(ROOT / "examples/launch-list.json", folder / name)
+    (folder / "old/launcher.log").write_text(FAILURE)
+    log.write_text(FAILURE)
+    generator = home / "bin/generate-list"
+    generator.write_text("#!/bin/sh\ncat list.json\n")
+    generator.chmod(0o755)
+    for name in ("launchlist-check", "launchlog-report"):
+        (home / "bin" / name).symlink_to(build / "tools" / name.replace("-", "_") / name)
+    monkeypatch.setenv("PATH", f"{home / 'bin'}:{os.environ['PATH']}")
+    monkeypatch.chdir(folder)
+
+
+def examples_of(tool):
+    """Returns the commands of the examples in the tool's help and man page."""
+    in_help = re.search(r"^Examples:\n\n((?:  .*\n)+)", run(tool, "--help").output, re.M)
+    page = (ROOT / f"packaging/man/{tool}.1").read_text()
+    return [line.strip() for line in in_help[1].splitlines()] + re.findall(
+        r"^\.Dl \$ (.*)", page, re.M)
+
+
+@pytest.mark.parametrize("tool", ["launchlist-check", "launchlog-report"])
+def test_every_example_runs_as_shown(tool, folder):
+    examples = examples_of(tool)
+    assert len(examples) >= 7
+    for command in examples:
+        # Ctrl-C ends a command that runs on, which is no failure.
+        shell = run("timeout", "--foreground", "-s", "INT", 2,
+                    "bash", "-c", f"set -o pipefail; {command}")
+        assert shell.code in (0, 124), f"{command}\n{shell.output}"
