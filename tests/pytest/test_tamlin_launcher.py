@@ -4,6 +4,7 @@ import os
 import re
 import shutil
 import subprocess
+import sys
 
 import pytest
 
@@ -126,6 +127,35 @@ def test_a_list_that_can_be_read_only_once_is_not_checked(prefix):
     prefix.call("main", "fifo").expect_refusal(f"tamlin-launcher: fifo {words}")
     prefix.call("--anyway", "main", "fifo").expect_start("main", "fifo")
     assert prefix.errors == ""
+
+
+STANDARD_STREAM = "is a standard stream, which the launcher closes before it reads the list"
+
+
+@pytest.mark.parametrize("options", [[], ["--anyway"]])
+@pytest.mark.parametrize("path", ["/dev/stdin", "/dev/fd/0", "link"] + (
+    ["/proc/self/fd/0"] if sys.platform == "linux" else []))
+def test_the_standard_input_is_refused_as_the_list(prefix, path, options):
+    (prefix.place / "link").symlink_to("/dev/stdin")
+    with open(prefix.place / "list.json") as file:
+        prefix.call(*options, "main", path, stdin=file).expect_refusal(
+            f"tamlin-launcher: {path} {STANDARD_STREAM}")
+
+
+def test_a_pipe_that_is_the_standard_input_is_refused_even_with_anyway(prefix):
+    reader, writer = os.pipe()
+    prefix.call("--anyway", "main", "/dev/stdin", stdin=reader).expect_refusal(
+        f"tamlin-launcher: /dev/stdin {STANDARD_STREAM}")
+    os.close(reader)
+    os.close(writer)
+
+
+def test_the_standard_output_and_error_are_refused_as_the_list(prefix):
+    with open(prefix.place / "list.json", "r+") as file:
+        prefix.call("main", "/dev/stdout", stdout=file).expect_refusal(
+            f"tamlin-launcher: /dev/stdout {STANDARD_STREAM}")
+        assert prefix.call("main", "/dev/stderr", stderr=file).code == 2
+        assert prefix.output == ""
 
 
 def test_another_open_file_may_be_the_list(prefix):
