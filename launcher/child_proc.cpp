@@ -40,8 +40,8 @@ ChildProc::~ChildProc() {
 }
 
 void ChildProc::Stop() {
-    running.store(false, std::memory_order_relaxed);
     // Contract: any id is signalled, 0 (the process group) and -1 (every process) too.
+    running.store(false, std::memory_order_relaxed);
     kill(pid.load(std::memory_order_relaxed), SIGKILL);
 }
 

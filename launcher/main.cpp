@@ -76,6 +76,7 @@ int main(int argc, char** argv) {
 }
 
 // Contract: the handler frees memory, kills and joins, and takes no lock.
+// Contract: every SIGTERM notifies, even if no program is left.
 void sigterm_handler(int signal_number) {
     if (signal_number != SIGTERM) {
         return;
@@ -83,7 +84,6 @@ void sigterm_handler(int signal_number) {
     if (!g_child_map.empty()) {
         g_child_map.clear();
     }
-    // Contract: every SIGTERM notifies, also one that finds no program.
     g_process_condition.notify_all();
 }
 

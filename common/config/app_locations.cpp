@@ -79,8 +79,8 @@ std::string GetAppDataPath(std::string /*name*/) {
 }
 
 std::string GetSDKName() {
-    char name[1024] = {};
     // Contract: two slashes stand before the name of the file.
+    char name[1024] = {};
     GetPrivateProfileString("SDK", "NAME", "", name, sizeof name,
                             GetResourcePath() + "/vopapi.ini");
     return name;

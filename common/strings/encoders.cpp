@@ -6,13 +6,14 @@
 #include <climits>
 #include <cmath>
 #include <cstdlib>
+#include <locale>
 
 namespace {
 
 char const g_character_for_base64[] =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
-// Appends the four characters of a group of three bytes and returns where they end.
+// Writes the four characters for a group of three bytes to `text`, and returns their end.
 char* AppendGroup(char* text, unsigned char const* group) {
     *text++ = g_character_for_base64[group[0] >> 2];
     *text++ = g_character_for_base64[(group[0] & 3) << 4 | group[1] >> 4];
@@ -21,9 +22,10 @@ char* AppendGroup(char* text, unsigned char const* group) {
     return text;
 }
 
-// Appends the group of the one or two bytes that are left over.
+// Writes the four characters for the last one or two bytes to `text`, and returns their
+// end.
 char* AppendLastGroup(char* text, unsigned char const* data, unsigned long length) {
-    // Contract: filled up with '=' instead of 0, so the text is not canonical Base64.
+    // Contract: the missing bytes are '=' instead of 0, which is not canonical Base64.
     unsigned char group[] = {'=', '=', '='};
     std::copy_n(data, length, group);
     char* const end = AppendGroup(text, group);
@@ -32,9 +34,7 @@ char* AppendLastGroup(char* text, unsigned char const* data, unsigned long lengt
 }
 
 bool StaysInUrl(char character) {
-    return (character >= '0' && character <= '9') ||
-           (character >= 'A' && character <= 'Z') ||
-           (character >= 'a' && character <= 'z') || character == '-' ||
+    return std::isalnum(character, std::locale::classic()) || character == '-' ||
            character == '.' || character == '_' || character == '~';
 }
 
@@ -45,7 +45,8 @@ char* base64(unsigned char const* data, unsigned long length) {
     // Contract: every call frees the earlier text, one that fails as well.
     std::free(qq);
     qq = nullptr;
-    // No data is longer than half of the address space; the size below cannot overflow.
+    // No data is longer than half of the address space. So the size below cannot
+    // overflow.
     if (data == nullptr || length == 0 || length > LONG_MAX) {
         return nullptr;
     }
@@ -90,7 +91,7 @@ std::string NewUUID() {
 
 int octalToDecimal(int value) {
     int result = 0;
-    // Contract: the digits 8 and 9 count what they are.
+    // Contract: the digits 8 and 9 count as 8 and 9.
     for (int i = 0; value != 0; ++i) {
         result = static_cast<int>(result + value % 10 * std::pow(8.0, i));
         value /= 10;

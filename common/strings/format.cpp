@@ -10,8 +10,8 @@
 
 namespace {
 
-// A stream into memory that grows by itself. vswprintf cannot do the work: it does not
-// tell a buffer that is too small from text that no buffer would make convertible.
+// A stream into memory that grows by itself. vswprintf is no help: it reports a buffer
+// that is too small in the same way as text that cannot be converted.
 class WideMemoryStream {
   public:
     WideMemoryStream() : stream(open_wmemstream(&text, &length)) {
@@ -28,16 +28,15 @@ class WideMemoryStream {
 
     std::FILE* Stream() { return stream; }
 
-    // Ends the writing and says whether all that was written has arrived.
+    // Flushes and closes the stream. Returns true if the text is complete.
     bool Close() {
         std::FILE* const closed = stream;
         stream = nullptr;
-        // Without memory for the text's last form the stream closes well, and there is
-        // none.
+        // If the final flush lacks memory, fclose succeeds and `text` is null.
         return closed != nullptr && std::fclose(closed) == 0 && text != nullptr;
     }
 
-    // What was written, with a NUL behind it; call it after Close.
+    // Returns what was written, with a NUL after it. Call it after Close.
     wchar_t const* Text() { return text; }
 
   private:
@@ -46,8 +45,8 @@ class WideMemoryStream {
     std::FILE* stream;
 };
 
-// What is returned where formatting failed. Throws std::bad_alloc if `errno` says that it
-// failed for lack of memory.
+// Returns the result for a failure, an empty string. Throws std::bad_alloc if `errno`
+// says that memory ran out.
 template <typename Char>
 std::basic_string<Char> FailedText() {
     if (errno == ENOMEM) {

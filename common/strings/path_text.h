@@ -1,4 +1,4 @@
-// Tidying and cutting path texts. Nothing here looks at the file system.
+// Tidying and cutting paths as text. Nothing here looks at the file system.
 //
 //   ensure_ends_with_divider("a")     -> "a/"
 //   remove_head_slashes("//a/b")      -> "a/b"
@@ -10,9 +10,9 @@
 //   std::string rest;
 //   split_container_name("/a/b/c", container, rest);  // "a" and "b/c"
 //
-// What counts as a divider differs: the slash everywhere, the backslash only where the
-// head or the tail is stripped. Texts are bytes, and "." and ".." are names like any
-// other. All may be called from any thread.
+// The slash is a divider everywhere. The backslash is a divider only at the head and the
+// tail, where remove_head_slashes and remove_tail_slashes remove it. "." and ".." are
+// names like any other. Any thread may call these functions.
 
 #ifndef COMMON_STRINGS_PATH_TEXT_H
 #define COMMON_STRINGS_PATH_TEXT_H
@@ -22,22 +22,23 @@
 // Appends a slash unless `path` ends with one: "" -> "/", "a\" -> "a\/".
 std::string ensure_ends_with_divider(std::string path);
 
-// Removes the slashes and backslashes at the head, or at the tail. A path that consists
-// of nothing else is returned as it is, never as the empty text.
+// Remove the slashes and backslashes at the head, or at the tail. A path of slashes and
+// backslashes alone is returned unchanged.
 std::string remove_head_slashes(std::string path);
 std::string remove_tail_slashes(std::string path);
 
-// Keeps one slash of every run of them. Backslashes stay.
+// Replaces every run of slashes by one slash. Backslashes stay.
 std::string remove_duplicated_slashes(std::string path);
 
-// Strips the head of `path` as remove_head_slashes does, and sets `container` to what
-// stands before the first slash that is left and `rest` to what stands behind it; without
-// a slash, to everything and to nothing. An empty path leaves both as they are, and "///"
-// has an empty container and the rest "//". The two are different objects.
+// Cuts a path at its first slash, after removing the head as remove_head_slashes does.
+// Sets `container` to the text before that slash and `rest` to the text after it. Without
+// a slash, `container` is the whole text and `rest` is empty. An empty path changes
+// neither of them. "///" has an empty container and the rest "//". `container` and `rest`
+// are different objects.
 void split_container_name(std::string path, std::string& container, std::string& rest);
 
-// Returns what stands behind the last slash, which is nothing if the path ends with one,
-// and the whole path if it has none.
+// Returns the text after the last slash: an empty string if the path ends with a slash,
+// and the whole path if it has no slash.
 std::string get_file_name(std::string path);
 
 #endif

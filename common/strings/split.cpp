@@ -4,8 +4,8 @@
 
 namespace {
 
-// The cutting that std::regex_token_iterator should do. Some standard libraries lose text
-// where the expression matches the empty text.
+// Cuts as std::regex_token_iterator should. The iterator of some standard libraries loses
+// text if the expression matches the empty text.
 template <typename Text, typename Regex>
 std::vector<Text> SplitAtMatches(Text const& text, Regex const& separator) {
     using Matches = std::regex_iterator<typename Text::const_iterator>;
@@ -41,7 +41,7 @@ std::vector<Text> ReadLines(Text const& text, typename Text::value_type line_end
                             Transform const& transform) {
     std::vector<Text> pieces;
     std::basic_istringstream<typename Text::value_type> stream(text);
-    // Else a lack of memory would end the text.
+    // Otherwise a lack of memory would count as the end of the text.
     stream.exceptions(std::ios_base::badbit);
     // Contract: no piece follows a delimiter at the end, and an empty text has none.
     for (Text piece; std::getline(stream, piece, line_end);) {

@@ -4,7 +4,7 @@
 
 namespace {
 
-// An empty text is found where the search begins.
+// Replaces as the header says. An empty text is found where the search begins.
 template <typename Text>
 void ReplaceAll(Text& text, Text const& searched, Text const& replacement) {
     typename Text::size_type position = 0;
@@ -14,7 +14,8 @@ void ReplaceAll(Text& text, Text const& searched, Text const& replacement) {
             return;
         }
         text.replace(position, searched.size(), replacement);
-        // Contract: on by the length of what was searched, not of what replaced it.
+        // Contract: goes on after the length of the searched text, not of the
+        // replacement.
         position += searched.size();
     }
 }

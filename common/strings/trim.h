@@ -1,4 +1,4 @@
-// Blanks at the ends of text; shared by the INI reader and the JSON writer.
+// Removing white space at the ends of text, for the INI reader and the JSON writer.
 //
 //   std::string line = "\t[LOG]\r\n";
 //   trim(line)  -> "[LOG]"
@@ -8,12 +8,11 @@
 
 #include <string>
 
-// Removes the blanks, tabs, line feeds, vertical tabs, form feeds and carriage returns
-// at both ends of `text`, in place, and returns `text`. The current locale plays no
-// part, and a byte of 128 or more is never removed.
+// Removes blanks, tabs, line feeds, vertical tabs, form feeds and carriage returns at
+// both ends of `text`, in place, and returns `text`. The locale makes no difference, and
+// a byte of 128 or more is never removed.
 //
-// Every source file has a function of its own, so a function of this name elsewhere in a
-// program cannot take its place.
+// The function is static: another function of this name in the program cannot replace it.
 static inline std::string& trim(std::string& text) {
     // Contract: no byte of 128 or more is white space, whatever the locale.
     char const* const blanks = " \t\n\v\f\r";

@@ -13,22 +13,22 @@ Char Upper(Char character) {
 template <typename Char>
 class Matcher {
   public:
-    Matcher(Char const* matched_expression, Char const* matched_name, bool ignore_case)
+    Matcher(Char const* matched_expression, Char const* matched_name, bool ignoring_case)
         : expression(matched_expression),
           name(matched_name),
           length(std::char_traits<Char>::length(matched_name)),
-          lastDot(FindLastDot()),
-          ignoreCase(ignore_case) {}
+          last_dot(FindLastDot()),
+          ignores_case(ignoring_case) {}
 
-    // Says whether the expression from `i` on matches the name from `p` on.
+    // Returns true if the expression from `i` on matches the name from `p` on.
     bool MatchesRest(std::size_t i, std::size_t p);
 
   private:
-    // A position may lie behind the end of the name, which "?" and ">" step over; all
-    // that is there reads as the terminator.
+    // Returns the character at `p`, or NUL if `p` is after the end of the name, which "?"
+    // and ">" step over.
     Char At(std::size_t p) { return p < length ? name[p] : Char(0); }
 
-    // Returns 0 if the name has no dot.
+    // Returns the position of the last dot, or 0 if the name has no dot.
     std::size_t FindLastDot() const {
         for (std::size_t k = length; k > 0; --k) {
             if (name[k - 1] == '.') {
@@ -38,11 +38,11 @@ class Matcher {
         return 0;
     }
 
-    // Returns the position of the last dot at or after `p`, and 0 if there is none.
-    std::size_t LastDot(std::size_t p) const { return lastDot >= p ? lastDot : 0; }
+    // Returns the position of the last dot at or after `p`, or 0 if no dot is there.
+    std::size_t LastDot(std::size_t p) const { return last_dot >= p ? last_dot : 0; }
 
-    // Says whether the expression from `i` on matches the name from a position at or
-    // after `p` and before `end` on.
+    // Returns true if the expression from `i` on matches the name from one of the
+    // positions `p` to `end` - 1 on.
     bool MatchesFromAnyOf(std::size_t i, std::size_t p, std::size_t end) {
         for (std::size_t k = p; k < end; ++k) {
             if (MatchesRest(i, k)) {
@@ -52,13 +52,13 @@ class Matcher {
         return false;
     }
 
-    bool Equal(Char a, Char b) { return ignoreCase ? Upper(a) == Upper(b) : a == b; }
+    bool Equal(Char a, Char b) { return ignores_case ? Upper(a) == Upper(b) : a == b; }
 
     Char const* const expression;
     Char const* const name;
     std::size_t const length;  // of the name
-    std::size_t const lastDot;
-    bool const ignoreCase;
+    std::size_t const last_dot;
+    bool const ignores_case;
 };
 
 template <typename Char>
@@ -82,14 +82,14 @@ bool Matcher<Char>::MatchesRest(std::size_t i, std::size_t p) {
                 break;
             case '*':
             case '<': {
-                // Contract: a "*" that ends the expression matches after the end, too.
+                // Contract: a "*" that ends the expression matches after the name too.
                 if (c == '*' && expression[i] == 0) {
                     return true;
                 }
                 // Contract: "<" matches nothing at the start of a name without a dot.
                 //
-                // Where no dot is ahead LastDot is 0, which is no end for a run that is
-                // under way, but is where one would begin at the start of the name.
+                // If no dot is ahead, LastDot is 0. That ends the run at the start of the
+                // name, and nowhere else.
                 std::size_t const dot = c == '<' ? LastDot(p) : length;
                 if (p >= length || p == dot) {
                     break;
@@ -98,7 +98,7 @@ bool Matcher<Char>::MatchesRest(std::size_t i, std::size_t p) {
                 if (MatchesFromAnyOf(i, p, end)) {
                     return true;
                 }
-                p = end;  // the longest run needs no call of its own
+                p = end;  // tries the longest run without a call
                 break;
             }
             default:

@@ -7,35 +7,35 @@
 //
 // An expression consists of
 //
-//   *   any run of characters, also none
+//   *   any run of characters, even an empty one
 //   ?   one character
 //   >   one character, but not the last dot of the name
-//   <   any run of characters up to the last dot of the name, without that dot; if no dot
-//       is ahead any run of characters, but none at the very start of the name
-//   "   a dot if the name has one here, else nothing
+//   <   any run of characters before the last dot of the name; if no dot is ahead, any
+//       run of characters, but only an empty one at the very start of the name
+//   "   a dot if the name has one here, and otherwise nothing
 //
-// and of characters that stand for themselves, the dot among them; there is no way to
-// take a wildcard literally. A wildcard in the name is a character like any other.
+// and of characters that match themselves, such as the dot. A wildcard cannot be escaped.
+// A wildcard in the name is a character like any other.
 //
-// Two things surprise. "?" and ">" step over the end of the name as if a character
-// stood there, and then only a "*" that ends the expression can still match: "a?*"
-// matches "a", "a?" does not. "<" alone matches the empty name but not "readme", though
-// "a<" matches "ab".
+// Two results may surprise:
+// - "?" and ">" step over the end of the name as if a character were there. After that,
+//   only a "*" that ends the expression can match: "a?*" matches "a", but "a?" does not.
+// - "<" alone matches the empty name but not "readme", although "a<" matches "ab".
 //
 // Every "*" and "<" that does not end the expression can multiply the time by the length
-// of the name. "*a*a*b" has three, and tries a name of 4,000 times "a" some ten thousand
-// million times, which takes a minute. Do not take expressions from strangers.
+// of the name. "*a*a*b" has three of them: for a name of 4,000 times "a" it takes some
+// ten thousand million steps, about a minute. Do not match untrusted expressions.
 
 #ifndef COMMON_STRINGS_WILDCARD_H
 #define COMMON_STRINGS_WILDCARD_H
 
-// Says whether the whole of `name` matches `expression`. With `ignoreCase` the ASCII
-// letters match in either case; all other characters match only themselves, whatever the
-// locale. Neither pointer is null. Allocates nothing; recurses once for each "*" and "<".
-// May be called from any thread.
+// Returns true if the whole `name` matches `expression`. With `ignoreCase` ASCII letters
+// match in either case. All other characters match only themselves, whatever the locale.
+// Neither pointer is null. Allocates no memory, and recurses once for each "*" and "<".
+// Any thread may call this.
 bool IsNameInExpression(wchar_t const* expression, wchar_t const* name, bool ignoreCase);
 
-// Does the same byte by byte.
+// Matches byte by byte, as IsNameInExpression does for wide characters.
 bool IsNameInExpressionA(char const* expression, char const* name, bool ignoreCase);
 
 #endif
