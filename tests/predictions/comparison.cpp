@@ -15,7 +15,7 @@ namespace {
 using Arguments = std::vector<std::string>;
 using Sentences = std::vector<std::string>;
 
-// The kinds of findings that this comparison knows what to expect of.
+// The kinds of findings of which this comparison knows what to expect.
 char const* const kKnownKinds[] = {"unreadable",        "directory",
                                    "named-pipe",        "device",
                                    "too-large",         "empty",
@@ -38,7 +38,7 @@ char const* const kKnownKinds[] = {"unreadable",        "directory",
                                    "zero-character",    "unknown-member",
                                    "process-limit",     "static-check"};
 
-// What is to be seen, and what may be.
+// What must be seen, and what may be seen.
 template <typename Thing>
 struct Expected {
     std::set<Thing> certain = {};
@@ -105,8 +105,8 @@ class ItemFindings {
         return Find(kind, "", text) != nullptr;
     }
 
-    // Returns what the item's `part`, as messages name it, is read as according to a
-    // finding; nothing if none says so.
+    // Returns how a finding says that the launcher reads the item's `part`, which is
+    // written as in messages; std::nullopt if no finding says so.
     std::optional<std::string> ReadAs(std::string const& part) const {
         static std::regex const form(
             R"re((?:takes it as|at its zero character to|reads it as) "?([^"]*)"?$)re");
@@ -159,7 +159,7 @@ class Comparer {
         for (std::string const& kind : kinds) {
             if (std::find(std::begin(kKnownKinds), std::end(kKnownKinds), kind) ==
                 std::end(kKnownKinds)) {
-                Differ("nobody has said what a finding of this kind means: " + kind);
+                Differ("this comparison does not know what a finding means: " + kind);
             }
         }
         CompareOutcome();
@@ -186,7 +186,7 @@ class Comparer {
   private:
     void Differ(std::string const& sentence) { differences.push_back(sentence); }
 
-    // Items that end the launcher's walk of the list, or abort it.
+    // Returns true if the launcher goes no further in the list than to this item.
     bool EndsWalk(ItemFindings const& item) const {
         return (item.Has("item-type") && !item.Says("item-type", "skips")) ||
                item.Has("name-type", "error");
@@ -236,7 +236,8 @@ class Comparer {
         }
     }
 
-    // Of a list whose items nobody knows, the findings still say how many chains grow.
+    // If bytes of a list were changed, nobody knows its items. The findings still say how
+    // many chains grow.
     void CompareChains() {
         int certain = 0;
         int possible = 0;
@@ -273,7 +274,7 @@ class Comparer {
             Differ("item " + *std::next(end) + " is said to be reached");
         }
         reached.erase(end, reached.end());
-        // Where the launcher does not stay, what it started before is left to chance.
+        // If the launcher does not stay, chance decides what it has started before.
         bool const stays = seen.launcher == "runs" && kinds.count("process-limit") == 0;
         for (std::string const& key : reached) {
             if (outcome == "runs" || outcome == "aborts" || outcome == "kills-group") {
@@ -298,14 +299,14 @@ class Comparer {
                item.Has("unknown-key");
     }
 
-    // Says whether a later item has the same name.
+    // Returns true if a later item has the same name.
     bool IsReplaced(std::string const& key) const {
         return std::any_of(findings.begin(), findings.end(), [&](auto const& entry) {
             return entry.second.Says("duplicate-name", "item \"" + key + "\" ");
         });
     }
 
-    // Adds what is to be seen of the item.
+    // Adds what is to be seen of the item: for certain, or maybe.
     void Expect(std::string const& key, bool is_certain) {
         ItemFindings const& item = findings[key];
         if (item.Has("item-type") || item.Has("no-name")) {
@@ -336,12 +337,12 @@ class Comparer {
         } else if (item.Has("program-load")) {
             killed.Add(name, is_certain);
         } else if (item.Has("relative-program")) {
-            // It says only what happens if there is no such file.
+            // The finding says only what happens if there is no such file.
             chains.Add(name, false);
             killed.Add(name, false);
             ExpectStart(written, item, false);
         } else {
-            // It may end by a signal later.
+            // The program may end by a signal later.
             killed.Add(name, false);
             ExpectStart(written, item, is_certain);
         }
@@ -357,8 +358,8 @@ class Comparer {
                     is_certain && executed == Executed::kProbe);
     }
 
-    // What is read otherwise than it is written has a finding, or it is said to be read
-    // as it stands there.
+    // Returns how the launcher is said to read the value. Without a finding, it is said
+    // to read it as it is written.
     static std::string TextOf(WrittenValue const& value, ItemFindings const& item,
                               std::string const& part) {
         std::optional<std::string> const read_as = item.ReadAs(part);
@@ -375,7 +376,7 @@ class Comparer {
     static Arguments ArgumentsOf(WrittenItem const& written, ItemFindings const& item) {
         Arguments arguments = written.program.first_arguments;
         if (item.Has("argc-negative")) {
-            // The system puts an empty one in the place of a missing path.
+            // The system puts an empty argument in the place of a missing path.
             if (arguments.size() == 1) {
                 arguments[0] = "";
             }

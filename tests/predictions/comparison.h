@@ -1,4 +1,4 @@
-// What launchlist-check says of a launch list, beside what the launcher did with it.
+// Comparing what launchlist-check says of a launch list with what the launcher did.
 
 #ifndef TESTS_PREDICTIONS_COMPARISON_H
 #define TESTS_PREDICTIONS_COMPARISON_H
@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "tests/predictions/observation.h"
-#include "tests/predictions/random_list.h"
+#include "tests/predictions/written_list.h"
 
 // What `launchlist-check --json --all LIST` did.
 struct Prediction {
@@ -17,26 +17,26 @@ struct Prediction {
 };
 
 struct Comparison {
-    // A sentence for everything that does not fit.
+    // A sentence for each thing that does not fit.
     std::vector<std::string> differences = {};
     // The kinds of the findings, each once.
     std::set<std::string> kinds = {};
 };
 
-// Compares what was said of a list alone with what was seen.
+// Compares what was said of a list with what was seen.
 //
-// An item that no finding is about is to be started as it is written; findings say what
-// happens instead. Outcomes leave some choice where the launcher has it, and no more:
+// An item without findings is to be started as it is written; findings say what happens
+// instead. An outcome allows what the launcher may do, and no more:
 //
-//   runs         the launcher stays, with these programs, and SIGTERM ends it with 1
-//   exits        it ends with 0 and has started nothing
-//   aborts       it ends by SIGABRT, and may have started items before
-//   kills-group  it ends by SIGKILL. Or else: with 0, if an item ends the list; by
-//   SIGABRT,
-//                if an item leads to that; or it stays, with the last item of each name,
-//                if two have one name. If there are too few processes, it ends by
-//                SIGKILL or with 0, or it stays and has given up items
-//   hangs        it never reads the list to its end
+//   runs         The launcher stays, with these programs, and ends with 1 after SIGTERM.
+//   exits        It ends with 0 and has started nothing.
+//   aborts       It ends by SIGABRT. It may have started items before.
+//   hangs        It never reads the list to its end.
+//   kills-group  It ends by SIGKILL. It may also
+//                - end with 0, if an item ends the list or processes are too few,
+//                - end by SIGABRT, if an item leads to that,
+//                - stay with the last item of each name, if two have one name,
+//                - stay and give items up, if processes are too few.
 Comparison Compare(RandomList const& list, Prediction const& prediction,
                    Observation const& seen);
 

@@ -176,7 +176,7 @@ TEST(Comparison, OfTwoItemsOfOneNameTheLaterIsStarted) {
     EXPECT_THAT(Differences(prediction, seen), SizeIs(1));
 }
 
-// An item that is not started, in each of the ways, beside one that is.
+// One item that is started, and one that is not, in each of the ways.
 TEST(Comparison, WhatAnItemDoesInsteadFitsItsFindingOnly) {
     struct {
         std::string finding;
@@ -305,7 +305,7 @@ TEST(Comparison, AFindingOfAnUnknownKindDiffers) {
                 ElementsAre(HasSubstr("new")));
 }
 
-TEST(Comparison, APredictionThatIsNoneDiffers) {
+TEST(Comparison, NoPredictionDiffers) {
     EXPECT_THAT(Differences({"signal 11", ""}, BothRun()),
                 ElementsAre(HasSubstr("signal 11")));
 }

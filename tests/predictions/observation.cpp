@@ -18,7 +18,7 @@
 
 namespace {
 
-// How often the same is seen before it counts as lasting, where nothing else tells.
+// What is seen so often is taken for lasting, if nothing else tells.
 constexpr int kLasting = 100;
 
 // More reads than any list of the generator takes.
@@ -74,7 +74,7 @@ class Watch {
     Watch(Process& watched, ObservedPlaces const& where)
         : launcher(watched), places(where) {}
 
-    // Looks until everything has shown, and says what the launcher does.
+    // Looks until it is clear what the launcher does, and returns it in words.
     std::string UntilSettled() {
         std::string end = "unclear";
         WaitFor([&] {
@@ -107,7 +107,7 @@ class Watch {
     bool Look() {
         bool const main_waited = MainWaits();
         Parents const parents = ParentsOfAll();
-        // Those that have ended in the meantime are forgotten.
+        // Threads that have ended in the meantime are forgotten.
         std::map<pid_t, Supervisor> present;
         for (pid_t const thread : ThreadsOf(launcher.Pid())) {
             if (thread != launcher.Pid()) {
@@ -116,18 +116,18 @@ class Watch {
             }
         }
         supervisors = present;
-        // Before, so that no thread was still to come. After, so that none was gone
-        // because the process is about to end.
+        // That main waited before says that no thread was still to come. That it waits
+        // now says that no thread was gone because the process is about to end.
         return main_waited && Count(Fate::kUnknown) == 0 && MainWaits();
     }
 
-    // A process that is about to end seems to wait as before, but does not sleep.
+    // In a process that is about to end, main seems to wait but does not sleep.
     bool MainWaits() const {
         return WaitsForCondition(SystemCallOf(launcher.Pid(), launcher.Pid())) &&
                StateOf(launcher.Pid()) == 'S';
     }
 
-    // What programs have read counts too, once they have ended.
+    // Programs that have ended count too. So this asks for no supervisor.
     bool ReadsForEver() const {
         return supervisors.empty() && CountReads(launcher.Pid()) > kManyReads;
     }
@@ -164,7 +164,7 @@ class Watch {
         }
     }
 
-    // Says whether main has been opening a file for long, with no thread beside it.
+    // Returns true if main has been opening a file for long, and has no other thread.
     bool WaitsForWriter() {
         bool const opens = supervisors.empty() &&
                            IsOpening(SystemCallOf(launcher.Pid(), launcher.Pid()));

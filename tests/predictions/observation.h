@@ -1,5 +1,5 @@
-// What a launcher does with a launch list, as the system tells it: by the process table,
-// the launcher's exit status and its log, and the reports of tests/support/probe.
+// What a launcher does with a launch list. The process table, the launcher's exit status,
+// its log and the reports of tests/support/probe tell it.
 
 #ifndef TESTS_PREDICTIONS_OBSERVATION_H
 #define TESTS_PREDICTIONS_OBSERVATION_H
@@ -12,14 +12,14 @@
 #include "tests/support/process.h"
 
 struct Observation {
-    // What the launcher does once everything has shown: "runs", "exit 0", "signal 6",
-    // "reads for ever", "waits for a writer", or "unclear" if the time was not enough.
+    // What the launcher does in the end: "runs", "exit 0", "signal 6", "reads for ever",
+    // "waits for a writer", or "unclear" if that could not be told in time.
     std::string launcher;
     // How it ended after SIGTERM; empty if it was not sent one.
     std::string end_by_sigterm = {};
-    // Items that it supervises.
+    // How many items it supervises.
     int supervisors = 0;
-    // Those of them whose processes grow to a chain.
+    // For how many of them a chain of processes grows.
     int chains = 0;
     // The argument vectors that the probe was started with.
     std::set<std::vector<std::string>> started = {};
@@ -29,9 +29,9 @@ struct Observation {
     std::set<std::string> aborted_names = {};
     std::set<std::string> killed_names = {};
     std::set<std::string> empty_names = {};
-    // Items that were skipped because they have no name.
+    // How many items were skipped because they have no name.
     int nameless = 0;
-    // Items that were given up because a fork failed.
+    // How many items were given up because a fork failed.
     int given_up = 0;
     // The log, for people.
     std::string log = {};
@@ -44,10 +44,10 @@ struct ObservedPlaces {
     std::filesystem::path reports;
 };
 
-// Watches `launcher`, which was just started, until each of its supervisors has shown
-// what becomes of its item, or the launcher has ended. If `is_steady` and no program
-// ends, it then sends SIGTERM. Runs as the first process of a PID namespace in which
-// nothing else is.
+// Watches `launcher`, which was just started, until it has ended, or it is clear what
+// becomes of each item that it supervises. In the second case it then sends SIGTERM, if
+// `is_steady` and no program has ended. To be called in the first process of a PID
+// namespace that has no other processes.
 Observation Observe(Process& launcher, ObservedPlaces const& places, bool is_steady);
 
 #endif

@@ -1,8 +1,8 @@
-// Random launch lists: what launchlist-check says of each, beside what the launcher does.
+// Compares what launchlist-check says of random launch lists with what the launcher does.
 //
 // The environment says which lists are tried: PREDICTION_LISTS how many, PREDICTION_SEED
-// the seed of the first. Each list has a seed of its own, by one larger than that of the
-// list before, which makes it again. With PREDICTION_SHOW all lists are printed.
+// the seed of the first. Each next list has the next number as its seed. The same seed
+// makes the same list again. With PREDICTION_SHOW all lists are printed.
 
 #include <gtest/gtest.h>
 
@@ -29,9 +29,9 @@ constexpr std::size_t kAtOnce = 12;
 
 constexpr int kListsOfASuite = 200;
 
-std::uint64_t NumberFrom(char const* variable, std::uint64_t otherwise) {
+std::uint64_t NumberFrom(char const* variable, std::uint64_t if_not_set) {
     char const* const text = std::getenv(variable);
-    return text != nullptr ? std::strtoull(text, nullptr, 10) : otherwise;
+    return text != nullptr ? std::strtoull(text, nullptr, 10) : if_not_set;
 }
 
 struct RunningTrial {

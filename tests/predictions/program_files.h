@@ -1,4 +1,4 @@
-// Program files for launch items: some that run, and all kinds that do not.
+// Program files for launch items: some that run, and all kinds that do not run.
 
 #ifndef TESTS_PREDICTIONS_PROGRAM_FILES_H
 #define TESTS_PREDICTIONS_PROGRAM_FILES_H
@@ -18,16 +18,16 @@ enum class Executed {
 
 struct ProgramFile {
     std::string what;  // in words
-    // What is to stand in the list; no other program file has this path.
+    // The path for the list. No two program files have the same one.
     std::string path = {};
     Executed executed = Executed::kNoProbe;
-    // The argument vector that the system gives the probe, up to the item's own
-    // arguments: the path, or for a script its interpreter and what comes between.
+    // The argument vector of the probe, up to the item's own arguments: the path; for a
+    // script its interpreter, the argument of that, and the path.
     std::vector<std::string> first_arguments = {};
 };
 
-// Makes program files in a directory. Some are also held open for writing, as long as the
-// object lives.
+// Makes program files in a directory. It holds some of them open for writing, as long as
+// the object lives.
 class ProgramFiles {
   public:
     // `probe` holds the bytes of tests/support/probe.
@@ -39,7 +39,7 @@ class ProgramFiles {
     // Makes a file that is the probe and can be executed.
     ProgramFile MakeProbe();
 
-    // Makes one of all kinds, good ones included.
+    // Makes a file of any kind, maybe a good one.
     ProgramFile MakeAny();
 
   private:

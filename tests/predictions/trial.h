@@ -1,4 +1,4 @@
-// One random launch list: made, checked and launched where it reaches nothing else.
+// One random launch list: made, checked and launched, where it can harm nothing else.
 
 #ifndef TESTS_PREDICTIONS_TRIAL_H
 #define TESTS_PREDICTIONS_TRIAL_H
@@ -10,7 +10,7 @@
 #include "tests/predictions/comparison.h"
 #include "tests/support/files.h"
 
-// Copies of the programs under test, where every user can reach them.
+// Copies of the programs under test, at places that every user can reach.
 struct Tools {
     Tools();
 
@@ -29,13 +29,13 @@ struct TrialResult {
     std::string description;
 };
 
-// Makes the list of this seed in a PID namespace and on a disk of its own, asks
-// launchlist-check about it, launches it, and writes the result to a file. Nothing that
-// it starts lives longer. To be called in a process that has nothing else to do; returns
-// its exit code.
+// Makes the list of this seed, asks launchlist-check about it, launches it, and writes
+// the result to a file. All of it has a PID namespace and a disk of its own, and nothing
+// that it starts outlives the call. To be called in a process that has nothing else to
+// do; returns its exit code.
 int Try(Tools const& tools, std::uint64_t seed, std::string const& result_file);
 
-// Reads what Try has written. The result is that of a failed trial if there is nothing.
+// Reads what Try has written; the result of a failed trial if it has written nothing.
 TrialResult ReadResult(std::string const& result_file);
 
 #endif
