@@ -85,9 +85,11 @@ def test_a_signal_stops_the_launcher_and_its_programs(number, steady_list, pid_f
     assert not is_alive(program)
 
 
-def test_a_reader_who_goes_away_stops_the_launcher(tmp_path):
+@pytest.mark.parametrize("sigpipe", ["", "trap '' PIPE; "], ids=["default", "ignored"])
+def test_a_reader_who_goes_away_stops_the_launcher(sigpipe, tmp_path):
     busy = write_list(tmp_path / "list.json", item("busy", "/bin/sleep", "0.3"))
-    run("sh", "-c", f'"{SCRIPT}" "{busy}" | grep -q -m 1 "busy .* is killed"').expect(0)
+    run("sh", "-c", f"{sigpipe}'{SCRIPT}' '{busy}' | grep -q -m 1 'busy .* is killed'",
+        seconds=60).expect(0)
     wait_until(no_launcher_is_left)
 
 
@@ -113,7 +115,8 @@ def test_a_list_with_a_warning_is_run(tmp_path):
 
 def test_a_list_that_cannot_be_checked_is_not_run(fifo):
     run(SCRIPT, "--seconds", 1, fifo).expect(
-        1, "scripts/run: the launch list is not a regular file, .*; --anyway .*")
+        1, "scripts/run: the launch list is not a regular file, .*; --anyway .*"
+        ).expect_no("the launcher runs on")
 
 
 def test_a_chain_of_failed_starts_is_ended_at_once(tmp_path):
