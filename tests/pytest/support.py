@@ -182,12 +182,8 @@ def stop_launcher(command):
 
     A SIGTERM during the start-up is lost, so another one is sent every two seconds.
     """
-    def has_ended():
+    for _ in range(30):
         command.send(signal.SIGTERM)
-        end = time.monotonic() + 2
-        while command.code is None and time.monotonic() < end:
-            time.sleep(0.05)
-        return command.code is not None
-
-    wait_until(has_ended)
-    return command.code
+        with contextlib.suppress(AssertionError):
+            return command.wait(2).code
+    return fail("the launcher does not end", command.output)
