@@ -112,11 +112,11 @@ need_for_benchmarks() {
 
 need_for_tests() {
     need googletest 'libgtest-dev libgmock-dev' googletest has_header gmock/gmock.h
-    need mandoc mandoc mandoc has_command mandoc
-    need zsh zsh zsh has_command zsh
-    need fish fish fish has_command fish
-    need jq jq jq has_command jq
     if [ "$(uname)" != Darwin ]; then
+        need mandoc mandoc '' has_command mandoc
+        need zsh zsh '' has_command zsh
+        need fish fish '' has_command fish
+        need jq jq '' has_command jq
         need localedef libc-bin '' has_command localedef
         need pytest python3-pytest '' has_python_module pytest
         need "Python's jsonschema" python3-jsonschema '' has_python_module jsonschema
