@@ -2,20 +2,28 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <iterator>
 
+namespace launchlog_report {
 namespace {
 
 constexpr Time kLongestGap = 5000;
-// The pause before a link's first start is 50 ms; times in a log are cut to milliseconds.
+// The pause before a link's first start is 50 ms. A log cuts its times to milliseconds.
 constexpr Time kShortestQuickGap = 49;
 constexpr Time kLongestQuickGap = 100;
 constexpr std::size_t kQuickProcesses = 4;
 constexpr std::size_t kProcesses = 10;
-// For an end of a process whose parent has logged nothing before.
+// How old the last line of a process may be at its end if its parent logged no line
+// before.
 constexpr Time kRecent = 10'000;
 
 bool AreFarApart(std::optional<Time> const& a, std::optional<Time> const& b, Time most) {
     return a && b && (*a - *b > most || *b - *a > most);
+}
+
+bool IsQuickGap(std::optional<Time> const& before, std::optional<Time> const& time) {
+    return before && time && *time - *before >= kShortestQuickGap &&
+           *time - *before <= kLongestQuickGap;
 }
 
 }  // namespace
@@ -50,7 +58,7 @@ void ChainDetector::AddStart(LogEvent const& event, bool is_launcher) {
     is_chain = is_chain || LooksLikeAChain();
 }
 
-// A process that starts the item again has logged an end just before.
+// A process that starts the item again logged an end just before.
 bool ChainDetector::IsOfANewProcess(LogEvent const& start) const {
     auto const last = last_lines.find(start.process);
     return last == last_lines.end() || last->second.kind != LogEventKind::End ||
@@ -80,15 +88,15 @@ void ChainDetector::AddOrdinaryEnd(LogEvent const& event) {
     }
 }
 
-// The first process of a chain is the launcher.
+// The first process of a chain is the launcher, and no link.
 bool ChainDetector::IsLink(std::string const& process) const {
     return std::any_of(
         first_starts.begin() + (first_starts.empty() ? 0 : 1), first_starts.end(),
         [&process](FirstStart const& start) { return start.process == process; });
 }
 
-// Process ids are used again: `child` may be the line of a process of long ago. Since the
-// last line of its parent it must have been the same child all the time.
+// Process ids are used again, so `child` may be the line of a process of long ago. It is
+// the line of this child if it is younger than the last line of its parent.
 bool ChainDetector::WasLink(Line const& child, LogEvent const& end) const {
     auto const parent = last_lines.find(end.process);
     if (parent != last_lines.end()) {
@@ -105,12 +113,9 @@ bool ChainDetector::LooksLikeAChain() const {
     if (first_starts.size() < kQuickProcesses) {
         return false;
     }
-    for (std::size_t i = first_starts.size() - kQuickProcesses + 1;
-         i < first_starts.size(); ++i) {
-        std::optional<Time> const before = first_starts[i - 1].time;
-        std::optional<Time> const time = first_starts[i].time;
-        if (!before || !time || *time - *before < kShortestQuickGap ||
-            *time - *before > kLongestQuickGap) {
+    auto const end = first_starts.end();
+    for (auto start = std::prev(end, kQuickProcesses - 1); start != end; ++start) {
+        if (!IsQuickGap(std::prev(start)->time, start->time)) {
             return false;
         }
     }
@@ -141,3 +146,5 @@ void ChainDetector::Reset() {
     last_sign.reset();
     is_chain = false;
 }
+
+}  // namespace launchlog_report

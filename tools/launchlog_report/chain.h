@@ -1,4 +1,4 @@
-// Chains of processes, as the log shows them.
+// Chains of processes, as a log shows them.
 //
 // If a program cannot be executed, the child that was forked for it forks a child of its
 // own after 50 ms, and so on. Each link of this chain logs its start under its own
@@ -14,39 +14,41 @@
 
 #include "tools/launchlog_report/log_line.h"
 
-// Finds a chain in what one log says of one item.
+namespace launchlog_report {
+
+// Finds a chain in the lines of one log about one item.
 //
-// A chain is seen in three ways:
-//   - four processes have logged their first start, each 50 to 100 ms after the one
-//   before;
-//   - ten processes have, each at most 5 seconds after the one before;
-//   - a process has logged lines of the item as the launcher does, and then its end was
-//     logged as that of the item's program. This alone is seen without level DEBUG.
+// There is a chain if
+//   - four processes logged their first start, each 50 to 100 ms after the one before;
+//   - or ten did, each at most 5 seconds after the one before;
+//   - or a process logged lines of the item as the launcher does, and then its end was
+//     logged as that of the item's program. Without level DEBUG only this is seen.
 //
-// It is over when a process logs its first start more than 5 seconds after the last sign
-// of it, or the end of an ordinary program is logged by a process outside of it.
+// It is over when a process logs its first start more than 5 seconds after the chain's
+// last line, or when a process outside of the chain logs the end of an ordinary program.
 class ChainDetector {
   public:
     // Takes a start, an end or a failed fork. `is_launcher` says that the process is
     // known to be a launcher, and so no link.
     void Add(LogEvent const& event, bool is_launcher);
 
-    // Takes back a process that has turned out to be a launcher.
+    // Removes a process from the chain: it has turned out to be a launcher.
     void Forget(std::string const& launcher);
 
     bool IsChain() const { return is_chain; }
 
-    // Returns how many processes have logged a start of their own in the chain; nothing
+    // Returns how many processes logged a start of their own in the chain; std::nullopt
     // if the log does not tell.
     std::optional<long long> Processes() const;
 
   private:
-    // The last line of a process that supervises the item, or a link of its chain.
+    // The last line of a process that supervises the item, or is a link of its chain.
     struct Line {
         LogEventKind kind;
         long long number;
         std::optional<Time> time;
     };
+
     struct FirstStart {
         std::string process;
         std::optional<Time> time;
@@ -69,5 +71,7 @@ class ChainDetector {
     bool is_chain = false;
     long long lines = 0;
 };
+
+}  // namespace launchlog_report
 
 #endif

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+namespace launchlog_report {
 namespace {
 
 constexpr std::size_t kKeptBeginning = 4096;
@@ -55,3 +56,5 @@ std::uint64_t ContentFinder::KnownLength() const {
                     [this](Content const& longer) { return longer.BeginsLike(content); });
     return is_beginning_of_known ? content.Length() : known_length;
 }
+
+}  // namespace launchlog_report

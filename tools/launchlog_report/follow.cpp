@@ -5,11 +5,12 @@
 #include "tools/common/tool.h"
 #include "tools/launchlog_report/terminal.h"
 
+namespace launchlog_report {
 namespace {
 
-constexpr int kInterval = 1000;
+constexpr int kMillisecondsBetweenReports = 1000;
 
-// The space of the screen, without the line in which the cursor stands after a report.
+// Returns the space of the screen, without the line of the cursor after a report.
 Space ScreenSpace() {
     Space space = TerminalSize();
     if (space.lines) {
@@ -38,7 +39,9 @@ bool Follow(ReportMaker const& make, bool on_screen, std::string const& gap,
             }
         }
         shown = text;
-        signals.Wait(kInterval);
+        signals.Wait(kMillisecondsBetweenReports);
     }
     return true;
 }
+
+}  // namespace launchlog_report

@@ -1,4 +1,4 @@
-// Printing a report again and again.
+// Printing a report whenever it changes.
 
 #ifndef TOOLS_LAUNCHLOG_REPORT_FOLLOW_H
 #define TOOLS_LAUNCHLOG_REPORT_FOLLOW_H
@@ -8,14 +8,20 @@
 
 #include "tools/launchlog_report/table.h"
 
-// Returns the report as it is now, in this space.
+namespace launchlog_report {
+
+// Returns the report as it is now, fitted into this space.
 using ReportMaker = std::function<std::string(Space const& space)>;
 
-// Prints the report whenever it changes, until SIGINT or SIGTERM. On a terminal
-// (`on_screen`) each one is in the place of the last and fits the screen, and is printed
-// again if the terminal's size changes; else `gap` is between two. Returns false if
+// Prints the report whenever it changes, until SIGINT or SIGTERM. Returns false if
 // something could not be written, after a message in the name of `program`.
+//
+// On a terminal (`on_screen`) each report replaces the last one and fits the screen, and
+// is printed again when the terminal's size changes. Elsewhere `gap` is printed between
+// two reports.
 bool Follow(ReportMaker const& make, bool on_screen, std::string const& gap,
             std::string const& program);
+
+}  // namespace launchlog_report
 
 #endif

@@ -3,19 +3,17 @@
 #include <algorithm>
 #include <csignal>
 
+namespace launchlog_report {
 namespace {
 
 constexpr Time kMinute = 60'000;
-// An item without a program is tried every 50 ms. After a pause it is another launcher's.
+// An item without a program is tried every 50 ms. After a longer pause another launcher
+// tries it.
 constexpr Time kLongestPause = 5000;
-
-bool IsWithinMinute(Time time, Time now) {
-    return time > now - kMinute && time <= now;
-}
 
 }  // namespace
 
-void ItemHistory::Add(LogEvent const& event, Time now, bool is_launcher) {
+void ItemHistory::Add(LogEvent const& event, bool is_launcher) {
     if (event.kind == LogEventKind::NoProgram) {
         AddNoProgram(event);
         return;
@@ -29,7 +27,7 @@ void ItemHistory::Add(LogEvent const& event, Time now, bool is_launcher) {
     if (event.kind == LogEventKind::Start) {
         AddStart(event);
     } else if (event.kind == LogEventKind::End) {
-        AddEnd(event, now);
+        AddEnd(event);
     }
 }
 
@@ -54,7 +52,7 @@ void ItemHistory::AddStart(LogEvent const& event) {
     }
 }
 
-void ItemHistory::AddEnd(LogEvent const& event, Time now) {
+void ItemHistory::AddEnd(LogEvent const& event) {
     first_end = first_end ? first_end : event.time;
     last_end = event.time;
     ++ends;
@@ -69,7 +67,7 @@ void ItemHistory::AddEnd(LogEvent const& event, Time now) {
     if (last_status && last_status->signal == SIGKILL) {
         stops[event.process] = event.time;
     }
-    // Without process ids in the log the last child is meant.
+    // If the log has no process ids, this is the end of the last child.
     bool const had_no_program = children_without_program.erase(event.child) > 0 ||
                                 children_without_program.erase("") > 0;
     if (!had_no_program) {
@@ -79,22 +77,27 @@ void ItemHistory::AddEnd(LogEvent const& event, Time now) {
     }
 }
 
-void ItemHistory::ForgetBeforeTheLastMinute(Time now) {
+void ItemHistory::SetNow(Time time) {
+    now = time;
     recent.erase(std::remove_if(recent.begin(), recent.end(),
-                                [now](Time time) { return time <= now - kMinute; }),
+                                [this](Time end) { return end <= now - kMinute; }),
                  recent.end());
 }
 
-std::optional<long long> ItemHistory::RestartsPerMinute(Time now) const {
+bool ItemHistory::IsInLastMinute(Time time) const {
+    return time > now - kMinute && time <= now;
+}
+
+std::optional<long long> ItemHistory::RestartsPerMinute() const {
     if (ends > 0 && !first_end) {
         return std::nullopt;
     }
-    auto const ends_in_minute =
-        std::count_if(recent.begin(), recent.end(),
-                      [now](Time time) { return IsWithinMinute(time, now); });
-    auto const stops_in_minute =
-        std::count_if(stops.begin(), stops.end(), [now](auto const& stop) {
-            return stop.second && IsWithinMinute(*stop.second, now);
-        });
+    auto const ends_in_minute = std::count_if(
+        recent.begin(), recent.end(), [this](Time end) { return IsInLastMinute(end); });
+    auto const stops_in_minute = std::count_if(
+        stops.begin(), stops.end(),
+        [this](auto const& stop) { return stop.second && IsInLastMinute(*stop.second); });
     return ends_in_minute - stops_in_minute;
 }
+
+}  // namespace launchlog_report

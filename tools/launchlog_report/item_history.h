@@ -13,60 +13,71 @@
 #include "tools/launchlog_report/log_line.h"
 #include "tools/launchlog_report/wait_status.h"
 
+namespace launchlog_report {
+
 // Adds up the lines of an item, in their order in the log.
 class ItemHistory {
   public:
-    // Takes a line of the item. `now` is the time of the next question or before; it
-    // never decreases. `is_launcher` says that the line's process is known to be a
-    // launcher.
-    void Add(LogEvent const& event, Time now, bool is_launcher);
+    // `time` is the time of the first report.
+    explicit ItemHistory(Time time) : now(time) {}
+
+    // Takes a line of the item. `is_launcher` says that the line's process is known to be
+    // a launcher.
+    void Add(LogEvent const& event, bool is_launcher);
 
     // Takes note that a process is a launcher, not a link of a chain.
     void NoteLauncher(std::string const& process) { chain.Forget(process); }
 
-    // Forgets the ends that are no longer within the last minute.
-    void ForgetBeforeTheLastMinute(Time now);
+    // Sets the time of the report, which is never earlier than the one before. Ends of
+    // more than a minute ago are forgotten.
+    void SetNow(Time time);
 
     long long Ends() const { return ends; }
-    // The ends without those of stops. The last end that one launcher process logs is
-    // taken for its stop if it is one by SIGKILL.
+    // Returns the ends minus the stops. A launcher's last end of the item counts as a
+    // stop if it was a SIGKILL.
     long long Restarts() const { return ends - static_cast<long long>(stops.size()); }
-    // The restarts of the 60 seconds up to `now`; std::nullopt if there are ends, but
-    // none has a time.
-    std::optional<long long> RestartsPerMinute(Time now) const;
+    // Returns the restarts of the 60 seconds up to the time of the report; std::nullopt
+    // if there are ends, but none has a time.
+    std::optional<long long> RestartsPerMinute() const;
 
-    // The times of the first end that has one, and of the last end, in the order of the
-    // log. A clock that was set back does not change it.
+    // Return the time of the first end that has one, and of the last end. First and last
+    // are by the order of the lines, even if the clock was set back.
     std::optional<Time> FirstEnd() const { return first_end; }
     std::optional<Time> LastEnd() const { return last_end; }
-    // Nothing if there was no end, or the launcher could not wait for it.
+    // Returns how the program ended last; std::nullopt if there was no end, or if the
+    // launcher could not wait for it.
     std::optional<ProgramEnd> const& LastStatus() const { return last_status; }
 
-    // A fork failed, and the item was neither started nor ended since.
+    // Returns whether a fork failed, and no start and no end of the item came after it.
     bool IsGivenUp() const { return is_given_up; }
-    // The last child had no program to start.
+    // Returns whether the last child had no program to start.
     bool HasNoProgram() const { return no_program_since.has_value(); }
     ChainDetector const& Chain() const { return chain; }
 
   private:
     void AddStart(LogEvent const& event);
-    void AddEnd(LogEvent const& event, Time now);
+    void AddEnd(LogEvent const& event);
     void AddNoProgram(LogEvent const& event);
+    bool IsInLastMinute(Time time) const;
 
+    Time now;
     ChainDetector chain;
     long long ends = 0;
     std::optional<Time> first_end;
     std::optional<Time> last_end;
     std::optional<ProgramEnd> last_status;
-    // The ends of the last minute.
+    // The ends that a report may count as those of the last minute.
     std::vector<Time> recent;
-    // The launcher processes whose last end of the item was one by SIGKILL, and when.
+    // The launcher processes whose last end of the item was a SIGKILL, and when.
     std::map<std::string, std::optional<Time>> stops;
     bool is_given_up = false;
-    // The line that said so last; its process is the parent that ended it, if known.
+    // The last line that said so; its process is the parent that logged the end, if
+    // known.
     std::optional<LogEvent> no_program_since;
-    // The children that had no program and whose ends have not been logged yet.
+    // The children that had no program and whose ends were not logged yet.
     std::set<std::string> children_without_program;
 };
+
+}  // namespace launchlog_report
 
 #endif

@@ -8,6 +8,7 @@
 #include "common/json/json_object.h"
 #include "tools/common/printable.h"
 
+namespace launchlog_report {
 namespace {
 
 Json::Value NumberOrNull(std::optional<long long> const& number) {
@@ -80,3 +81,5 @@ std::string ToJson(Report const& report) {
     document["cut_lines"] = static_cast<Json::Int64>(report.cut_lines);
     return JsonObject(document).ToText() + "\n";
 }
+
+}  // namespace launchlog_report

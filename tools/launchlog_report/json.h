@@ -7,7 +7,11 @@
 
 #include "tools/launchlog_report/summary.h"
 
-// Returns one JSON document on one line, in ASCII, and its line feed.
+namespace launchlog_report {
+
+// Returns the report as one JSON document on one line, in ASCII, with a line feed.
 std::string ToJson(Report const& report);
+
+}  // namespace launchlog_report
 
 #endif

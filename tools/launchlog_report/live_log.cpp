@@ -13,8 +13,10 @@
 
 #include "tools/launchlog_report/log_files.h"
 
-LiveLog::LiveLog(std::string log_path, LineTaker const& take)
-    : path(std::move(log_path)), lines(take) {}
+namespace launchlog_report {
+
+LiveLog::LiveLog(std::string log_path, LineTaker const& taker)
+    : path(std::move(log_path)), lines(taker) {}
 
 LiveLog::~LiveLog() {
     if (file >= 0) {
@@ -22,17 +24,14 @@ LiveLog::~LiveLog() {
     }
 }
 
-std::string LiveLog::Open(ReadFiles& read_files) {
+void LiveLog::Open(ReadFiles& read_files) {
     file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (file < 0) {
-        return std::strerror(errno);
-    }
-    std::string problem = Examine(file, read_files, is_known);
-    if (!problem.empty() || is_known) {
+    problem = file < 0 ? std::strerror(errno) : WhyNotALog(file);
+    is_read_elsewhere = problem.empty() && !read_files.Add(file);
+    if (file >= 0 && (!problem.empty() || is_read_elsewhere)) {
         close(file);
         file = -1;
     }
-    return problem;
 }
 
 bool LiveLog::IsMissing() const {
@@ -53,7 +52,7 @@ void LiveLog::NoteRotatedFiles() {
     }
 }
 
-// Returns false if the file is known as it is; it is known from then on.
+// Returns whether the file is new or was written to since it was last asked about.
 bool LiveLog::HasChanged(std::string const& rotated) {
     struct stat info = {};
     std::error_code error;
@@ -70,10 +69,11 @@ bool LiveLog::HasChanged(std::string const& rotated) {
 }
 
 void LiveLog::Read() {
-    if (is_known) {
+    if (is_read_elsewhere) {
         return;
     }
     if (file >= 0) {
+        problem.clear();
         if (WasTruncated()) {
             // The line that was not complete goes on in the copy.
             ReadMissedFiles();
@@ -81,16 +81,17 @@ void LiveLog::Read() {
         }
         ReadToEnd();
     }
-    while (WasReplaced()) {
-        SwitchToNewFile();
+    while (WasReplaced() && SwitchToNewFile()) {
     }
 }
 
-// The new file is opened first: if it is renamed in the meantime it is still read.
-void LiveLog::SwitchToNewFile() {
+// Goes on with the file that is at the path now. Returns false if it cannot be opened. It
+// is opened first: if it is renamed in the meantime it is still read.
+bool LiveLog::SwitchToNewFile() {
     int const new_file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    problem = new_file < 0 ? std::strerror(errno) : "";
     if (new_file < 0) {
-        return;
+        return false;
     }
     if (file >= 0) {
         // The last lines came after the end was seen.
@@ -102,6 +103,7 @@ void LiveLog::SwitchToNewFile() {
     StartAnew();
     file = new_file;
     ReadToEnd();
+    return true;
 }
 
 void LiveLog::StartAnew() {
@@ -158,7 +160,8 @@ void LiveLog::ReadMissedFile(std::string const& rotated) {
     lines.Finish();
 }
 
-// It is shorter than what was read, or what was read last stands there no more.
+// A truncated file is shorter than what was read of it, or has other bytes where the last
+// ones were read.
 bool LiveLog::WasTruncated() const {
     struct stat info = {};
     if (fstat(file, &info) != 0 || !S_ISREG(info.st_mode)) {
@@ -185,3 +188,5 @@ bool LiveLog::WasReplaced() const {
     return file < 0 || fstat(file, &opened) != 0 || at_path.st_dev != opened.st_dev ||
            at_path.st_ino != opened.st_ino;
 }
+
+}  // namespace launchlog_report

@@ -12,31 +12,36 @@
 #include <vector>
 
 #include "tools/launchlog_report/content.h"
+#include "tools/launchlog_report/line_splitter.h"
 #include "tools/launchlog_report/log_reader.h"
 
-// Reads a log from its beginning to its end, again and again.
+namespace launchlog_report {
+
+// Reads a log to its end, again and again.
 //
-// Lines that came between two calls of Read are found across rotations: the file that was
-// open before is read to its end, then every rotated file that is new beside it. So
-// several rotations between two calls lose nothing, as long as the files are still there.
-// If the log was truncated in its place, what was not read yet is taken from its copy.
+// Nothing is lost if the log is rotated between two calls of Read, once or several times,
+// as long as the files are still there: Read reads the file that was open to its end, and
+// then every rotated file that it does not know. If the log was copied and truncated,
+// Read finds the lines that it has not read in the copy.
 class LiveLog {
   public:
-    LiveLog(std::string log_path, LineTaker const& take);
+    LiveLog(std::string log_path, LineTaker const& taker);
     ~LiveLog();
     LiveLog(LiveLog const&) = delete;
     LiveLog& operator=(LiveLog const&) = delete;
 
-    // Opens the file, if it is there and not in `read_files`, to which it is added.
-    // Returns what is wrong with it, in words; an empty string if it is open or known.
-    std::string Open(ReadFiles& read_files);
+    // Opens the file and adds it to `read_files`. If it is there already, Read does
+    // nothing. If the file cannot be opened, Problem says why, and Read tries again.
+    void Open(ReadFiles& read_files);
 
-    std::string const& Path() const { return path; }
+    // Returns why the file at the path cannot be read, in words; an empty string if it
+    // can. That is as Open and Read have found it.
+    std::string const& Problem() const { return problem; }
 
-    // Says whether the log was never open and is not there.
+    // Returns whether no file was ever open, and there is none at the path.
     bool IsMissing() const;
 
-    // Takes note of the rotated files that are there now. They are not read.
+    // Remembers the rotated files that are there now, so that Read does not read them.
     void NoteRotatedFiles();
 
     // Passes on the lines written since the last call, across rotation and truncation.
@@ -46,26 +51,29 @@ class LiveLog {
     void Finish() { lines.Finish(); }
 
   private:
-    // A rotated file with this size and time of change is known already.
+    // A rotated file with this size and time of change is known.
     using KnownFile = std::pair<off_t, std::filesystem::file_time_type>;
 
     void ReadToEnd();
     void ReadMissedFiles();
-    void ReadMissedFile(std::string const& file);
+    void ReadMissedFile(std::string const& rotated);
     bool WasTruncated() const;
     bool WasReplaced() const;
     void StartAnew();
-    void SwitchToNewFile();
+    bool SwitchToNewFile();
     bool HasChanged(std::string const& rotated);
 
     std::string const path;
     LineSplitter lines;
     int file = -1;
+    std::string problem;
     Content content;
-    bool is_known = false;
+    bool is_read_elsewhere = false;
     std::map<std::pair<dev_t, ino_t>, KnownFile> known_files;
-    // What was read of this log's files, the open one apart.
+    // What was read of this log's other files.
     std::vector<Content> known_contents;
 };
+
+}  // namespace launchlog_report
 
 #endif

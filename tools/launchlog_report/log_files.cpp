@@ -2,92 +2,68 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstring>
 #include <filesystem>
 #include <system_error>
 #include <tuple>
 
-#include "common/strings/text.h"
+#include "tools/common/text.h"
 
+namespace launchlog_report {
 namespace {
 
 namespace fs = std::filesystem;
 
-struct Packing {
-    char const* suffix;
-    char const* command;
-    // What a packed file begins with.
-    char const* beginning;
-};
-
-constexpr Packing kPackings[] = {
-    {".gz", "gzip -dc", "\x1F\x8B"},
-    {".bz2", "bzip2 -dc", "BZh"},
-    {".xz", "xz -dc", "\xFD\x37zXZ"},
-    {".zst", "zstd -dc", "\x28\xB5\x2F\xFD"},
-};
-
-std::string WithoutPacking(std::string const& name) {
-    for (Packing const& packing : kPackings) {
-        std::string const suffix = packing.suffix;
-        if (ends_with(name, suffix)) {
-            return name.substr(0, name.size() - suffix.size());
-        }
-    }
-    return name;
+std::string WithoutSuffix(std::string const& name, Compression const* compression) {
+    std::size_t const suffix =
+        compression == nullptr ? 0 : std::strlen(compression->suffix);
+    return name.substr(0, name.size() - suffix);
 }
 
-bool IsDigit(char letter) {
-    return letter >= '0' && letter <= '9';
-}
-
-// Numbers, and dates such as "-20261121" and ".20261121T0000".
+// Numbers, and dates such as "20261121", "2026-11-21" and "20261121T0000".
 bool IsMarkCharacter(char letter) {
-    return IsDigit(letter) || letter == 'T' || letter == '-' || letter == '.';
+    return tools::IsDigit(letter) || letter == 'T' || letter == '-' || letter == '.';
 }
 
-// What rotation appended to a log's name.
-struct Rotation {
-    std::string path;
-    // The number or the date, without the sign before it.
-    std::string mark;
-    bool is_packed;
-
-    // Dates have more digits than any number of a file that is kept.
-    bool IsNumber() const {
-        return mark.size() < 8 && std::all_of(mark.begin(), mark.end(), IsDigit);
-    }
-
-    // Orders the oldest first: dates as they are, before numbers, the highest of which is
-    // the oldest; and packed files behind their originals.
-    bool operator<(Rotation const& other) const {
-        if (IsNumber() != other.IsNumber()) {
-            return other.IsNumber();
-        }
-        if (IsNumber() && mark.size() != other.mark.size()) {
-            return mark.size() > other.mark.size();
-        }
-        if (mark != other.mark) {
-            return IsNumber() ? mark > other.mark : mark < other.mark;
-        }
-        return std::tie(is_packed, path) < std::tie(other.is_packed, other.path);
-    }
-};
-
-// Returns where the mark begins that rotation appended to a name, with the sign before
-// it; the name's length if there is none.
+// Returns where the sign before the mark stands that rotation appended to an uncompressed
+// name; the name's length if there is no mark.
 std::size_t FindMark(std::string const& name) {
-    std::size_t const end = WithoutPacking(name).size();
-    std::size_t begin = end;
-    for (std::size_t i = end; i > 0 && IsMarkCharacter(name[i - 1]); --i) {
+    std::size_t found = name.size();
+    for (std::size_t i = name.size(); i > 0 && IsMarkCharacter(name[i - 1]); --i) {
         bool const is_sign = name[i - 1] == '.' || name[i - 1] == '-';
-        if (is_sign && i > 1 && i < end && IsDigit(name[i])) {
-            begin = i - 1;
+        if (is_sign && i > 1 && i < name.size() && tools::IsDigit(name[i])) {
+            found = i - 1;
         }
         if (name[i - 1] == '.') {
             break;
         }
     }
-    return begin == end ? name.size() : begin;
+    return found;
+}
+
+// Returns whether the mark is a number. A date has more digits than the number of any
+// file that is kept.
+bool IsNumber(std::string const& mark) {
+    return mark.size() < 8 && std::all_of(mark.begin(), mark.end(), tools::IsDigit);
+}
+
+// Returns whether the file `a` is older than `b`. Dates are older than numbers. Of two
+// dates the earlier one is older, of two numbers the higher one. If the marks are equal,
+// the uncompressed file comes first.
+bool IsOlder(LogName const& a, LogName const& b) {
+    bool const is_number = IsNumber(a.mark);
+    if (is_number != IsNumber(b.mark)) {
+        return !is_number;
+    }
+    if (is_number && a.mark.size() != b.mark.size()) {
+        return a.mark.size() > b.mark.size();
+    }
+    if (a.mark != b.mark) {
+        return is_number ? a.mark > b.mark : a.mark < b.mark;
+    }
+    bool const a_is_compressed = a.compression != nullptr;
+    bool const b_is_compressed = b.compression != nullptr;
+    return std::tie(a_is_compressed, a.path) < std::tie(b_is_compressed, b.path);
 }
 
 // Returns the entries of a directory; none if it cannot be read.
@@ -105,16 +81,23 @@ std::vector<fs::path> EntriesOf(fs::path const& directory) {
 
 }  // namespace
 
+LogName ParseLogName(std::string const& path) {
+    Compression const* const compression = CompressionOfName(path);
+    std::string const name = WithoutSuffix(fs::path(path).filename(), compression);
+    std::size_t const sign = FindMark(name);
+    fs::path const original = fs::path(path).parent_path() / name.substr(0, sign);
+    return {path, original.lexically_normal(),
+            name.substr(std::min(sign + 1, name.size())), compression};
+}
+
 std::vector<std::string> RotatedFiles(std::string const& log) {
     fs::path const path = log;
     fs::path const directory = path.has_parent_path() ? path.parent_path() : ".";
     std::string const log_name = path.filename();
     std::vector<std::string> files;
     for (fs::path const& entry : EntriesOf(directory)) {
-        std::string const name = entry.filename();
-        std::size_t const mark = FindMark(name);
-        if (mark == log_name.size() && mark < name.size() &&
-            name.compare(0, mark, log_name) == 0) {
+        LogName const name = ParseLogName(entry.filename());
+        if (name.original == log_name && !name.mark.empty()) {
             files.push_back(path.has_parent_path() ? entry : entry.filename());
         }
     }
@@ -122,37 +105,22 @@ std::vector<std::string> RotatedFiles(std::string const& log) {
 }
 
 std::vector<std::string> OldestFirst(std::vector<std::string> const& files) {
-    std::vector<Rotation> rotations;
+    std::vector<LogName> names;
+    names.reserve(files.size());
     for (std::string const& file : files) {
-        std::string const name = fs::path(file).filename();
-        std::string const unpacked = WithoutPacking(name);
-        std::size_t const mark = std::min(FindMark(name) + 1, unpacked.size());
-        rotations.push_back({file, unpacked.substr(mark), unpacked != name});
+        names.push_back(ParseLogName(file));
     }
-    std::sort(rotations.begin(), rotations.end());
+    std::sort(names.begin(), names.end(), IsOlder);
     std::vector<std::string> ordered;
-    for (std::size_t i = 0; i < rotations.size(); ++i) {
-        bool const is_copy =
-            i > 0 && rotations[i].is_packed &&
-            WithoutPacking(rotations[i].path) == WithoutPacking(rotations[i - 1].path);
-        if (!is_copy) {
-            ordered.push_back(rotations[i].path);
+    std::string previous;
+    for (LogName const& name : names) {
+        std::string const uncompressed = WithoutSuffix(name.path, name.compression);
+        if (ordered.empty() || name.compression == nullptr || uncompressed != previous) {
+            ordered.push_back(name.path);
         }
+        previous = uncompressed;
     }
     return ordered;
-}
-
-std::string OriginalName(std::string const& path) {
-    std::string const name = fs::path(path).filename();
-    std::size_t const mark = FindMark(name);
-    std::string const original =
-        mark < name.size() ? name.substr(0, mark) : WithoutPacking(name);
-    return (fs::path(path).parent_path() / original).lexically_normal();
-}
-
-bool IsRotated(std::string const& path) {
-    std::string const name = fs::path(path).filename();
-    return FindMark(name) < name.size();
 }
 
 std::vector<std::string> FindLogs(std::string const& home) {
@@ -167,20 +135,4 @@ std::vector<std::string> FindLogs(std::string const& home) {
     return logs;
 }
 
-std::string UnpackingCommand(std::string const& path) {
-    for (Packing const& packing : kPackings) {
-        if (ends_with(path, packing.suffix)) {
-            return packing.command;
-        }
-    }
-    return "";
-}
-
-std::string UnpackingCommandFor(std::string const& content) {
-    for (Packing const& packing : kPackings) {
-        if (content.rfind(packing.beginning, 0) == 0) {
-            return packing.command;
-        }
-    }
-    return "";
-}
+}  // namespace launchlog_report

@@ -4,7 +4,13 @@
 #include <cstddef>
 #include <string_view>
 
+#include "tools/common/text.h"
+
+namespace launchlog_report {
 namespace {
+
+using tools::BeginsWith;
+using tools::IsDigit;
 
 constexpr std::string_view kTag = "[LAUNCHER  ] ";
 constexpr std::string_view kServiceTag = "[SERVICE   ] ";
@@ -17,19 +23,12 @@ constexpr std::string_view kIsEmpty = " is empty";
 constexpr std::string_view kNamelessItem = "There is an item has no name.";
 constexpr std::string_view kUnreadableList = "Error while parsing saved json string.";
 
-bool IsDigit(char letter) {
-    return letter >= '0' && letter <= '9';
-}
-
 bool EndsWith(std::string_view text, std::string_view end) {
     return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
 }
 
-bool BeginsWith(std::string_view text, std::string_view beginning) {
-    return text.substr(0, beginning.size()) == beginning;
-}
-
-// Takes a whole number of at most 18 digits off the beginning of `text`.
+// Takes a whole number of at most 18 digits off the beginning of `text`. Returns
+// std::nullopt if there is none.
 std::optional<long long> TakeNumber(std::string_view& text) {
     std::size_t const sign = BeginsWith(text, "-") ? 1 : 0;
     std::size_t end = sign;
@@ -45,8 +44,8 @@ std::optional<long long> TakeNumber(std::string_view& text) {
     return sign == 1 ? -value : value;
 }
 
-// Cuts the process id off the end of `text`, which is then a name; returns false if there
-// is none after a name.
+// Cuts the process id off the end of `text`, so that the name is left. Returns false if
+// there is no name with a process id after it.
 bool CutProcessId(std::string_view& text, std::string_view& id) {
     std::size_t begin = text.size();
     while (begin > 0 && IsDigit(text[begin - 1])) {
@@ -88,7 +87,8 @@ bool ReadEnd(std::string_view message, std::size_t place, LogEvent& event) {
     return true;
 }
 
-// Reads an end wherever its words are in the message; the last that make one count.
+// Reads an end, wherever its words are in the message. If there are several, the last
+// counts.
 bool FindEnd(std::string_view message, LogEvent& event) {
     std::size_t place = message.rfind(kKilled);
     while (place != std::string_view::npos) {
@@ -100,7 +100,7 @@ bool FindEnd(std::string_view message, LogEvent& event) {
     return false;
 }
 
-// Reads a message that is nothing but `beginning` and a name.
+// Reads a message of this beginning and a name.
 bool ReadName(std::string_view message, std::string_view beginning, LogEventKind kind,
               LogEvent& event) {
     if (!BeginsWith(message, beginning)) {
@@ -134,7 +134,8 @@ void ReadMessage(std::string_view message, LogEvent& event) {
     }
 }
 
-// Returns the number that ends what stands before the message.
+// Returns the number at the end of what stands before the message; an empty string if
+// there is none.
 std::string ProcessId(std::string_view head) {
     while (!head.empty() && head.back() == ' ') {
         head.remove_suffix(1);
@@ -165,3 +166,5 @@ std::optional<LogEvent> ParseLogLine(std::string const& line) {
     event.time = ParseTimeStamp(line);
     return event;
 }
+
+}  // namespace launchlog_report

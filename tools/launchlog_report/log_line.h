@@ -4,8 +4,8 @@
 //                "ret = 187, status = 768")
 //       -> an end of "ticker", whose process was "187", logged by "181"
 //
-// The message is found by its text wherever it stands in the line, so that the lines of
-// any logging library are read.
+// The message is found by its text, wherever it stands in the line. So the lines of any
+// logging library can be read.
 
 #ifndef TOOLS_LAUNCHLOG_REPORT_LOG_LINE_H
 #define TOOLS_LAUNCHLOG_REPORT_LOG_LINE_H
@@ -15,32 +15,36 @@
 
 #include "tools/launchlog_report/time_stamp.h"
 
+namespace launchlog_report {
+
 enum class LogEventKind {
     Other,           // a line of a launcher's log, but of no interest
     Start,           // an item is about to be started, at level DEBUG
     End,             // a program ended
     FailedFork,      // an item was given up, or a link of a chain met the process limit
-    NoProgram,       // a child has found that its item has no program
-    NamelessItem,    // the launcher has skipped an item
+    NoProgram,       // a child found that its item has no program
+    NamelessItem,    // the launcher skipped an item
     UnreadableList,  // the launcher could not read its list, or start an item of it
 };
 
 struct LogEvent {
     LogEventKind kind = LogEventKind::Other;
-    // The item's name as it is in the line; empty if the line is about no item.
+    // The item's name as it stands in the line; empty if the line is about no item.
     std::string name = {};
     // For an end: the process that ended, what waitpid returned, and the raw status.
     std::string child = {};
     long long ret = 0;
     long long status = 0;
     std::optional<Time> time = {};
-    // The id of the process that logged the line, if it stands just before the message,
-    // else empty. That is the launcher, but for lines of its forked children.
+    // The id of the process that logged the line: the launcher, or a child that it
+    // forked. Empty if it does not stand just before the message.
     std::string process = {};
 };
 
-// Returns what the line says, nothing if it is not a line of a launcher's log. A name may
-// hold anything, the text of a message included; the last numbers of the line count.
+// Returns what the line says; std::nullopt if it is not a line of a launcher's log. A
+// name may hold anything, even the text of a message: the last numbers of the line count.
 std::optional<LogEvent> ParseLogLine(std::string const& line);
+
+}  // namespace launchlog_report
 
 #endif

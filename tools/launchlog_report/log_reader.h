@@ -1,4 +1,4 @@
-// Reading the bytes of a log, and making lines of them.
+// Reading files that nobody writes to.
 
 #ifndef TOOLS_LAUNCHLOG_REPORT_LOG_READER_H
 #define TOOLS_LAUNCHLOG_REPORT_LOG_READER_H
@@ -11,47 +11,37 @@
 #include <string>
 #include <utility>
 
-// Takes one line, without its line feed, and whether only its beginning.
-using LineTaker = std::function<void(std::string const& line, bool is_cut)>;
+#include "tools/launchlog_report/line_splitter.h"
 
-// Takes some bytes; returns false to end the reading.
+namespace launchlog_report {
+
+// Takes some bytes. Returns false to end the reading.
 using ByteTaker = std::function<bool(char const* bytes, std::size_t size)>;
 
-// Files that have been read, so that a file with two names is read once.
-using ReadFiles = std::set<std::pair<dev_t, ino_t>>;
-
-// Makes lines of pieces of text.
-class LineSplitter {
+// The files that have been read, so that a file with two names is read once.
+class ReadFiles {
   public:
-    explicit LineSplitter(LineTaker taker) : take(std::move(taker)) {}
-
-    // Hands on the lines that end in these bytes. What is behind the first million bytes
-    // of a line is dropped.
-    void Add(char const* bytes, std::size_t size);
-
-    // Hands on the beginning of a line that will not end.
-    void Finish();
+    // Adds an open file. Returns false if it has been added before. Only regular files
+    // are remembered: others do not give the same bytes again.
+    bool Add(int file);
 
   private:
-    void HandOn();
-
-    LineTaker take;
-    std::string line;
-    bool is_cut = false;
+    std::set<std::pair<dev_t, ino_t>> files;
 };
 
-// Returns why the open file cannot be read, in words; an empty string if it can, or if it
-// is in `read_files`, which sets `is_known`. A file that is not in there is added.
-std::string Examine(int file, ReadFiles& read_files, bool& is_known);
+// Returns why the open file cannot be a log, in words; an empty string if it can.
+std::string WhyNotALog(int file);
 
-// Reads a file that nobody writes to, unpacking it by the command that its name asks for;
-// "-" is the standard input. Returns what went wrong, in words; an empty string if all
-// was read, or as much as `take` wanted.
+// Reads a file from its beginning to its end, and decompresses it if its name says that
+// it is compressed; "-" is the standard input. Returns what went wrong, in words; an
+// empty string if `take` got all that it wanted.
 std::string ReadBytes(std::string const& path, ByteTaker const& take);
 
-// The same by lines. A file that is in `read_files` is skipped, and one that is not is
-// added.
+// Reads a file as ReadBytes does, by lines, and adds it to `read_files`. Skips it if it
+// is there already.
 std::string ReadLines(std::string const& path, LineTaker const& take,
                       ReadFiles& read_files);
+
+}  // namespace launchlog_report
 
 #endif

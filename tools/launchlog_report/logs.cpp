@@ -3,39 +3,23 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <optional>
-#include <string_view>
-#include <utility>
 
+#include "tools/launchlog_report/compression.h"
 #include "tools/launchlog_report/log_files.h"
-#include "tools/launchlog_report/time_stamp.h"
+#include "tools/launchlog_report/time_order.h"
 
+namespace launchlog_report {
 namespace {
 
-// How much of a file is looked at for a time.
-constexpr std::size_t kBeginning = 65536;
-// How much of a file tells whether it is packed.
-constexpr std::size_t kLongestBeginning = 16;
+// How much of the first line tells whether a file is compressed.
+constexpr std::size_t kBeginning = 16;
 
-// Returns the time of the first of the launcher's lines that has one.
-std::optional<Time> FirstTime(std::string const& path) {
-    std::optional<Time> time;
-    std::size_t looked_at = 0;
-    LineSplitter lines([&time](std::string const& line, bool /*is_cut*/) {
-        std::optional<LogEvent> const event = time ? std::nullopt : ParseLogLine(line);
-        time = event ? event->time : time;
-    });
-    ReadBytes(path, [&](char const* bytes, std::size_t size) {
-        lines.Add(bytes, size);
-        looked_at += size;
-        return !time && looked_at < kBeginning;
-    });
-    lines.Finish();
-    return time;
+bool IsIn(std::vector<std::string> const& files, std::string const& file) {
+    return std::find(files.begin(), files.end(), file) != files.end();
 }
 
-bool IsAlreadyIn(std::vector<std::string> const& files, std::string const& file) {
-    return std::find(files.begin(), files.end(), file) != files.end();
+bool IsMissing(std::string const& path) {
+    return access(path.c_str(), F_OK) != 0;
 }
 
 // newsyslog begins a new file with a line of its own.
@@ -44,120 +28,107 @@ bool IsOfRotation(std::string const& line) {
            line.find("]: logfile turned over") != std::string::npos;
 }
 
+std::string ProblemLine(std::string const& path, std::string const& problem) {
+    return (path == "-" ? "the standard input" : path) + ": " + problem;
+}
+
 }  // namespace
 
-std::vector<std::string> InOrderOfTimes(std::vector<std::string> const& files) {
-    if (files.size() < 2) {
-        return files;
-    }
-    std::vector<std::pair<std::optional<Time>, std::string>> by_time;
-    std::optional<Time> before;
-    for (std::string const& file : files) {
-        std::optional<Time> const time = FirstTime(file);
-        before = time ? time : before;
-        by_time.emplace_back(before, file);
-    }
-    std::stable_sort(by_time.begin(), by_time.end(),
-                     [](auto const& a, auto const& b) { return a.first < b.first; });
-    std::vector<std::string> ordered;
-    for (auto const& [time, file] : by_time) {
-        ordered.push_back(file);
-    }
-    return ordered;
-}
-
-std::vector<Logs::Family> Logs::Group(std::vector<std::string> const& paths) {
-    std::vector<Family> families;
-    for (std::string const& path : paths) {
-        bool const is_log =
-            path == "-" || (!IsRotated(path) && UnpackingCommand(path).empty());
-        std::string const original = is_log ? path : OriginalName(path);
-        auto family = std::find_if(
-            families.begin(), families.end(),
-            [&original](Family const& it) { return it.original == original; });
-        if (family == families.end()) {
-            family = families.insert(families.end(), Family());
-            family->original = original;
-        }
-        if (is_log) {
-            family->has_original = true;
-        } else if (!IsAlreadyIn(family->rotated, path)) {
-            family->rotated.push_back(path);
-        }
-    }
-    return families;
-}
-
 void Logs::Read(std::vector<std::string> const& paths, bool follow) {
-    std::size_t log = 0;
-    for (Family const& family : Group(paths)) {
-        ReadFamily(family, log, follow);
-        ++log;
+    Group(paths);
+    std::size_t number = 0;
+    for (Log& log : logs) {
+        ReadLog(log, number, follow);
+        ++number;
     }
 }
 
-void Logs::ReadFamily(Family const& family, std::size_t log, bool follow) {
-    if (family.original == "-") {
-        ReadFile("-", log);
+// Groups the files by the logs that they belong to.
+void Logs::Group(std::vector<std::string> const& paths) {
+    for (std::string const& path : paths) {
+        LogName const name = ParseLogName(path);
+        if (path == "-" || name.IsOriginal()) {
+            FindLog(path).is_named = true;
+        } else if (Log& log = FindLog(name.original); !IsIn(log.rotated, path)) {
+            log.rotated.push_back(path);
+        }
+    }
+}
+
+// Returns the log with this path, which is added if it is new.
+Logs::Log& Logs::FindLog(std::string const& path) {
+    auto const log = std::find_if(logs.begin(), logs.end(),
+                                  [&path](Log const& it) { return it.path == path; });
+    if (log != logs.end()) {
+        return *log;
+    }
+    logs.emplace_back().path = path;
+    return logs.back();
+}
+
+void Logs::ReadLog(Log& log, std::size_t number, bool follow) {
+    if (log.path == "-") {
+        ReadFile("-", log, number);
         return;
     }
-    if (!family.has_original) {
-        for (std::string const& file : InOrderOfTimes(OldestFirst(family.rotated))) {
-            ReadFile(file, log);
-        }
+    if (!log.is_named) {
+        ReadRotated(log, number);
         return;
     }
     // Opened first, so that nothing is missed if it is rotated just now.
-    LineCounts& counts = live_counts.emplace_back();
-    LiveLog& live = live_logs.emplace_back(family.original, CountingTaker(counts, log));
-    std::string const problem = live.Open(read_files);
+    LiveLog& live = log.live.emplace(log.path, CountingTaker(log.counts, number));
+    live.Open(read_files);
     if (follow) {
         live.NoteRotatedFiles();
     }
-    std::vector<std::string> rotated = RotatedFiles(family.original);
-    for (std::string const& file : family.rotated) {
-        if (!IsAlreadyIn(rotated, file)) {
-            rotated.push_back(file);
+    for (std::string const& file : RotatedFiles(log.path)) {
+        if (!IsIn(log.rotated, file)) {
+            log.rotated.push_back(file);
         }
     }
-    for (std::string const& file : InOrderOfTimes(OldestFirst(rotated))) {
-        ReadFile(file, log);
-    }
+    ReadRotated(log, number);
     // Just after a rotation there is no log until the next line.
-    bool const may_be_missing = follow || !rotated.empty();
-    if (!(may_be_missing && access(family.original.c_str(), F_OK) != 0)) {
-        Complain(family.original, problem);
-    }
-    ReadLive(live, family.original, counts, follow);
-}
-
-void Logs::ReadFile(std::string const& path, std::size_t log) {
-    LineCounts counts;
-    std::string const problem = ReadLines(path, CountingTaker(counts, log), read_files);
-    Complain(path, problem.empty() ? WhyNoLog(counts) : problem);
-}
-
-void Logs::ReadLive(LiveLog& live, std::string const& path, LineCounts& counts,
-                    bool follow) {
+    log.may_be_missing = follow || !log.rotated.empty();
     live.Read();
     if (!follow) {
         live.Finish();
     }
-    Complain(path, WhyNoLog(counts), &counts);
+    log.no_log = WhyNoLog(log.counts);
 }
 
-void Logs::ReadOn() {
-    for (LiveLog& log : live_logs) {
-        log.Read();
+void Logs::ReadRotated(Log& log, std::size_t number) {
+    for (std::string const& file : InOrderOfTimes(OldestFirst(log.rotated))) {
+        ReadFile(file, log, number);
     }
 }
 
-LineTaker Logs::CountingTaker(LineCounts& counts, std::size_t log) {
-    return [this, &counts, log](std::string const& line, bool is_cut) {
+void Logs::ReadFile(std::string const& path, Log& log, std::size_t number) {
+    LineCounts counts;
+    std::string problem = ReadLines(path, CountingTaker(counts, number), read_files);
+    if (problem.empty()) {
+        problem = WhyNoLog(counts);
+    }
+    if (!problem.empty()) {
+        log.problems.push_back(ProblemLine(path, problem));
+    }
+}
+
+void Logs::ReadOn() {
+    for (Log& log : logs) {
+        if (log.live) {
+            log.live->Read();
+        }
+    }
+}
+
+// Returns a taker that counts the lines and passes on those of launchers.
+LineTaker Logs::CountingTaker(LineCounts& counts, std::size_t number) {
+    return [this, &counts, number](std::string const& line, bool is_cut) {
         std::optional<LogEvent> const event = ParseLogLine(line);
         if (!line.empty() && !IsOfRotation(line)) {
-            counts.first =
-                counts.all == 0 ? line.substr(0, kLongestBeginning) : counts.first;
+            if (counts.all == 0) {
+                counts.beginning = line.substr(0, kBeginning);
+            }
             ++counts.all;
         }
         if (event) {
@@ -166,35 +137,40 @@ LineTaker Logs::CountingTaker(LineCounts& counts, std::size_t log) {
         if (is_cut) {
             ++cut_lines;
         } else if (event) {
-            take(*event, log);
+            take(*event, number);
         }
     };
 }
 
-// Without a problem there is nothing to complain about.
-void Logs::Complain(std::string const& path, std::string const& problem,
-                    LineCounts const* counts) {
-    std::string const name = path == "-" ? "the standard input" : path;
-    if (!problem.empty()) {
-        problems.push_back({name + ": " + problem, counts});
-    }
-}
-
-// Returns an empty string if it is one, or has no line yet.
+// Returns why a file with these lines is no log; an empty string if it is one, or has no
+// line yet.
 std::string Logs::WhyNoLog(LineCounts const& counts) {
     if (counts.all == 0 || counts.of_launchers > 0) {
         return "";
     }
-    std::string const command = UnpackingCommandFor(counts.first);
-    return "no line of it is a line of a launcher's log" +
-           (command.empty() ? "" : "; it is packed: use " + command);
+    Compression const* const compression = CompressionOfContent(counts.beginning);
+    return std::string("no line of it is a line of a launcher's log") +
+           (compression == nullptr
+                ? ""
+                : std::string("; it is compressed: use ") + compression->command);
+}
+
+// Returns why the log itself cannot be read now; an empty string if it can.
+std::string Logs::LiveProblem(Log const& log) {
+    if (!log.live->Problem().empty()) {
+        bool const is_waited_for = log.may_be_missing && IsMissing(log.path);
+        return is_waited_for ? "" : log.live->Problem();
+    }
+    return log.counts.of_launchers > 0 ? "" : log.no_log;
 }
 
 std::vector<std::string> Logs::Problems() const {
     std::vector<std::string> lines;
-    for (Problem const& problem : problems) {
-        if (problem.counts == nullptr || problem.counts->of_launchers == 0) {
-            lines.push_back(problem.text);
+    for (Log const& log : logs) {
+        lines.insert(lines.end(), log.problems.begin(), log.problems.end());
+        std::string const problem = log.live ? LiveProblem(log) : "";
+        if (!problem.empty()) {
+            lines.push_back(ProblemLine(log.path, problem));
         }
     }
     return lines;
@@ -202,10 +178,12 @@ std::vector<std::string> Logs::Problems() const {
 
 std::vector<std::string> Logs::MissingLogs() const {
     std::vector<std::string> lines;
-    for (LiveLog const& log : live_logs) {
-        if (log.IsMissing()) {
-            lines.push_back(log.Path() + ": not there yet");
+    for (Log const& log : logs) {
+        if (log.live && log.live->IsMissing()) {
+            lines.push_back(log.path + ": not there yet");
         }
     }
     return lines;
 }
+
+}  // namespace launchlog_report

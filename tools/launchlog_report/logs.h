@@ -9,80 +9,85 @@
 #include <cstddef>
 #include <functional>
 #include <list>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "tools/launchlog_report/line_splitter.h"
 #include "tools/launchlog_report/live_log.h"
 #include "tools/launchlog_report/log_line.h"
 #include "tools/launchlog_report/log_reader.h"
 
+namespace launchlog_report {
+
 class Logs {
   public:
-    // Takes what a line says, and the number of the log that it is in. The rotated files
-    // of a log have its number.
+    // Takes what a line says, and the number of its log. The rotated files of a log have
+    // the number of the log.
     using Taker = std::function<void(LogEvent const& event, std::size_t log)>;
 
     explicit Logs(Taker taker) : take(std::move(taker)) {}
 
-    // Reads the files. Those that rotation made of one log are read in the order of the
-    // times in them, and the log itself last. With `follow` a log need not be there yet,
-    // and its last line need not be complete.
+    // Reads the files: of each log first the rotated files, in the order of the times in
+    // them, then the log itself. With `follow` a log may be missing, and its last line
+    // may be incomplete. Call it once.
     void Read(std::vector<std::string> const& paths, bool follow);
 
-    // Passes on what has been written to the logs since.
+    // Passes on what was written to the logs since the last call.
     void ReadOn();
 
-    // Lines of which only the beginning was read; they are not passed on.
+    // Returns the number of lines that were too long. They are not passed on.
     long long CutLines() const { return cut_lines; }
 
-    // What could not be read and why, a line each: "launcher.log: Permission denied".
-    // That a log has no line of a launcher is left out as soon as one has come.
+    // Returns what cannot be read and why, a line each: "launcher.log: Permission
+    // denied". When a log can be read after all, or has its first launcher's line, its
+    // problem is over.
     std::vector<std::string> Problems() const;
 
-    // The logs that are waited for, a line each: "launcher.log: not there yet".
+    // Returns the logs that are waited for, a line each: "launcher.log: not there yet".
     std::vector<std::string> MissingLogs() const;
 
   private:
-    // A log and what rotation made of it.
-    struct Family {
-        std::string original;
-        std::vector<std::string> rotated;
-        bool has_original = false;
-    };
     struct LineCounts {
         long long all = 0;
         long long of_launchers = 0;
         // The beginning of the first line.
-        std::string first;
+        std::string beginning;
+    };
+    // A log with its rotated files.
+    struct Log {
+        // The path of the log itself, whether it was named or not.
+        std::string path;
+        bool is_named = false;
+        // The rotated files that were named.
+        std::vector<std::string> rotated;
+        // Why rotated files cannot be read.
+        std::vector<std::string> problems;
+        // The log itself, if it was named and is a file.
+        std::optional<LiveLog> live;
+        LineCounts counts;
+        bool may_be_missing = false;
+        // Why it is no log, by the lines that it had at first.
+        std::string no_log;
     };
 
-    struct Problem {
-        std::string text;
-        // Of the log that it is over for with a launcher's line; null if it stays.
-        LineCounts const* counts = nullptr;
-    };
-
-    static std::vector<Family> Group(std::vector<std::string> const& paths);
-    void ReadFamily(Family const& family, std::size_t log, bool follow);
-    void ReadFile(std::string const& path, std::size_t log);
-    void ReadLive(LiveLog& live, std::string const& path, LineCounts& counts,
-                  bool follow);
-    LineTaker CountingTaker(LineCounts& counts, std::size_t log);
-    void Complain(std::string const& path, std::string const& problem,
-                  LineCounts const* counts = nullptr);
+    void Group(std::vector<std::string> const& paths);
+    Log& FindLog(std::string const& path);
+    void ReadLog(Log& log, std::size_t number, bool follow);
+    void ReadRotated(Log& log, std::size_t number);
+    void ReadFile(std::string const& path, Log& log, std::size_t number);
+    LineTaker CountingTaker(LineCounts& counts, std::size_t number);
     static std::string WhyNoLog(LineCounts const& counts);
+    static std::string LiveProblem(Log const& log);
 
     Taker take;
     ReadFiles read_files;
-    // Each with the counts that its lines add to.
-    std::list<LineCounts> live_counts;
-    std::list<LiveLog> live_logs;
-    std::vector<Problem> problems;
+    // In the order of their numbers. A list, because LiveLogs refer to their counts.
+    std::list<Log> logs;
     long long cut_lines = 0;
 };
 
-// Returns rotated files in the order of the first times in them. A file that tells no
-// time stays after the one before it.
-std::vector<std::string> InOrderOfTimes(std::vector<std::string> const& files);
+}  // namespace launchlog_report
 
 #endif

@@ -1,9 +1,6 @@
 // launchlog-report: says what restarts, how often and why, from the log of a launcher.
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <clocale>
 #include <cstdio>
 #include <optional>
 #include <string>
@@ -26,26 +23,13 @@
 // This program has no log of its own.
 ILog* logger = nullptr;
 
+namespace launchlog_report {
 namespace {
 
 char const* const kProgram = "launchlog-report";
 
-bool Print(std::string const& text) {
-    tools::Write(text);
-    return tools::FinishOutput(kProgram);
-}
-
 void Complain(std::string const& problem) {
     std::fprintf(stderr, "%s: %s\n", kProgram, tools::Printable(problem).c_str());
-}
-
-// The widths of characters are those of UTF-8, whatever the user's locale.
-void KnowCharacterWidths() {
-    for (char const* const name : {"C.UTF-8", "en_US.UTF-8", "UTF-8"}) {
-        if (std::setlocale(LC_CTYPE, name) != nullptr) {
-            return;
-        }
-    }
 }
 
 Time CurrentTime(Options const& options) {
@@ -61,7 +45,7 @@ Report MakeReport(Options const& options, Summary& summary, Logs const& logs) {
 }
 
 bool FollowLogs(Options const& options, Summary& summary, Logs& logs) {
-    bool const on_screen = !options.json && isatty(STDOUT_FILENO) != 0;
+    bool const on_screen = !options.json && IsOnTerminal();
     auto const make = [&](Space const& space) {
         logs.ReadOn();
         Report report = MakeReport(options, summary, logs);
@@ -82,17 +66,16 @@ bool HasMarkedItem(Report const& report) {
                        [](Row const& row) { return row.IsMarked(); });
 }
 
-// Says whether nothing is known because something could not be read.
+// Returns whether the report is empty because something could not be read.
 bool IsUnreadable(Report const& report, Logs const& logs) {
     return report.items.empty() && report.launchers.empty() && !logs.Problems().empty();
 }
 
-// Reads the logs and reports; returns the exit code.
-int Run(Options const& options, std::vector<std::string> const& paths) {
-    Summary summary;
-    Logs logs([&](LogEvent const& event, std::size_t log) {
-        summary.Add(event, CurrentTime(options), log);
-    });
+// Reads the logs and prints the report. Returns the exit code.
+int ReportOn(std::vector<std::string> const& paths, Options const& options) {
+    Summary summary(CurrentTime(options));
+    Logs logs(
+        [&summary](LogEvent const& event, std::size_t log) { summary.Add(event, log); });
     logs.Read(paths, options.follow);
     for (std::string const& problem : logs.Problems()) {
         Complain(problem);
@@ -103,16 +86,15 @@ int Run(Options const& options, std::vector<std::string> const& paths) {
     Report const report = MakeReport(options, summary, logs);
     Space const space = {TerminalSize().columns, std::nullopt};
     std::string const table = IsUnreadable(report, logs) ? "" : ToTable(report, space);
-    if (!Print(options.json ? ToJson(report) : table)) {
+    tools::Write(options.json ? ToJson(report) : table);
+    if (!tools::FinishOutput(kProgram)) {
         return 1;
     }
     int const code = logs.Problems().empty() ? 0 : 1;
     return options.fail_if_marked && HasMarkedItem(report) ? 3 : code;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int Main(int argc, char** argv) {
     Options const options = ReadOptions(argc, argv);
     std::optional<int> const code =
         tools::AnswerForTool(options.line, kProgram, HelpText());
@@ -126,6 +108,13 @@ int main(int argc, char** argv) {
                  "/Library/Logs; name one");
         return 1;
     }
-    KnowCharacterWidths();
-    return Run(options, paths);
+    SetCharacterWidths();
+    return ReportOn(paths, options);
+}
+
+}  // namespace
+}  // namespace launchlog_report
+
+int main(int argc, char** argv) {
+    return launchlog_report::Main(argc, argv);
 }

@@ -2,28 +2,29 @@
 
 #include <algorithm>
 
+namespace launchlog_report {
 namespace {
 
 char const* const kHelp = R"(launchlog-report [OPTION...] [LOG...]
 
-Reads launcher logs, their rotated and packed files included, and prints a line for each
-item: how often its program was started again, altogether and in the last minute, when it
-ended first and last, and how. Marked with "!", and first, are items with more than ten
-restarts in the last minute, and those whose last status begins with a state: a chain of
-processes, given up, no program. Below that is what launchers said about themselves.
-Without a LOG it reads those of the user, ~/Library/Logs/*/voplog/launcher.log; "-" is the
-standard input.
+Reads launcher logs and their rotated files, compressed ones too. Prints a line for each
+item: how often its program was started again, in all and in the last minute, when it
+first and last ended, and how it last ended. "!" marks an item with more than ten restarts
+in the last minute, or in a state that needs you: a chain of processes, given up, no
+program. Marked items come first. Below the table are messages of launchers about
+themselves. Without a LOG it reads the user's own, ~/Library/Logs/*/voplog/launcher.log;
+"-" is the standard input.
 
   --follow          print the report again whenever it changes, until Ctrl-C
   --json            print one JSON document on one line instead of a table, for machines
-  --sort KEY        order items by name, restarts, per-minute, first-end or last-end;
-                    the order of a table is "marked", the order of JSON "name"
-  --fail-if-marked  end with exit code 3 if an item is marked, for monitoring
-  --now TIME        take TIME for now, like 2026-11-21T12:00:00Z, for logs of the past
+  --sort KEY        sort items by marked (as a table without this), name (as JSON without
+                    this), restarts, per-minute, first-end or last-end
+  --fail-if-marked  exit with 3 if an item is marked, for monitoring
+  --now TIME        use TIME as the current time, like 2026-11-21T12:00:00Z, for old logs
   --help            print this
   --version         print the version
 
-Exit code: 0 if all was read, 1 if not, 2 if the command line is wrong, 3 if an item is
+Exit status: 0 if all was read, 1 if not, 2 if the command line is wrong, 3 if an item is
 marked and --fail-if-marked was given.
 
 Examples:
@@ -41,7 +42,8 @@ A table looks like this:
   ! more than ten restarts in the last minute
 )";
 
-// Takes the values of --sort and --now over; returns what is wrong with them, in words.
+// Reads the values of --sort and --now. Returns what is wrong with them, in words; an
+// empty string if they are right.
 std::string ReadValues(Options& options) {
     tools::CommandLine const& line = options.line;
     if (line.Has("sort")) {
@@ -60,7 +62,8 @@ std::string ReadValues(Options& options) {
     return "";
 }
 
-// Returns why --follow does not go with the rest, in words.
+// Returns why --follow cannot be combined with the rest, in words; an empty string if it
+// can.
 std::string FindConflict(Options const& options) {
     if (!options.follow) {
         return "";
@@ -96,3 +99,5 @@ Options ReadOptions(int argc, char* const* argv) {
 std::string HelpText() {
     return kHelp;
 }
+
+}  // namespace launchlog_report

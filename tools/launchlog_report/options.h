@@ -11,21 +11,27 @@
 #include "tools/launchlog_report/order.h"
 #include "tools/launchlog_report/time_stamp.h"
 
+namespace launchlog_report {
+
 struct Options {
-    // As it was read. Its error also tells of values and options that do not fit.
+    // The command line as it was read. Its error also tells of wrong values, and of
+    // options that cannot be combined.
     tools::CommandLine line;
     bool follow = false;
     bool json = false;
     bool fail_if_marked = false;
     std::optional<SortKey> sort;
-    // Without a time, now is always now.
+    // The time to use as the current one; std::nullopt for that of the clock.
     std::optional<Time> now;
     std::vector<std::string> logs;
 };
 
+// Reads the arguments of main.
 Options ReadOptions(int argc, char* const* argv);
 
 // Returns the text of --help.
 std::string HelpText();
+
+}  // namespace launchlog_report
 
 #endif

@@ -4,7 +4,12 @@
 #include <cstddef>
 #include <string_view>
 
+#include "tools/common/text.h"
+
+namespace launchlog_report {
 namespace {
+
+using tools::IsDigit;
 
 struct KeyName {
     char const* name;
@@ -17,12 +22,7 @@ constexpr KeyName kKeyNames[] = {
     {"first-end", SortKey::FirstEnd}, {"last-end", SortKey::LastEnd},
 };
 
-bool IsDigit(char letter) {
-    return letter >= '0' && letter <= '9';
-}
-
-// Takes a run of digits off the beginning of `text`, and returns it without the zeros at
-// its beginning.
+// Takes the digits off the beginning of `text`. Returns them without leading zeros.
 std::string_view TakeDigits(std::string_view& text) {
     std::size_t end = 0;
     while (end < text.size() && IsDigit(text[end])) {
@@ -34,8 +34,8 @@ std::string_view TakeDigits(std::string_view& text) {
     return digits;
 }
 
-// Returns a number below, at or above 0 if the first text comes before the second, counts
-// the same or comes after it.
+// Returns a negative number if `a` comes before `b`, a positive one if it comes after
+// `b`, and 0 if they differ in leading zeros at most.
 int CompareNaturally(std::string_view a, std::string_view b) {
     while (!a.empty() && !b.empty()) {
         if (IsDigit(a.front()) && IsDigit(b.front())) {
@@ -60,7 +60,7 @@ int CompareNaturally(std::string_view a, std::string_view b) {
     return a.empty() ? (b.empty() ? 0 : -1) : 1;
 }
 
-// Returns what the rows are ordered by, the highest first.
+// Returns the value by which rows are sorted, the highest first.
 std::optional<long long> ValueOf(Row const& row, SortKey key) {
     switch (key) {
         case SortKey::Marked:
@@ -102,3 +102,5 @@ void Sort(std::vector<Row>& rows, SortKey key) {
         return value != other ? value > other : NaturallyLess(a.name, b.name);
     });
 }
+
+}  // namespace launchlog_report

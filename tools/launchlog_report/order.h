@@ -11,6 +11,8 @@
 
 #include "tools/launchlog_report/summary.h"
 
+namespace launchlog_report {
+
 enum class SortKey {
     Marked,  // the marked ones first
     Name,
@@ -20,15 +22,18 @@ enum class SortKey {
     LastEnd,    // the newest first
 };
 
-// Returns the key of this name: "marked", "name", "restarts", "per-minute", "first-end"
-// or "last-end"; std::nullopt if there is none.
+// Returns the key with this name: "marked", "name", "restarts", "per-minute", "first-end"
+// or "last-end"; std::nullopt if no key has it.
 std::optional<SortKey> ParseSortKey(std::string const& name);
 
-// Orders names as people count: runs of digits by their numbers, everything else by
-// bytes.
+// Returns whether `a` comes before `b` if digits are compared as numbers, and everything
+// else by bytes.
 bool NaturallyLess(std::string const& a, std::string const& b);
 
-// Orders rows by the key. Rows without a value come last, equal ones by their names.
+// Sorts rows by the key. Rows without a value come last, and equal ones are in the order
+// of their names.
 void Sort(std::vector<Row>& rows, SortKey key);
+
+}  // namespace launchlog_report
 
 #endif

@@ -2,10 +2,11 @@
 
 #include <algorithm>
 
+namespace launchlog_report {
 namespace {
 
-// The lines of a launcher about itself come while it starts; later ones are of another
-// launcher with the same process id.
+// A launcher logs lines about itself while it starts. Later ones are of another launcher
+// with the same process id.
 constexpr Time kLongestStart = 60'000;
 
 bool AreOfOneStart(LauncherLines const& lines, LogEvent const& event) {
@@ -14,12 +15,12 @@ bool AreOfOneStart(LauncherLines const& lines, LogEvent const& event) {
                                    *lines.last - *event.time <= kLongestStart));
 }
 
-// Adds what one more log says of the item. `spoke_last` says that no log has spoken of it
-// later.
-void AddHistory(Row& row, ItemHistory const& history, Time now, bool spoke_last) {
+// Adds what one more log says of the item. `is_last` says that this log had a line about
+// it last.
+void AddHistory(Row& row, ItemHistory const& history, bool is_last) {
     bool const is_later = row.ends == 0 || (row.last_end && history.LastEnd()
                                                 ? *history.LastEnd() > *row.last_end
-                                                : spoke_last);
+                                                : is_last);
     if (history.Ends() > 0 && is_later) {
         row.last_end = history.LastEnd();
         row.last_status = history.LastStatus();
@@ -30,7 +31,7 @@ void AddHistory(Row& row, ItemHistory const& history, Time now, bool spoke_last)
     }
     row.ends += history.Ends();
     row.restarts += history.Restarts();
-    if (std::optional<long long> const restarts = history.RestartsPerMinute(now)) {
+    if (std::optional<long long> const restarts = history.RestartsPerMinute()) {
         row.restarts_per_minute = row.restarts_per_minute.value_or(0) + *restarts;
     }
     row.given_up = row.given_up || history.IsGivenUp();
@@ -71,7 +72,7 @@ std::string DescribeLastStatus(Row const& row) {
     return text.empty() ? "-" : text;
 }
 
-void Summary::Add(LogEvent const& event, Time now, std::size_t log) {
+void Summary::Add(LogEvent const& event, std::size_t log) {
     switch (event.kind) {
         case LogEventKind::Other:
             return;
@@ -88,13 +89,13 @@ void Summary::Add(LogEvent const& event, Time now, std::size_t log) {
     }
     bool const is_launcher = IsLauncher(event, log);
     Item& item = items[event.name];
-    item.histories[log].Add(event, now, is_launcher);
+    item.histories.try_emplace(log, now).first->second.Add(event, is_launcher);
     item.last_log = log;
     item.last_line = event.time;
 }
 
-// Returns whether the process is known to be a launcher. A link of a chain has lines of
-// one item alone.
+// Returns whether the process is known to be a launcher: it logged lines about two items,
+// as no link of a chain does.
 bool Summary::IsLauncher(LogEvent const& event, std::size_t log) {
     if (event.process.empty() || event.kind == LogEventKind::NoProgram) {
         return false;
@@ -133,7 +134,8 @@ void Summary::AddLauncherLine(LogEvent const& event) {
     }
 }
 
-Report Summary::At(Time now) {
+Report Summary::At(Time time) {
+    now = time;
     Report report;
     report.now = now;
     report.launchers = launchers;
@@ -142,8 +144,8 @@ Report Summary::At(Time now) {
         row.name = name;
         row.last_line = item.last_line;
         for (auto& [log, history] : item.histories) {
-            history.ForgetBeforeTheLastMinute(now);
-            AddHistory(row, history, now, log == item.last_log);
+            history.SetNow(now);
+            AddHistory(row, history, log == item.last_log);
         }
         if (row.ends > 0 || row.IsMarked()) {
             report.items.push_back(row);
@@ -151,3 +153,5 @@ Report Summary::At(Time now) {
     }
     return report;
 }
+
+}  // namespace launchlog_report

@@ -1,7 +1,7 @@
 // What launcher logs say, added up.
 //
-//   Summary summary;
-//   summary.Add(event, now);          // for each line of a log
+//   Summary summary(now);
+//   summary.Add(event, 0);                     // for each line of log number 0
 //   Report const report = summary.At(now);
 
 #ifndef TOOLS_LAUNCHLOG_REPORT_SUMMARY_H
@@ -19,39 +19,43 @@
 #include "tools/launchlog_report/log_line.h"
 #include "tools/launchlog_report/wait_status.h"
 
-// One item, at a point in time. Of several logs with the item, the sums.
+namespace launchlog_report {
+
+// One item, at a point in time. If several logs have the item, their numbers are added.
 struct Row {
     std::string name;
+    // How often the program ended.
     long long ends = 0;
+    // Ends minus stops. A launcher's last end of an item counts as a stop if it was a
+    // SIGKILL.
     long long restarts = 0;
-    // The restarts of the last 60 seconds; std::nullopt if no log tells the time of its
-    // ends.
+    // The restarts of the last 60 seconds; std::nullopt if no end has a time.
     std::optional<long long> restarts_per_minute;
     std::optional<Time> first_end;
-    // The last end in its log; of several logs, the latest of these.
+    // The last end in the log; if there are several logs, the latest of these.
     std::optional<Time> last_end;
-    // Of the same end. Nothing if there was no end, or the launcher could not wait for
-    // it.
+    // The status of the same end; std::nullopt if there was no end, or if the launcher
+    // could not wait for it.
     std::optional<ProgramEnd> last_status;
-    // The states of the item; each is one if it is so in one of the logs.
+    // The states of the item, each in at least one of the logs.
     bool given_up = false;
     bool no_program = false;
     bool chain = false;
-    // The processes that the chain had at least; std::nullopt if the log does not tell.
+    // How many processes the chain had, at least; std::nullopt if the log does not tell.
     std::optional<long long> chain_processes;
     // The time of the last line about the item.
     std::optional<Time> last_line;
 
-    // More than ten restarts in the last minute.
+    // Returns whether it had more than ten restarts in the last minute.
     bool RestartsOften() const {
         return restarts_per_minute.has_value() && *restarts_per_minute > 10;
     }
 
-    // It restarts often or is in one of the states.
+    // Returns whether it restarts often or is in one of the states.
     bool IsMarked() const { return RestartsOften() || given_up || no_program || chain; }
 };
 
-// The states and the last status in words: "exit 3", "unknown, waitpid failed",
+// Returns the states and the last status in words: "exit 3", "unknown, waitpid failed",
 // "given up: fork failed; exit 3", "chain of 40 processes".
 std::string DescribeLastStatus(Row const& row);
 
@@ -59,47 +63,51 @@ std::string DescribeLastStatus(Row const& row);
 struct LauncherLines {
     // Its process id; empty if the lines have none.
     std::string process;
+    // The times of the first and of the last line.
     std::optional<Time> first;
     std::optional<Time> last;
     long long items_without_name = 0;
-    // It could not read its list, or start an item of it, and has ended.
+    // The launcher could not read its list, or start an item of it, and exited.
     bool list_failed = false;
 };
 
 // All that is known at a point in time.
 struct Report {
     Time now = 0;
-    // By their names.
+    // In the order of their names.
     std::vector<Row> items;
     // In the order of their first lines.
     std::vector<LauncherLines> launchers;
-    // Lines that were too long to be read to their end.
+    // The number of lines that were too long to be read to their end.
     long long cut_lines = 0;
-    // What is wrong with the files, for a report that is alone on a screen, and which
-    // are waited for.
+    // Which files are waited for. If the report is alone on a screen, also which files
+    // cannot be read.
     std::vector<std::string> problems;
 };
 
 class Summary {
   public:
-    // Adds what a line said. The lines of one log come in their order. `now` is the time
-    // of the next call of At or before; it never decreases.
-    void Add(LogEvent const& event, Time now, std::size_t log = 0);
+    // `first_report` is the time of the first call of At, or earlier.
+    explicit Summary(Time first_report) : now(first_report) {}
 
-    // Returns the report. Only what lies within the 60 seconds up to `now` counts as the
-    // last minute.
-    Report At(Time now);
+    // Adds what a line says. The lines of one log come in their order.
+    void Add(LogEvent const& event, std::size_t log);
+
+    // Returns the report at this time, which is never earlier than before. The last
+    // minute is the 60 seconds up to it.
+    Report At(Time time);
 
   private:
     struct Log {
-        // The item that a process has logged a line about, as a supervisor.
+        // The first item about which each process logged a line, as a supervisor.
         std::unordered_map<std::string, std::string> items;
-        // The processes that have logged lines about two items, or about themselves.
+        // The processes that logged lines about two items, or about themselves.
         std::unordered_set<std::string> launchers;
     };
     struct Item {
+        // By the numbers of the logs.
         std::map<std::size_t, ItemHistory> histories;
-        // The log that has spoken of it last, and when.
+        // The log that had a line about it last, and the time of this line.
         std::size_t last_log = 0;
         std::optional<Time> last_line;
     };
@@ -108,11 +116,15 @@ class Summary {
     void NoteLauncher(std::string const& process, std::size_t log);
     void AddLauncherLine(LogEvent const& event);
 
+    // The time of the last report, or of the first one to come.
+    Time now;
     std::map<std::size_t, Log> logs;
     std::map<std::string, Item> items;
     std::vector<LauncherLines> launchers;
-    // The place in `launchers` of the latest entry of each process.
+    // The place in `launchers` of the last entry of each process.
     std::unordered_map<std::string, std::size_t> launcher_places;
 };
+
+}  // namespace launchlog_report
 
 #endif

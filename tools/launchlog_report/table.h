@@ -9,19 +9,23 @@
 
 #include "tools/launchlog_report/summary.h"
 
-// What a text has to fit into; where there is no number there is no limit.
+namespace launchlog_report {
+
+// What a text has to fit into. Without a number there is no limit.
 struct Space {
     std::optional<std::size_t> columns;
     std::optional<std::size_t> lines;
 };
 
-// Returns a table with a line for each item, marked ones with "!", and below it what the
-// launchers said about themselves.
+// Returns a table with a line for each item, and below it messages of launchers about
+// themselves and problems. Marked items have "!".
 //
-// If there are fewer columns than it needs, times become shorter, then columns are left
-// out, and names and states end with an ellipsis. If there are fewer lines, what stands
-// below the table goes first, then items without a mark, and a line tells how many; the
-// title stays.
+// If there are fewer columns than the table needs, times become shorter, then columns are
+// left out, and names and last statuses end with an ellipsis. If there are fewer lines,
+// the lines below the items are left out first, then items without a mark, and a line
+// tells how many items are missing. The title stays.
 std::string ToTable(Report const& report, Space const& space = {});
+
+}  // namespace launchlog_report
 
 #endif

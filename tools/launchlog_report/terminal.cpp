@@ -6,12 +6,15 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <clocale>
 #include <csignal>
 #include <cstdlib>
 
+namespace launchlog_report {
 namespace {
 
-// The handler writes a byte to the second end, so that no signal is missed before a poll.
+// A pipe. The handler writes a byte to it, so that poll misses no signal that came
+// before.
 int wake_up[2] = {-1, -1};
 volatile std::sig_atomic_t end_asked = 0;
 
@@ -24,7 +27,7 @@ void TakeSignal(int number) {
     errno = error;
 }
 
-// Returns the number in the environment, std::nullopt if there is none above 0.
+// Returns the number in this variable; std::nullopt if it is unset or not above 0.
 std::optional<std::size_t> FromEnvironment(char const* name) {
     char const* const text = std::getenv(name);
     long const value = text == nullptr ? 0 : std::strtol(text, nullptr, 10);
@@ -37,8 +40,12 @@ std::optional<std::size_t> UnlessZero(unsigned short number) {
 
 }  // namespace
 
+bool IsOnTerminal() {
+    return isatty(STDOUT_FILENO) != 0;
+}
+
 Space TerminalSize() {
-    if (isatty(STDOUT_FILENO) == 0) {
+    if (!IsOnTerminal()) {
         return {};
     }
     struct winsize size = {};
@@ -47,6 +54,14 @@ Space TerminalSize() {
     std::optional<std::size_t> const lines = FromEnvironment("LINES");
     return {columns ? columns : UnlessZero(size.ws_col),
             lines ? lines : UnlessZero(size.ws_row)};
+}
+
+void SetCharacterWidths() {
+    for (char const* const name : {"C.UTF-8", "en_US.UTF-8", "UTF-8"}) {
+        if (std::setlocale(LC_CTYPE, name) != nullptr) {
+            return;
+        }
+    }
 }
 
 Signals::Signals() {
@@ -74,3 +89,5 @@ void Signals::Wait(int milliseconds) {
 bool Signals::IsEndAsked() const {
     return end_asked != 0;
 }
+
+}  // namespace launchlog_report

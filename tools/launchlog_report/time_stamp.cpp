@@ -3,41 +3,34 @@
 #include <cctype>
 #include <chrono>
 #include <cstddef>
-#include <cstdio>
 #include <cstring>
 #include <ctime>
 
+#include "tools/common/text.h"
+
+namespace launchlog_report {
 namespace {
 
-struct Moment {
-    int year = 0;
-    int month = 0;
-    int day = 0;
-    int hour = 0;
-    int minute = 0;
-    int second = 0;
-};
-
-// Reads a text from its beginning on; what does not match is left.
+// Reads a text from its beginning. What a function does not take, it leaves.
 class Cursor {
   public:
     explicit Cursor(std::string const& read) : text(read) {}
 
-    // Takes exactly `count` digits.
-    bool TakeDigits(int count, int& number) {
+    // Takes exactly `count` digits, as a number.
+    bool TakeDigits(std::size_t count, int& number) {
         int value = 0;
-        for (int i = 0; i < count; ++i) {
-            if (!IsDigit(Peek(static_cast<std::size_t>(i)))) {
+        for (std::size_t i = 0; i < count; ++i) {
+            if (!tools::IsDigit(Peek(i))) {
                 return false;
             }
-            value = value * 10 + (Peek(static_cast<std::size_t>(i)) - '0');
+            value = value * 10 + (Peek(i) - '0');
         }
-        place += static_cast<std::size_t>(count);
+        place += count;
         number = value;
         return true;
     }
 
-    // Takes one of these characters and returns it, or 0.
+    // Takes one of these characters. Returns it; 0 if another one is next.
     char TakeOneOf(char const* characters) {
         char const next = Peek();
         if (next == '\0' || std::strchr(characters, next) == nullptr) {
@@ -47,7 +40,7 @@ class Cursor {
         return next;
     }
 
-    // Takes all of them that follow one another; says whether there was one.
+    // Takes all that follow one another. Returns whether there was one.
     bool TakeAllOf(char const* characters) {
         bool found = false;
         while (TakeOneOf(characters) != '\0') {
@@ -56,7 +49,7 @@ class Cursor {
         return found;
     }
 
-    // Takes a word that no letter or digit follows.
+    // Takes the word, unless a letter or a digit follows it.
     bool TakeWord(char const* word) {
         std::size_t const length = std::strlen(word);
         if (text.compare(place, length, word) != 0 ||
@@ -67,16 +60,14 @@ class Cursor {
         return true;
     }
 
-    bool IsAtDigit() const { return IsDigit(Peek()); }
+    bool IsAtDigit() const { return tools::IsDigit(Peek()); }
     bool IsAtEnd() const { return place == text.size(); }
 
-    // The place that the next character is at; one of before to go back to.
+    // The place of the next character, to go back to.
     std::size_t Place() const { return place; }
-    void GoBackTo(std::size_t before) { place = before; }
+    void GoBackTo(std::size_t earlier) { place = earlier; }
 
   private:
-    static bool IsDigit(char letter) { return letter >= '0' && letter <= '9'; }
-
     char Peek(std::size_t ahead = 0) const {
         return place + ahead < text.size() ? text[place + ahead] : '\0';
     }
@@ -85,21 +76,26 @@ class Cursor {
     std::size_t place = 0;
 };
 
-bool TakeDate(Cursor& cursor, Moment& moment) {
-    return cursor.TakeDigits(4, moment.year) && cursor.TakeOneOf("-/.") != '\0' &&
-           cursor.TakeDigits(2, moment.month) && cursor.TakeOneOf("-/.") != '\0' &&
-           cursor.TakeDigits(2, moment.day) && moment.month >= 1 && moment.month <= 12 &&
-           moment.day >= 1 && moment.day <= 31;
+bool TakeDate(Cursor& cursor, std::tm& time) {
+    if (!cursor.TakeDigits(4, time.tm_year) || cursor.TakeOneOf("-/.") == '\0' ||
+        !cursor.TakeDigits(2, time.tm_mon) || cursor.TakeOneOf("-/.") == '\0' ||
+        !cursor.TakeDigits(2, time.tm_mday)) {
+        return false;
+    }
+    time.tm_year -= 1900;
+    time.tm_mon -= 1;
+    return time.tm_mon >= 0 && time.tm_mon <= 11 && time.tm_mday >= 1 &&
+           time.tm_mday <= 31;
 }
 
-bool TakeTimeOfDay(Cursor& cursor, Moment& moment) {
-    return cursor.TakeDigits(2, moment.hour) && cursor.TakeOneOf(":") != '\0' &&
-           cursor.TakeDigits(2, moment.minute) && cursor.TakeOneOf(":") != '\0' &&
-           cursor.TakeDigits(2, moment.second) && moment.hour <= 23 &&
-           moment.minute <= 59 && moment.second <= 60;
+bool TakeTimeOfDay(Cursor& cursor, std::tm& time) {
+    return cursor.TakeDigits(2, time.tm_hour) && cursor.TakeOneOf(":") != '\0' &&
+           cursor.TakeDigits(2, time.tm_min) && cursor.TakeOneOf(":") != '\0' &&
+           cursor.TakeDigits(2, time.tm_sec) && time.tm_hour <= 23 && time.tm_min <= 59 &&
+           time.tm_sec <= 60;
 }
 
-// Takes the digits behind a decimal sign and returns them as milliseconds.
+// Takes a fraction of a second, if there is one. Returns it in milliseconds.
 int TakeFraction(Cursor& cursor) {
     int milliseconds = 0;
     if (cursor.TakeOneOf(".,") != '\0') {
@@ -111,7 +107,7 @@ int TakeFraction(Cursor& cursor) {
     return milliseconds;
 }
 
-// Takes a zone and returns how many minutes it is ahead of UTC; std::nullopt if there is
+// Takes a zone. Returns how many minutes it is ahead of UTC; std::nullopt if there is
 // none.
 std::optional<int> TakeZone(Cursor& cursor) {
     cursor.TakeAllOf(" ");
@@ -133,40 +129,22 @@ std::optional<int> TakeZone(Cursor& cursor) {
     return (sign == '-' ? -1 : 1) * (hours * 60 + minutes);
 }
 
-// Returns the number of days from 1970-01-01. Years are counted from March, so that the
-// leap day ends the year, and in eras of 400 years, which all have 146,097 days.
-long long DaysBefore(Moment const& moment) {
-    long long const year = moment.month <= 2 ? moment.year - 1 : moment.year;
-    long long const month = moment.month <= 2 ? moment.month + 9 : moment.month - 3;
-    long long const era = (year >= 0 ? year : year - 399) / 400;
-    long long const year_of_era = year - era * 400;
-    long long const day_of_year = (153 * month + 2) / 5 + moment.day - 1;
-    return era * 146097 + year_of_era * 365 + year_of_era / 4 - year_of_era / 100 +
-           day_of_year - 719468;
+// timegm and mktime change what they are given, so these two take a copy.
+long long SecondsInUtc(std::tm time) {
+    return timegm(&time);
 }
 
-long long SecondsInUtc(Moment const& moment) {
-    return ((DaysBefore(moment) * 24 + moment.hour) * 60 + moment.minute) * 60 +
-           moment.second;
+long long SecondsInLocalTime(std::tm time) {
+    time.tm_isdst = -1;
+    return std::mktime(&time);
 }
 
-long long SecondsInLocalTime(Moment const& moment) {
-    std::tm local = {};
-    local.tm_year = moment.year - 1900;
-    local.tm_mon = moment.month - 1;
-    local.tm_mday = moment.day;
-    local.tm_hour = moment.hour;
-    local.tm_min = moment.minute;
-    local.tm_sec = moment.second;
-    local.tm_isdst = -1;
-    return std::mktime(&local);
-}
-
-// Takes a date, a time of day and perhaps a zone.
-std::optional<Time> TakeTime(Cursor& cursor, Moment& moment) {
-    if (!TakeDate(cursor, moment) ||
+// Takes a date, a time of day and perhaps a zone. `fields` gets the date and the time of
+// day as they are written.
+std::optional<Time> TakeTime(Cursor& cursor, std::tm& fields) {
+    if (!TakeDate(cursor, fields) ||
         (cursor.TakeOneOf("T") == '\0' && !cursor.TakeAllOf(" ")) ||
-        !TakeTimeOfDay(cursor, moment)) {
+        !TakeTimeOfDay(cursor, fields)) {
         return std::nullopt;
     }
     int const milliseconds = TakeFraction(cursor);
@@ -176,19 +154,17 @@ std::optional<Time> TakeTime(Cursor& cursor, Moment& moment) {
         cursor.GoBackTo(end);
     }
     long long const seconds =
-        zone ? SecondsInUtc(moment) - *zone * 60LL : SecondsInLocalTime(moment);
+        zone ? SecondsInUtc(fields) - *zone * 60LL : SecondsInLocalTime(fields);
     return seconds * 1000 + milliseconds;
 }
 
-bool DayExists(Moment const& moment) {
-    Moment first;
-    first.year = moment.year;
-    first.month = moment.month;
-    first.day = 1;
-    Moment next = first;
-    next.year += moment.month / 12;
-    next.month = moment.month % 12 + 1;
-    return moment.day <= DaysBefore(next) - DaysBefore(first);
+// timegm takes a day that does not exist for one of the next month. A leap second would
+// change the day, too.
+bool DayExists(std::tm const& fields) {
+    std::tm date = fields;
+    date.tm_sec = 0;
+    timegm(&date);
+    return date.tm_mday == fields.tm_mday;
 }
 
 }  // namespace
@@ -197,19 +173,19 @@ std::optional<Time> ParseTimeStamp(std::string const& line) {
     Cursor cursor(line);
     cursor.TakeAllOf(" \t");
     cursor.TakeOneOf("[(");
-    Moment moment;
-    return TakeTime(cursor, moment);
+    std::tm fields = {};
+    return TakeTime(cursor, fields);
 }
 
 std::optional<Time> ParseTime(std::string const& text) {
     Cursor cursor(text);
-    Moment moment;
-    std::optional<Time> const time = TakeTime(cursor, moment);
-    return cursor.IsAtEnd() && DayExists(moment) ? time : std::nullopt;
+    std::tm fields = {};
+    std::optional<Time> const time = TakeTime(cursor, fields);
+    return cursor.IsAtEnd() && DayExists(fields) ? time : std::nullopt;
 }
 
 std::string FormatTime(Time time) {
-    // Whole seconds, rounded down before 1970, too.
+    // Rounded down before 1970, too.
     std::time_t const seconds = (time >= 0 ? time : time - 999) / 1000;
     std::tm utc = {};
     char text[64];
@@ -225,3 +201,5 @@ Time Now() {
                std::chrono::system_clock::now().time_since_epoch())
         .count();
 }
+
+}  // namespace launchlog_report

@@ -2,8 +2,10 @@
 
 #include <csignal>
 
+namespace launchlog_report {
+
 ProgramEnd DecodeWaitStatus(long long status) {
-    // The system's macros leave out the mark of a core dump, and take any bits.
+    // The system's macros ignore the bit of a core dump, and accept any bits.
     constexpr int kCoreDump = 0x80;
     ProgramEnd end = {status, std::nullopt, std::nullopt, false};
     if (status < 0 || status > 0xFFFF) {
@@ -55,3 +57,5 @@ std::string Describe(ProgramEnd const& end) {
     }
     return "status " + std::to_string(end.wait_status);
 }
+
+}  // namespace launchlog_report

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+namespace launchlog_report {
 namespace {
 
 constexpr Time kNoon = 1795262400000;
@@ -195,6 +196,14 @@ TEST_F(Chain, IsOverWhenAnotherProcessLogsAnOrdinaryEndLater) {
     EXPECT_FALSE(chain.IsChain());
 }
 
+TEST_F(Chain, IsOverWhenAKnownLauncherLogsAnOrdinaryEndLater) {
+    Starts(10, 52);
+    chain.Forget("101");
+    EXPECT_EQ(chain.Processes(), 9);
+    End(101, 500, kNoon + 60'000);
+    EXPECT_FALSE(chain.IsChain());
+}
+
 TEST_F(Chain, IsOverWhenItsLauncherLogsAnOrdinaryEndLater) {
     Starts(10, 52);
     End(100, 101, kNoon + 600);
@@ -203,3 +212,4 @@ TEST_F(Chain, IsOverWhenItsLauncherLogsAnOrdinaryEndLater) {
 }
 
 }  // namespace
+}  // namespace launchlog_report

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+namespace launchlog_report {
 namespace {
 
 Content ContentOf(std::string const& text) {
@@ -62,3 +63,4 @@ TEST(Content, KnowsItsEnd) {
 }
 
 }  // namespace
+}  // namespace launchlog_report

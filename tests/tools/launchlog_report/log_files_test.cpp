@@ -6,6 +6,7 @@
 
 #include "tests/support/files.h"
 
+namespace launchlog_report {
 namespace {
 
 using testing::ElementsAre;
@@ -61,7 +62,7 @@ TEST_F(LogFiles, OtherNamesDoNotBelong) {
         IsEmpty());
 }
 
-TEST_F(LogFiles, OfAPackedFileAndItsOriginalTheOriginalIsRead) {
+TEST_F(LogFiles, ACompressedFileIsLeftOutIfItIsThereUncompressed) {
     EXPECT_THAT(Rotated({"launcher.log.1", "launcher.log.1.gz", "launcher.log.2.gz"}),
                 ElementsAre("launcher.log.2.gz", "launcher.log.1"));
 }
@@ -79,11 +80,11 @@ TEST_F(LogFiles, NamesThatRotationMakesAreKnown) {
     for (char const* const name :
          {"launcher.log.0", "launcher.log.12.gz", "/a/launcher.log-20261121",
           "launcher.log-20261121-1795262018.gz", "launcher.log.20261122T000000", "a.1"}) {
-        EXPECT_TRUE(IsRotated(name)) << name;
+        EXPECT_NE(ParseLogName(name).mark, "") << name;
     }
     for (char const* const name : {"launcher.log", "launcher.log.gz", "", "a",
                                    "/a.1/launcher.log", ".1", "launcher-2.log", "-"}) {
-        EXPECT_FALSE(IsRotated(name)) << name;
+        EXPECT_EQ(ParseLogName(name).mark, "") << name;
     }
 }
 
@@ -101,13 +102,40 @@ TEST_F(LogFiles, FindsTheLogsOfEveryProduct) {
     EXPECT_THAT(FindLogs("/nonexistent"), IsEmpty());
 }
 
-TEST_F(LogFiles, TheEndOfANameTellsHowItWasPacked) {
-    EXPECT_EQ(UnpackingCommand("a.log.1.gz"), "gzip -dc");
-    EXPECT_EQ(UnpackingCommand("a.log.1.bz2"), "bzip2 -dc");
-    EXPECT_EQ(UnpackingCommand("a.log.1.xz"), "xz -dc");
-    EXPECT_EQ(UnpackingCommand("a.log.1.zst"), "zstd -dc");
-    EXPECT_EQ(UnpackingCommand("a.log.1"), "");
-    EXPECT_EQ(UnpackingCommand("gz"), "");
+TEST_F(LogFiles, ANameHasParts) {
+    LogName const name = ParseLogName("./a/launcher.log-20261121.gz");
+    EXPECT_EQ(name.path, "./a/launcher.log-20261121.gz");
+    EXPECT_EQ(name.original, "a/launcher.log");
+    EXPECT_EQ(name.mark, "20261121");
+    EXPECT_EQ(name.compression, CompressionOfName(".gz"));
+    EXPECT_FALSE(name.IsOriginal());
+    EXPECT_FALSE(ParseLogName("launcher.log.1").IsOriginal());
+    EXPECT_FALSE(ParseLogName("launcher.log.gz").IsOriginal());
+    EXPECT_TRUE(ParseLogName("launcher.log").IsOriginal());
+}
+
+// Returns the command that decompresses a file; "-" if it is not compressed.
+std::string CommandOf(Compression const* compression) {
+    return compression == nullptr ? "-" : compression->command;
+}
+
+TEST(Compression, IsKnownByTheEndOfAName) {
+    EXPECT_EQ(CommandOf(CompressionOfName("a.log.1.gz")), "gzip -dc");
+    EXPECT_EQ(CommandOf(CompressionOfName("a.log.1.bz2")), "bzip2 -dc");
+    EXPECT_EQ(CommandOf(CompressionOfName("a.log.1.xz")), "xz -dc");
+    EXPECT_EQ(CommandOf(CompressionOfName("a.log.1.zst")), "zstd -dc");
+    EXPECT_EQ(CommandOf(CompressionOfName("a.log.1")), "-");
+    EXPECT_EQ(CommandOf(CompressionOfName("gz")), "-");
+}
+
+TEST(Compression, IsKnownByTheFirstBytes) {
+    EXPECT_EQ(CommandOf(CompressionOfContent("\x1F\x8B\x08")), "gzip -dc");
+    EXPECT_EQ(CommandOf(CompressionOfContent("BZh9")), "bzip2 -dc");
+    EXPECT_EQ(CommandOf(CompressionOfContent("\xFD\x37zXZ")), "xz -dc");
+    EXPECT_EQ(CommandOf(CompressionOfContent("\x28\xB5\x2F\xFD ")), "zstd -dc");
+    EXPECT_EQ(CommandOf(CompressionOfContent("\x1F")), "-");
+    EXPECT_EQ(CommandOf(CompressionOfContent("")), "-");
 }
 
 }  // namespace
+}  // namespace launchlog_report

@@ -4,6 +4,7 @@
 
 #include <random>
 
+namespace launchlog_report {
 namespace {
 
 // Returns what a line says: "end NAME RET STATUS by PROCESS", "failed NAME", "start
@@ -155,3 +156,4 @@ TEST(LogLine, ArbitraryLinesAreReadToTheirEnd) {
 }
 
 }  // namespace
+}  // namespace launchlog_report

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+namespace launchlog_report {
 namespace {
 
 using testing::ElementsAre;
@@ -72,3 +73,4 @@ TEST(Sort, PutsTheMostTheNewestAndTheMarkedFirst) {
 }
 
 }  // namespace
+}  // namespace launchlog_report

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+namespace launchlog_report {
 namespace {
 
 using testing::ElementsAre;
@@ -33,9 +34,9 @@ LogEvent NoProgram(std::string const& name, std::string const& child) {
 }
 
 Report ReportOf(std::vector<LogEvent> const& events, Time now = kNoon) {
-    Summary summary;
+    Summary summary(now);
     for (LogEvent const& event : events) {
-        summary.Add(event, now);
+        summary.Add(event, 0);
     }
     return summary.At(now);
 }
@@ -114,12 +115,12 @@ TEST(Summary, AStopOfLongAgoTakesNothingFromTheLastMinute) {
 }
 
 TEST(Summary, TheLastMinuteGoesOnWithTheClock) {
-    Summary summary;
-    summary.Add(End("a", 0, kNoon), kNoon);
+    Summary summary(kNoon);
+    summary.Add(End("a", 0, kNoon), 0);
     EXPECT_EQ(summary.At(kNoon).items.at(0).restarts_per_minute, 1);
     EXPECT_EQ(summary.At(kNoon + 59 * kSecond).items.at(0).restarts_per_minute, 1);
     EXPECT_EQ(summary.At(kNoon + 60 * kSecond).items.at(0).restarts_per_minute, 0);
-    summary.Add(End("a", 0, kNoon + 61 * kSecond), kNoon + 61 * kSecond);
+    summary.Add(End("a", 0, kNoon + 61 * kSecond), 0);
     EXPECT_EQ(summary.At(kNoon + 61 * kSecond).items.at(0).restarts_per_minute, 1);
     EXPECT_EQ(summary.At(kNoon + 61 * kSecond).items.at(0).restarts, 2);
 }
@@ -174,32 +175,32 @@ TEST(Summary, TheLastEndAndItsStatusAreOfOneLineIfTheClockGoesBack) {
 }
 
 TEST(Summary, OfSeveralLogsTheLatestLastEndCounts) {
-    Summary summary;
-    summary.Add(End("a", 256, kNoon - 2 * kSecond), kNoon, 0);
-    summary.Add(End("a", 512, kNoon - 4 * kSecond), kNoon, 1);
-    summary.Add(End("a", 768, kNoon - 3 * kSecond), kNoon, 1);
+    Summary summary(kNoon);
+    summary.Add(End("a", 256, kNoon - 2 * kSecond), 0);
+    summary.Add(End("a", 512, kNoon - 4 * kSecond), 1);
+    summary.Add(End("a", 768, kNoon - 3 * kSecond), 1);
     Row row = summary.At(kNoon).items.at(0);
     EXPECT_EQ(row.last_end, kNoon - 2 * kSecond);
     EXPECT_EQ(DescribeLastStatus(row), "exit 1");
     EXPECT_EQ(row.first_end, kNoon - 4 * kSecond);
     EXPECT_EQ(row.ends, 3);
     EXPECT_EQ(row.restarts_per_minute, 3);
-    summary.Add(End("a", 1024, kNoon), kNoon, 1);
+    summary.Add(End("a", 1024, kNoon), 1);
     EXPECT_EQ(DescribeLastStatus(summary.At(kNoon).items.at(0)), "exit 4");
     // Without a time, the log that spoke last.
-    summary.Add(End("a", 1280, std::nullopt), kNoon, 0);
+    summary.Add(End("a", 1280, std::nullopt), 0);
     row = summary.At(kNoon).items.at(0);
     EXPECT_EQ(DescribeLastStatus(row), "exit 5");
     EXPECT_EQ(row.last_end, std::nullopt);
 }
 
 TEST(Summary, AStateOfOneLogIsNotEndedByAnother) {
-    Summary summary;
-    summary.Add(FailedFork("a"), kNoon, 0);
-    summary.Add(End("a", 768, kNoon), kNoon, 1);
+    Summary summary(kNoon);
+    summary.Add(FailedFork("a"), 0);
+    summary.Add(End("a", 768, kNoon), 1);
     EXPECT_EQ(DescribeLastStatus(summary.At(kNoon).items.at(0)),
               "given up: fork failed; exit 3");
-    summary.Add(Start("a", "1"), kNoon, 0);
+    summary.Add(Start("a", "1"), 0);
     EXPECT_FALSE(summary.At(kNoon).items.at(0).given_up);
 }
 
@@ -319,3 +320,4 @@ TEST(Summary, LauncherLinesAreThoseOfOneStart) {
 }
 
 }  // namespace
+}  // namespace launchlog_report

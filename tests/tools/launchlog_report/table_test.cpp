@@ -9,6 +9,7 @@
 #include "tests/support/files.h"
 #include "tools/common/printable.h"
 
+namespace launchlog_report {
 namespace {
 
 using testing::ElementsAre;
@@ -210,3 +211,4 @@ TEST(Table, SaysWhyItemsAreMarkedAndWhatIsMissing) {
 }
 
 }  // namespace
+}  // namespace launchlog_report

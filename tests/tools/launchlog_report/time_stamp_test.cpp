@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <ctime>
 
+namespace launchlog_report {
 namespace {
 
 // A zone of its own for local times: one hour ahead of UTC in winter, two in summer.
@@ -82,6 +83,7 @@ TEST_F(TimeStamp, TheDayOfATimeAloneExists) {
                   ParseTimeStamp(std::string(day) + "T12:00:00Z"))
             << day;
     }
+    EXPECT_EQ(ParseTime("2026-12-31T23:59:60Z"), ParseTime("2027-01-01T00:00:00Z"));
 }
 
 TEST_F(TimeStamp, WithoutAZoneItIsLocalTime) {
@@ -117,3 +119,4 @@ TEST_F(TimeStamp, NowIsAfterThisWasWritten) {
 }
 
 }  // namespace
+}  // namespace launchlog_report

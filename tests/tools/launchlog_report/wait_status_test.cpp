@@ -6,6 +6,7 @@
 
 #include <csignal>
 
+namespace launchlog_report {
 namespace {
 
 std::string Words(long long status) {
@@ -77,3 +78,4 @@ TEST(SignalName, NamesWhatItKnows) {
 }
 
 }  // namespace
+}  // namespace launchlog_report
