@@ -1,6 +1,5 @@
 #include "tools/launchlog_report/chain.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <iterator>
 
@@ -53,7 +52,8 @@ void ChainDetector::AddStart(LogEvent const& event, bool is_launcher) {
     if (is_launcher) {
         return;
     }
-    first_starts.push_back({event.process, event.time});
+    first_starts[lines] = event.time;
+    start_numbers[event.process].push_back(lines);
     last_sign = event.time;
     is_chain = is_chain || LooksLikeAChain();
 }
@@ -90,9 +90,9 @@ void ChainDetector::AddOrdinaryEnd(LogEvent const& event) {
 
 // The first process of a chain is the launcher, and no link.
 bool ChainDetector::IsLink(std::string const& process) const {
-    return std::any_of(
-        first_starts.begin() + (first_starts.empty() ? 0 : 1), first_starts.end(),
-        [&process](FirstStart const& start) { return start.process == process; });
+    auto const numbers = start_numbers.find(process);
+    return numbers != start_numbers.end() &&
+           numbers->second.back() != first_starts.begin()->first;
 }
 
 // Process ids are used again, so `child` may be the line of a process of long ago. It is
@@ -115,7 +115,7 @@ bool ChainDetector::LooksLikeAChain() const {
     }
     auto const end = first_starts.end();
     for (auto start = std::prev(end, kQuickProcesses - 1); start != end; ++start) {
-        if (!IsQuickGap(std::prev(start)->time, start->time)) {
+        if (!IsQuickGap(std::prev(start)->second, start->second)) {
             return false;
         }
     }
@@ -127,11 +127,14 @@ bool ChainDetector::IsLongAfterTheLastSign(LogEvent const& event) const {
 }
 
 void ChainDetector::Forget(std::string const& launcher) {
-    first_starts.erase(std::remove_if(first_starts.begin(), first_starts.end(),
-                                      [&launcher](FirstStart const& start) {
-                                          return start.process == launcher;
-                                      }),
-                       first_starts.end());
+    auto const numbers = start_numbers.find(launcher);
+    if (numbers == start_numbers.end()) {
+        return;
+    }
+    for (long long const number : numbers->second) {
+        first_starts.erase(number);
+    }
+    start_numbers.erase(numbers);
 }
 
 std::optional<long long> ChainDetector::Processes() const {
@@ -143,6 +146,7 @@ std::optional<long long> ChainDetector::Processes() const {
 
 void ChainDetector::Reset() {
     first_starts.clear();
+    start_numbers.clear();
     last_sign.reset();
     is_chain = false;
 }

@@ -7,6 +7,7 @@
 #ifndef TOOLS_LAUNCHLOG_REPORT_CHAIN_H
 #define TOOLS_LAUNCHLOG_REPORT_CHAIN_H
 
+#include <map>
 #include <optional>
 #include <string>
 #include <unordered_map>
@@ -49,11 +50,6 @@ class ChainDetector {
         std::optional<Time> time;
     };
 
-    struct FirstStart {
-        std::string process;
-        std::optional<Time> time;
-    };
-
     void AddStart(LogEvent const& event, bool is_launcher);
     void AddEnd(LogEvent const& event);
     void AddOrdinaryEnd(LogEvent const& event);
@@ -65,8 +61,10 @@ class ChainDetector {
     void Reset();
 
     std::unordered_map<std::string, Line> last_lines;
-    // In their order.
-    std::vector<FirstStart> first_starts;
+    // The times of first starts, by the numbers of their lines.
+    std::map<long long, std::optional<Time>> first_starts;
+    // These numbers by process. A process id that was used again has several.
+    std::unordered_map<std::string, std::vector<long long>> start_numbers;
     std::optional<Time> last_sign;
     bool is_chain = false;
     long long lines = 0;

@@ -106,15 +106,15 @@ bool Summary::IsLauncher(LogEvent const& event, std::size_t log) {
     return logs[log].launchers.count(event.process) != 0;
 }
 
+// Takes note that the process is a launcher. So far it has logged lines about one item at
+// most, so only there it may have been taken for a link of a chain.
 void Summary::NoteLauncher(std::string const& process, std::size_t log) {
     if (process.empty() || !logs[log].launchers.insert(process).second) {
         return;
     }
-    for (auto& [name, item] : items) {
-        auto const history = item.histories.find(log);
-        if (history != item.histories.end()) {
-            history->second.NoteLauncher(process);
-        }
+    auto const entry = logs[log].items.find(process);
+    if (entry != logs[log].items.end()) {
+        items.at(entry->second).histories.at(log).NoteLauncher(process);
     }
 }
 
