@@ -13,10 +13,10 @@ struct ExecTrial {
         Accepted,
         // execv would fail with the error number `error`.
         Refused,
-        // execv would not return, but the system would end the process by the signal
-        // `error` before the program begins: a file that is cut short, for example.
+        // execv would not return, and the system would end the process by the signal
+        // `error` before the program begins. The file is cut short, for example.
         Killed,
-        // The system does not let this process try, for the error number `error`.
+        // The system does not let this process try; `error` is its error number.
         NotAsked,
     };
     Answer answer;
@@ -24,12 +24,12 @@ struct ExecTrial {
 };
 
 // Lets a child execute the file at `path` with the arguments `arguments`, which end with
-// null, in the environment and with the limits of this process. The descriptors 0, 1 and
-// 2 are closed in it. The child is ended before it has run one instruction of the
-// program, also if this process dies meanwhile, and is waited for.
+// null. The child has the environment and the limits of this process, and descriptors 0,
+// 1 and 2 are closed in it. It is killed before it has run one instruction of the
+// program, even if this process dies meanwhile, and is waited for.
 //
-// What happens once the program runs is not asked: a library that it lacks, for example.
-// To be called while this process has one thread.
+// The answer does not tell what happens once the program runs: whether a library is
+// missing, for example. To be called while this process has one thread.
 ExecTrial TryExec(char const* path, char* const* arguments);
 
 #endif

@@ -39,9 +39,9 @@ class Descriptor {
     _exit(0);
 }
 
-// The child. It stops once before execv, so that its tracer can make sure that it ends
-// with the tracer, and once more after execv. Until the first stop the parent's death
-// ends it. All signals wait, so that nothing else stops it.
+// The child. It stops before execv, so that the tracer can ask for its end with the
+// tracer's own, and once more after execv. Until the first stop, the death signal ends it
+// with its parent. All signals are blocked, so that nothing else stops it.
 [[noreturn]] void ExecuteTraced(char const* path, char* const* arguments, int report,
                                 pid_t parent) {
     sigset_t all;
@@ -81,7 +81,7 @@ ExecTrial ReadReport(int report) {
     return is_whole ? trial : ExecTrial{Answer::NotAsked, EPERM};
 }
 
-// Returns what the child's status says after execv was called, or called for nothing.
+// Returns what the child's status says after the call of execv.
 ExecTrial Judge(int status, int report) {
     if (IsStoppedBy(status, SIGTRAP | PTRACE_EVENT_EXEC << 8)) {
         return {Answer::Accepted, 0};
@@ -93,7 +93,7 @@ ExecTrial Judge(int status, int report) {
                               : ReadReport(report);
 }
 
-// Leads the child from its first stop to its second, or to its end.
+// Takes the child from its first stop to the second one, or to its end.
 ExecTrial Trace(pid_t child, int report) {
     int status = 0;
     if (!WaitForChild(child, status) || !IsStoppedBy(status, SIGSTOP)) {
@@ -112,7 +112,7 @@ ExecTrial Trace(pid_t child, int report) {
     return Judge(status, report);
 }
 
-// Ends the child. If its end was already waited for, its id may be another process's.
+// Ends the child, unless its end was waited for: its id may be another process's by then.
 void End(pid_t child) {
     siginfo_t state = {};
     if (waitid(P_PID, static_cast<id_t>(child), &state,
@@ -134,7 +134,7 @@ ExecTrial TryExec(char const* path, char* const* arguments) {
     }
     Descriptor const read_end(ends[0]);
     Descriptor write_end(ends[1]);
-    // Above what the child closes.
+    // With a number above those that the child closes.
     Descriptor report(fcntl(ends[1], F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
     pid_t const parent = getpid();
     pid_t const child = report.Number() < 0 ? -1 : fork();

@@ -8,8 +8,8 @@
 
 extern char** environ;
 
-// The system has accepted the file once the process is there. It is suspended before the
-// program's first instruction, and stays so if this process dies.
+// If posix_spawn makes the process, the system has accepted the file. The process is
+// suspended before the program's first instruction, and stays so if this process dies.
 ExecTrial TryExec(char const* path, char* const* arguments) {
     posix_spawnattr_t attributes = nullptr;
     int error = posix_spawnattr_init(&attributes);

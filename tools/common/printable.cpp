@@ -8,14 +8,14 @@ namespace tools {
 
 namespace {
 
-// A character at the start of a text, and how many bytes it takes; 0 if it is not UTF-8.
+// The first character of a text, and how many bytes it takes: 0 if it is not UTF-8.
 struct Decoded {
     char32_t character;
     std::size_t length;
 };
 
 Decoded Decode(char const* text, std::size_t size) {
-    // The least character that may take as many bytes, by the number of bytes.
+    // The smallest character that may take so many bytes, by the number of bytes.
     constexpr char32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
     auto const lead = static_cast<unsigned char>(*text);
     if (lead < 0x80U) {
@@ -47,8 +47,8 @@ struct CharacterRange {
     char32_t last;
 };
 
-// Control characters, the separators of lines and paragraphs, and what Unicode calls
-// default ignorable or a control of the direction of writing or of annotations.
+// Control characters, the separators of lines and paragraphs, and the characters that
+// Unicode calls default ignorable, or controls of writing direction or annotations.
 constexpr CharacterRange kHarmful[] = {
     {0, 0x1F},          {0x7F, 0x9F},       {0xAD, 0xAD},       {0x34F, 0x34F},
     {0x61C, 0x61C},     {0x115F, 0x1160},   {0x17B4, 0x17B5},   {0x180B, 0x180F},
@@ -57,7 +57,7 @@ constexpr CharacterRange kHarmful[] = {
     {0x1BCA0, 0x1BCA3}, {0x1D173, 0x1D17A}, {0xE0000, 0xE0FFF},
 };
 
-// Says whether a terminal might show nothing for the character, or do anything else.
+// Returns true if a terminal might show nothing for the character, or do something.
 bool IsHarmful(char32_t character) {
     return std::any_of(std::begin(kHarmful), std::end(kHarmful),
                        [character](CharacterRange const& range) {
@@ -141,7 +141,7 @@ std::size_t CountColumns(std::string const& text) {
 
 std::string CutToColumns(std::string const& text, std::size_t columns) {
     std::size_t used = 0;
-    // Where the text is cut if it turns out to be too long.
+    // Where to cut the text if it is too long.
     std::size_t cut = 0;
     for (std::size_t i = 0; i < text.size();) {
         Decoded const decoded = Decode(text.data() + i, text.size() - i);

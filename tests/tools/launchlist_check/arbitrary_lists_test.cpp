@@ -1,5 +1,5 @@
-// Lists that nobody wrote: whatever the bytes are, the check ends and its output has the
-// form that is promised.
+// Lists of random bytes and tokens: the check ends, and its output has the form that is
+// promised.
 
 #include <gtest/gtest.h>
 

@@ -11,7 +11,7 @@
 namespace launchlist_check {
 namespace {
 
-TEST(LaunchListCheck, ACountThatIsNoNumber) {
+TEST(LaunchListCheck, ACountThatIsNotANumber) {
     struct {
         char const* value;
         char const* type;
@@ -68,7 +68,7 @@ TEST(LaunchListCheck, ACountAboveTheMostTheLauncherPasses) {
     EXPECT_EQ(result.findings.Counts().count({"argc-too-large", Severity::Error}), 0U);
 }
 
-TEST(LaunchListCheck, ArgumentsThatAreNoObject) {
+TEST(LaunchListCheck, ArgumentsThatAreNotAnObject) {
     std::string const is_wrong = R"(, not an object with the keys "0", "1", ...: )";
     EXPECT_EQ(Check(ItemWith(R"("argc": 1, "args": ["x"])")),
               "list.json: error: " + kItem + "\"args\" is an array" + is_wrong +
@@ -120,7 +120,7 @@ TEST(LaunchListCheck, FewerArgumentsCountedThanThere) {
     EXPECT_EQ(Check(ItemWith(R"("argc": 2, "args": {"0": "x", "1": "y"})")), kOk);
 }
 
-TEST(LaunchListCheck, ArgumentsWhoseKeysAreNoNumbers) {
+TEST(LaunchListCheck, ArgumentsWhoseKeysAreNotNumbers) {
     for (std::string const key : {"01", "port", "+0", ""}) {
         EXPECT_EQ(
             Check(ItemWith(R"("argc": 1, "args": {"0": "x", ")" + key + R"(": "y"})")),
@@ -130,7 +130,7 @@ TEST(LaunchListCheck, ArgumentsWhoseKeysAreNoNumbers) {
     }
 }
 
-TEST(LaunchListCheck, ArgumentsThatAreNoStrings) {
+TEST(LaunchListCheck, ArgumentsThatAreNotStrings) {
     struct {
         char const* value;
         char const* type;

@@ -19,7 +19,7 @@ std::string const kKillsGroup =
     "the launcher ends there and stops what it has started, which may have no process "
     "yet: then SIGKILL goes to the launcher's own process group";
 
-TEST(LaunchListCheck, AnItemThatIsNoObject) {
+TEST(LaunchListCheck, AnItemThatIsNotAnObject) {
     std::string const item = "list.json: error: item \"0\": this is ";
     std::string const ends = ", not an object: " + kEndsWithZero + " [item-type]\n";
     EXPECT_EQ(Check(R"({"0": "agent"})"), item + "a string" + ends);
@@ -38,7 +38,7 @@ TEST(LaunchListCheck, AnItemThatEndsTheLauncherKillsWhatWasStartedBefore) {
     EXPECT_EQ(Check(started + R"("1": {"name": []}})"),
               "list.json: error: item \"1\": \"name\" is an array: " + kKillsGroup +
                   " [name-type]\n");
-    // What was only skipped was not started.
+    // An item that is skipped is not started.
     EXPECT_EQ(Check(R"({"0": null, "1": []})"),
               "list.json: error: item \"0\": this is null, not an object: the launcher "
               "skips it [item-type]\n"
@@ -64,7 +64,7 @@ TEST(LaunchListCheck, OfAnItemWithoutANameNothingElseIsRead) {
                   " [name-type]\n");
 }
 
-TEST(LaunchListCheck, ANameThatIsNoString) {
+TEST(LaunchListCheck, ANameThatIsNotAString) {
     struct {
         char const* value;
         char const* type;
@@ -117,7 +117,7 @@ TEST(LaunchListCheck, ANameThatIsNotUtf8) {
         "show them differently [name-encoding]\n";
     EXPECT_EQ(Check(ItemOf("\"name\": \"caf\xE9\", \"program\": \"/bin/sh\"")),
               "list.json: warning: item \"0\" (caf\\xE9)" + text);
-    // Half of a pair of escapes.
+    // One escape of a pair.
     EXPECT_EQ(Check(ItemOf(R"("name": "\udc00", "program": "/bin/sh")")),
               R"(list.json: warning: item "0" (\xED\xB0\x80))" + text);
     EXPECT_EQ(Check(ItemOf("\"name\": \"caf\xC3\xA9\", \"program\": \"/bin/sh\"")), kOk);
@@ -203,7 +203,7 @@ TEST(LaunchListCheck, AnItemWithoutAProgram) {
                   empty);
 }
 
-TEST(LaunchListCheck, AProgramThatIsNoString) {
+TEST(LaunchListCheck, AProgramThatIsNotAString) {
     std::string const ends =
         ": the launcher itself ends abnormally, and the programs that it has started run "
         "on "
@@ -225,7 +225,7 @@ TEST(LaunchListCheck, AProgramThatIsNoString) {
             kChainGrows + " [relative-program]\n");
 }
 
-TEST(LaunchListCheck, AProgramThatIsNoAbsolutePath) {
+TEST(LaunchListCheck, AProgramThatIsNotAnAbsolutePath) {
     for (std::string const program : {"sh", "bin/sh", "./sh", "~/sh"}) {
         EXPECT_EQ(Check(ItemOf(R"("name": "a", "program": ")" + program + "\"")),
                   "list.json: error: " + kItem + "\"program\" \"" + program +
@@ -256,7 +256,7 @@ TEST(LaunchListCheck, AProgramThatCannotBeExecuted) {
     EXPECT_EQ(Check(ItemOf(R"("name": "a", "program": ")" + file + "\"")), kOk);
 }
 
-TEST(LaunchListCheck, MembersThatNobodyReads) {
+TEST(LaunchListCheck, MembersThatTheLauncherDoesNotRead) {
     EXPECT_EQ(Check(ItemWith(R"("arg": {"0": "x"})")),
               "list.json: warning: " + kItem +
                   "the member \"arg\" means nothing to the launcher; did you mean "
@@ -265,7 +265,7 @@ TEST(LaunchListCheck, MembersThatNobodyReads) {
               "list.json: warning: " + kItem +
                   "the member \"user\" means nothing to the launcher "
                   "[unknown-member]\n");
-    // What is there was not meant.
+    // A member that the item has was not meant.
     EXPECT_EQ(Check(ItemWith(R"("argc": 0, "args": {}, "Args": {})")),
               "list.json: warning: " + kItem +
                   "the member \"Args\" means nothing to the launcher "
@@ -277,7 +277,7 @@ TEST(LaunchListCheck, MembersThatNobodyReads) {
               "launcher; did you mean \"name\"? [unknown-member]\n");
 }
 
-TEST(LaunchListCheck, TheMachineMayBeLeftOutOfIt) {
+TEST(LaunchListCheck, TheMachineNeedNotBeAsked) {
     CheckOptions options;
     options.asks_machine = false;
     auto const count = [&options](std::string const& list) {
@@ -287,7 +287,7 @@ TEST(LaunchListCheck, TheMachineMayBeLeftOutOfIt) {
     EXPECT_EQ(count(ItemWith(R"("argc": 1, "args": {"0": ")" + std::string(200'000, 'x') +
                              "\"}")),
               0U);
-    // What every machine does is still found.
+    // What does not depend on the machine is still found.
     EXPECT_EQ(count(ItemOf(R"("name": "a", "program": "sh")")), 1U);
     EXPECT_EQ(count(ItemOf(R"("name": "a", "program": "/bin/sh", "argc": "1")")), 1U);
 }

@@ -165,7 +165,7 @@ TEST_F(LaunchlistCheck, JsonSaysWhatBecomesOfTheLauncher) {
         {R"({"0": {"name": "a", "program": []}, "1": 7})", "kills-group", 0},
         {R"({"0": {"name": "a", "program": []}, "1": {"name": "a"}})", "kills-group", 0},
         {R"({"0": {"name": "a", "program": []}, "1": {"name": "b"}})", "aborts", 0},
-        // What comes after the end of the launcher's walk changes nothing.
+        // Items after the one at which the launcher ends change nothing.
         {R"({"0": 7, "1": {"name": "a"}, "2": {"name": "a"}})", "exits", 0},
         {R"({"0": 7, "1": {"name": "a", "program": {}}})", "exits", 0},
         {R"({"0": {"name": "a"}, "1": 7, "2": 7})", "kills-group", 0},

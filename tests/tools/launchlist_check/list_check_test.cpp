@@ -95,7 +95,7 @@ TEST(LaunchListCheck, AZeroByte) {
     EXPECT_EQ(Check(list + "\n\n"), kOk);
 }
 
-TEST(LaunchListCheck, TextBehindTheList) {
+TEST(LaunchListCheck, TextAfterTheList) {
     EXPECT_EQ(
         CheckAt(ItemWith("") + ",\n \"1\": {}}"),
         "list.json:1:43: error: the list has ended before this: the launcher ignores "
@@ -107,7 +107,7 @@ TEST(LaunchListCheck, TextBehindTheList) {
     EXPECT_EQ(Check(ItemWith("") + " /* end */ \n"), kOk);
 }
 
-TEST(LaunchListCheck, AListThatIsNoObject) {
+TEST(LaunchListCheck, AListThatIsNotAnObject) {
     std::string const begin = "list.json: error: this is ";
     std::string const end =
         ", not an object with the keys \"0\", \"1\", ...: the launcher ends with exit "
@@ -146,14 +146,14 @@ TEST(LaunchListCheck, AKeyThatIsThereTwice) {
               "list.json: warning: " + kItem +
                   "the member \"x\" means nothing to the launcher "
                   "[unknown-member]\n");
-    // Nobody looks up what is in there.
+    // The launcher looks up nothing in there.
     EXPECT_EQ(
         Check(
             R"({"$schema": {"a": 1, "a": 2}, "0": {"name": "a", "program": "/bin/sh"}})"),
         kOk);
 }
 
-TEST(LaunchListCheck, AnItemBehindAMissingNumber) {
+TEST(LaunchListCheck, AnItemAfterAMissingNumber) {
     std::string const item = R"({"name": "b", "program": "/bin/sh"})";
     std::string const list = ItemWith("");
     auto const with = [&](std::string const& number) {
@@ -184,7 +184,7 @@ TEST(LaunchListCheck, AKeyThatOnlyLooksLikeANumber) {
     }
 }
 
-TEST(LaunchListCheck, AKeyThatIsNoNumber) {
+TEST(LaunchListCheck, AKeyThatIsNotANumber) {
     std::string const list = ItemWith("");
     for (std::string const key : {"comment", "one", "", "1a", ".", "+"}) {
         EXPECT_EQ(

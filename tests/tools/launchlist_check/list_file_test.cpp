@@ -64,7 +64,7 @@ TEST_F(ListFile, ThatNeverEnds) {
                   kOneError);
 }
 
-// A terminal to which nobody types.
+// Nobody types at this terminal.
 TEST_F(ListFile, ThatGivesNothing) {
     int const terminal = posix_openpt(O_RDWR | O_NOCTTY);
     grantpt(terminal);
@@ -120,7 +120,8 @@ TEST_F(ListFile, ThatIsANamedPipeIsReadToTheEnd) {
 
 TEST_F(ListFile, ThatIsANamedPipeMayBeSlow) {
     std::string const path = Pipe();
-    // The writer writes nothing before the reader has waited longer than for a writer.
+    // A reader waits one second for a writer, but then for what it writes as long as it
+    // takes.
     Process writer([&] {
         int const file = open(path.c_str(), O_WRONLY);
         usleep(1'300'000);

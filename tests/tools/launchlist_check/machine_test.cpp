@@ -1,4 +1,4 @@
-// What the check says of this machine, beside what the launcher does on it.
+// Compares what the check says of this machine with what the launcher does on it.
 
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -111,7 +111,7 @@ TEST_F(Machine, AProgramThatItCannotLoadEndsEachChild) {
     EXPECT_LE(SessionMembers(launcher->Pid()).size(), 2U);
 }
 
-TEST_F(Machine, WhereItLetsNobodyTraceFilesAreLookedAtAndANoteSaysSo) {
+TEST_F(Machine, IfTracingIsForbiddenFilesAreLookedAtAndANoteSaysSo) {
     std::string const output = directory.Path() / "output";
     std::string const object = Program("object",
                                        "\x7F"
@@ -144,7 +144,7 @@ TEST_F(Machine, WhereItLetsNobodyTraceFilesAreLookedAtAndANoteSaysSo) {
     EXPECT_EQ(lines[4], "list.json: 3 errors");
 }
 
-// Returns the size of the environment as the system counts it, pointers apart.
+// Returns the size of the environment as the system counts it, without the pointers.
 std::size_t EnvironmentSize() {
     std::size_t size = 0;
     for (char** variable = environ; *variable != nullptr; ++variable) {
@@ -171,7 +171,7 @@ TEST_F(Machine, TakesNoLongerArgumentThan128KiB) {
 }
 
 TEST_F(Machine, CountsTheEnvironmentToTheArguments) {
-    // Just what a stack of the usual 8 MiB leaves for both, in strings that are not too
+    // With a stack of the usual 8 MiB there is just room for both, and no string is too
     // long.
     std::string args;
     for (int i = 0; i < 19; ++i) {
@@ -226,7 +226,7 @@ class MachineOfALimitedUser : public LimitedLauncherTest {
         return List(list);
     }
 
-    // Returns what is printed about the list to the user with so many processes.
+    // Returns what is printed about the list for a user with this limit of processes.
     std::vector<std::string> CheckLimited(std::string const& list,
                                           unsigned long limit) const {
         std::string const output = directory.Path() / "output";

@@ -22,7 +22,7 @@ TEST(NearMiss, FindsWordsWithUpToTwoLettersWrong) {
     EXPECT_EQ(Nearest("namely"), "name");
 }
 
-TEST(NearMiss, CasePlaysNoPart) {
+TEST(NearMiss, IgnoresCase) {
     EXPECT_EQ(Nearest("Name"), "name");
     EXPECT_EQ(Nearest("PROGRAM"), "program");
 }
@@ -34,7 +34,7 @@ TEST(NearMiss, ABeginningOfThreeLettersIsNear) {
     EXPECT_EQ(Nearest("pr"), "");
 }
 
-TEST(NearMiss, KnowsTheWordsOfOtherSystems) {
+TEST(NearMiss, KnowsTheWordsOfOtherSupervisors) {
     EXPECT_EQ(Nearest("arguments"), "args");
     EXPECT_EQ(Nearest("path"), "program");
     EXPECT_EQ(Nearest("Command"), "program");
@@ -42,7 +42,7 @@ TEST(NearMiss, KnowsTheWordsOfOtherSystems) {
     EXPECT_EQ(NearMiss("path", {"name", "args"}), "");
 }
 
-TEST(NearMiss, FarWordsAndShortOnesHaveNone) {
+TEST(NearMiss, FindsNothingForShortWordsAndFarOnes) {
     EXPECT_EQ(Nearest("owner"), "");
     EXPECT_EQ(Nearest("comment"), "");
     EXPECT_EQ(Nearest("x"), "");

@@ -1,4 +1,4 @@
-// What the check says the launcher will do, beside what the launcher does.
+// Compares what the check says of lists with what the launcher does.
 
 #include <sys/resource.h>
 
@@ -154,7 +154,7 @@ TEST_F(Prediction, ANegativeCountStartsTheProgramWithoutItsPath) {
     EXPECT_THAT(Check(list, {"argc-negative"}),
                 ElementsAre(HasSubstr("without even its own path")));
     Start(list);
-    // The system may put an empty one in the path's place.
+    // The system may put an empty argument in the path's place.
     Report const report = WaitForReports(1)[0];
     EXPECT_THAT(report.arguments, testing::Each(""));
 }
@@ -284,7 +284,7 @@ TEST_F(Prediction, WhatIsIgnoredIsIgnored) {
         Check(list, {kind});
         EXPECT_EQ(programs, 1U);
         Start(list);
-        // A stop before that would reach the launcher itself.
+        // Before the program runs, a stop would kill the launcher itself.
         WaitForReports(++started);
         EXPECT_EQ(Stop(), "exit 1") << list;
     }
@@ -299,9 +299,9 @@ TEST_F(Prediction, OfTwoWithOneNameTheLaterRunsOn) {
     EXPECT_THAT(Check(list, {"no-name", "duplicate-name"}),
                 ElementsAre(testing::_, HasSubstr("this later one wins")));
     EXPECT_EQ(programs, 0U);
-    // The launcher's line about the item without a name holds it up until the earlier
-    // program runs: it could be stopped before it has a process, and with it the
-    // launcher's group.
+    // The launcher is held up at its line about the item without a name until the earlier
+    // program runs. Else the earlier item could be stopped before it has a process, and
+    // the launcher's group would be killed.
     LogGate gate(log_file);
     SetLogLevel("ERROR");
     Start(list);

@@ -29,7 +29,7 @@ class ProgramCheckTest : public testing::Test {
         return check.Check(program, vector);
     }
 
-    // Whatever is asked from now on is answered differently.
+    // If the system is asked from now on, it refuses the program.
     void RemoveProgram() const { std::filesystem::remove(program); }
 
     static std::string Copy(std::string const& name, TempDirectory const& directory) {
@@ -74,7 +74,7 @@ TEST_F(ProgramCheckTest, AnswersAboutDifferentArgumentsAreAllKept) {
     EXPECT_EQ(Check(Vector(1, 40)).end, End::Executed);
     EXPECT_EQ(Check(Vector(2, 4)).end, End::Executed);
     EXPECT_EQ(Check(Vector(1, 131072)).end, End::ArgumentsTooLong);
-    // No answer for the largest of each measure was given.
+    // No earlier answer was about so many arguments of that length.
     EXPECT_EQ(Check(Vector(2, 40)).end, End::Refused);
 }
 

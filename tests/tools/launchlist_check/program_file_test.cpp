@@ -1,4 +1,4 @@
-// The prediction whether a file can be executed, beside what the system does with it.
+// Compares the prediction whether a file can be executed with what the system does.
 
 #include "tools/launchlist_check/program_file.h"
 
@@ -42,7 +42,7 @@ TEST_F(WhyNotExecutableTest, ProgramsAndScriptsAreExecuted) {
     ExpectReason(directory.Path() / "link", "");
 }
 
-TEST_F(WhyNotExecutableTest, WhatIsNotThereIsNot) {
+TEST_F(WhyNotExecutableTest, AMissingFileIsNotExecuted) {
     ExpectReason(directory.Path() / "missing", "No such file or directory");
     ExpectReason("/bin/sh/below", "Not a directory");
     ExpectReason("/" + std::string(100000, 'a'), "File name too long");
@@ -50,7 +50,7 @@ TEST_F(WhyNotExecutableTest, WhatIsNotThereIsNot) {
     ExpectReason(directory.Path() / "dangling", "No such file or directory");
 }
 
-TEST_F(WhyNotExecutableTest, DirectoriesAndDevicesAreNot) {
+TEST_F(WhyNotExecutableTest, DirectoriesAndDevicesAreNotExecuted) {
     ExpectReason(directory.Path(), "it is a directory");
     ExpectReason("/dev/null", "it is not a regular file");
     std::string const pipe = directory.Path() / "pipe";
@@ -58,15 +58,15 @@ TEST_F(WhyNotExecutableTest, DirectoriesAndDevicesAreNot) {
     ExpectReason(pipe, "it is not a regular file");
 }
 
-TEST_F(WhyNotExecutableTest, AFileWithoutPermissionIsNot) {
+TEST_F(WhyNotExecutableTest, AFileWithoutPermissionIsNotExecuted) {
     ExpectReason(directory.Write("plain", "#!/bin/sh\n"), "this user may not execute it");
 }
 
-TEST_F(WhyNotExecutableTest, AnEmptyFileIsNot) {
+TEST_F(WhyNotExecutableTest, AnEmptyFileIsNotExecuted) {
     ExpectReason(Program("empty", ""), "it is empty");
 }
 
-TEST_F(WhyNotExecutableTest, AScriptWithoutAnInterpreterIsNot) {
+TEST_F(WhyNotExecutableTest, AScriptWithoutAnInterpreterIsNotExecuted) {
     char const* const reason = R"(it is a script without "#!" in its first line)";
     ExpectReason(Program("bare", "exit 0\n"), reason);
     ExpectReason(Program("late", "\n#!/bin/sh\nexit 0\n"), reason);
@@ -77,7 +77,7 @@ TEST_F(WhyNotExecutableTest, AScriptWithoutAnInterpreterIsNot) {
                  "it names no interpreter after its \"#!\"");
 }
 
-TEST_F(WhyNotExecutableTest, AProgramOfAnotherSystemIsNoScript) {
+TEST_F(WhyNotExecutableTest, AProgramOfAnotherSystemIsNotAScript) {
     ExpectReason(Program("mach_o", "\xCF\xFA\xED\xFE text"), "it is a Mach-O file");
     ExpectReason(Program("windows", "MZ text"), "it is a program for Windows");
     ExpectReason(Program("elf",
@@ -86,7 +86,7 @@ TEST_F(WhyNotExecutableTest, AProgramOfAnotherSystemIsNoScript) {
                  "it is the beginning of an ELF file");
 }
 
-TEST_F(WhyNotExecutableTest, AScriptWhoseInterpreterCannotBeExecutedIsNot) {
+TEST_F(WhyNotExecutableTest, AScriptWhoseInterpreterCannotBeExecutedIsNotExecuted) {
     ExpectReason(Program("lost", "#!/nothing/here\n"),
                  "its interpreter \"/nothing/here\": No such file or directory");
     ExpectReason(Program("windows", "#!/bin/sh\r\nexit 0\r\n"),

@@ -49,7 +49,7 @@ TEST(Positions, TheEndOfTheTextIsTheLastPlace) {
 }
 
 TEST(Positions, PlacesFarFromTheBeginningAreRight) {
-    // Line ends of two bytes and characters of two, over every boundary inside.
+    // Lines of 5 bytes: line ends and characters of two bytes are on every boundary.
     std::string text;
     for (int i = 0; i < 2000; ++i) {
         text += "\xC3\xA9x\r\n";
@@ -70,7 +70,7 @@ TEST(ScanKeys, NamesTheKeyItsObjectAndItsPlace) {
     EXPECT_THAT(Repeated(R"({"a":1,"a":2,"a":3})"), ElementsAre("a@7", "a@13"));
 }
 
-TEST(ScanKeys, TheSameKeyInOtherObjectsIsNone) {
+TEST(ScanKeys, TheSameKeyInAnotherObjectIsNotRepeated) {
     EXPECT_THAT(Repeated(R"({"a":{"a":1},"b":{"a":1}})"), IsEmpty());
     EXPECT_THAT(Repeated(R"({"a":"a","b":"a","A":"a"})"), IsEmpty());
 }
@@ -81,7 +81,7 @@ TEST(ScanKeys, KeysAreComparedAsTheyAreMeant) {
     EXPECT_THAT(Repeated(R"({"a\\":1,"a":2})"), IsEmpty());
 }
 
-TEST(ScanKeys, CommentsAndStringsHoldNone) {
+TEST(ScanKeys, CommentsAndStringsHoldNoKeys) {
     EXPECT_THAT(Repeated("{\"a\":1, // \"a\":2,\n \"b\":\"}{\\\"a\\\"\"}"), IsEmpty());
     EXPECT_THAT(Repeated(R"({"a":1, /* , "a":2, { */ "b":2, "b":3})"),
                 ElementsAre("b@32"));
@@ -117,7 +117,7 @@ TEST(ScanKeys, FindsTheFirstValueThatIsTooDeepForMoreInside) {
     EXPECT_EQ(deepest(5000), 1001U);
 }
 
-TEST(FindKeyBefore, PassesTheColonAndBlanks) {
+TEST(FindKeyBefore, SkipsTheColonAndBlanks) {
     auto const find = [](std::string const& text) {
         return FindKeyBefore(text, text.find('#'));
     };
@@ -141,7 +141,7 @@ TEST(FindKeyBefore, WithoutAKeyOrWithACommentItIsTheValue) {
     EXPECT_EQ(find("\":#"), 2U);
 }
 
-TEST(FindTextAfter, PassesBlanksAndComments) {
+TEST(FindTextAfter, SkipsBlanksAndComments) {
     EXPECT_EQ(FindTextAfter("{} \r\n\t", 2), std::string::npos);
     EXPECT_EQ(FindTextAfter("{} // end", 2), std::string::npos);
     EXPECT_EQ(FindTextAfter("{} /* end */ ", 2), std::string::npos);
