@@ -25,6 +25,8 @@ def pytest_addoption(parser):
     parser.addoption("--prefix", type=pathlib.Path,
                      help="where the bundle is installed; if not given, build/release is"
                      " built and installed into a temporary folder")
+    parser.addoption("--packages", type=pathlib.Path,
+                     help="the folder of the packages; their archive, unpacked, is the prefix")
 
 
 def pytest_sessionfinish(session, exitstatus):
@@ -93,11 +95,30 @@ def release():
 
 
 @pytest.fixture(scope="session")
+def packages(pytestconfig):
+    """The folder of the packages, as scripts/package makes them."""
+    return (pytestconfig.getoption("--packages") or ROOT / "build/release/packages").resolve()
+
+
+@pytest.fixture(scope="session")
+def unpacked(packages, tmp_path_factory):
+    """The folder that the archive unpacks into, below one with a blank in its name."""
+    [archive] = packages.glob("*.tar.gz")
+    folder = tmp_path_factory.mktemp("unpacked") / "a folder"
+    folder.mkdir()
+    subprocess.run(["tar", "-xzf", archive, "-C", folder], check=True)
+    [unpacked] = folder.iterdir()
+    return unpacked
+
+
+@pytest.fixture(scope="session")
 def prefix(request, tmp_path_factory):
     """Where the bundle is installed."""
     given = request.config.getoption("--prefix")
     if given:
         return given.resolve()
+    if request.config.getoption("--packages"):
+        return request.getfixturevalue("unpacked")
     folder = tmp_path_factory.mktemp("installed") / "a prefix"
     subprocess.run(["cmake", "--install", request.getfixturevalue("release"), "--prefix",
                     folder], stdout=subprocess.DEVNULL, check=True)
