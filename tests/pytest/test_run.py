@@ -312,6 +312,9 @@ def test_a_clone_whose_path_has_blanks_builds_and_runs(tmp_path):
     clone.mkdir()
     subprocess.run(["sh", "-c", 'git ls-files -z | xargs -0 cp --parents -t "$0"', clone],
                    cwd=ROOT, check=True)
+    # Without -O3 this takes a third less time.
+    presets = clone / "CMakePresets.json"
+    presets.write_text(presets.read_text().replace('"Release"', '"None"'))
     run("../scripts/run", "--seconds", 1, "launch-list.json", cwd=clone / "examples",
         seconds=600).expect(0, NORMAL_END)
 
