@@ -29,7 +29,8 @@
 #include "common/strings/encoders.h"
 #include "common/strings/split.h"
 #include "common/strings/wildcard.h"
-#include "tests/support/files.h"
+#include "harness/files.h"
+#include "harness/launch_list.h"
 
 ILog* logger = nullptr;
 
@@ -49,14 +50,8 @@ struct Comparison {
 };
 
 std::string LaunchList(std::size_t items) {
-    std::string list = "{";
-    for (std::size_t i = 0; i < items; ++i) {
-        std::string const number = std::to_string(i);
-        list += (i == 0 ? "\"" : ",\"") + number + R"(": {"name": "program )" + number +
-                R"(", "program": "/opt/example/bin/program", "argc": 2, )" +
-                R"("args": {"0": "--port", "1": "7000"}})";
-    }
-    return list + "}";
+    return ListText(std::vector<std::string>(
+        items, ItemText("program", "/opt/example/bin/program", {"--port", "7000"})));
 }
 
 Comparison ParsingJson() {

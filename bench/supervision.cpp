@@ -19,9 +19,10 @@
 
 #include "bench/figures.h"
 #include "bench/supervisor.h"
-#include "tests/support/containment.h"
-#include "tests/support/files.h"
-#include "tests/support/passwd_record.h"
+#include "harness/containment.h"
+#include "harness/files.h"
+#include "harness/launch_list.h"
+#include "harness/passwd_entry.h"
 
 namespace {
 
@@ -166,7 +167,7 @@ class Bench {
     double own_of_one[2] = {};  // the latest private memory with one program, by Kind
     std::vector<Cost> costs_of_one[2];  // in this round, by Kind
     TempDirectory const home;
-    PasswdRecord const user;
+    PasswdEntry const user;
 };
 
 std::unique_ptr<Supervisor> Bench::Start(Kind kind, Stamps const& stamps,
@@ -179,17 +180,15 @@ std::unique_ptr<Supervisor> Bench::Start(Kind kind, Stamps const& stamps,
         }
         return std::make_unique<Supervisor>(command);
     }
-    std::string const rest = arguments == kTwoArguments
-                                 ? R"(, "argc": 2, "args": {"0": "--port", "1": "7000"}})"
-                                 : "}";
-    std::string list = "{";
+    std::vector<std::string> const two = {"--port", "7000"};
+    std::vector<std::string> items;
     for (std::size_t i = 0; i < stamps.Count(); ++i) {
         std::string const number = std::to_string(i);
-        list += (i == 0 ? "\n\"" : ",\n\"") + number + R"(": {"name": "program )" +
-                number + R"(", "program": ")" + stamps.Programs() + "/" + number + "\"" +
-                rest;
+        items.push_back(
+            ItemText("program " + number, stamps.Programs() + "/" + number,
+                     arguments == kTwoArguments ? two : std::vector<std::string>()));
     }
-    std::string const file = home.Write("list.json", list + "\n}\n");
+    std::string const file = home.Write("list.json", ListText(items));
     return std::make_unique<Supervisor>(
         std::vector<std::string>{BUNDLE "/MacOS/launcher", "bench", file});
 }
@@ -213,7 +212,8 @@ void Bench::AddMemory(Kind kind, Supervisor const& supervisor, std::size_t count
     figures.Add("Memory", "PSS, " + programs, "KiB", kind, memory.pss);
     figures.Add("Memory", "RSS, " + programs, "KiB", kind, memory.rss);
     figures.Add("Memory", "private, " + programs, "KiB", kind, memory.own);
-    figures.Add("Memory", "mappings, " + programs, "", kind, memory.mappings);
+    figures.Add("Memory", "mappings, " + programs, "", kind,
+                static_cast<double>(memory.mappings));
     if (count == 1) {
         own_of_one[kind] = memory.own;
     } else if (own_of_one[kind] > 0) {

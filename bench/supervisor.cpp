@@ -9,11 +9,14 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <ctime>
 #include <filesystem>
-#include <sstream>
 #include <system_error>
+
+#include "harness/proc.h"
+#include "harness/wait_for.h"
 
 namespace {
 
@@ -21,23 +24,11 @@ constexpr std::int64_t kMillisecond = 1'000'000;
 constexpr std::int64_t kSecond = 1000 * kMillisecond;
 constexpr std::int64_t kPause = 50 * kMillisecond;
 
+constexpr std::chrono::minutes kLongestWait(10);
+
 void Sleep(std::int64_t nanoseconds) {
     timespec const time = {nanoseconds / kSecond, nanoseconds % kSecond};
     nanosleep(&time, nullptr);
-}
-
-// Asks `condition` every millisecond until it is true or ten minutes are over; returns
-// its last answer.
-template <typename Condition>
-bool WaitUntil(Condition condition) {
-    std::int64_t const deadline = Now() + 600 * kSecond;
-    while (!condition()) {
-        if (Now() > deadline) {
-            return false;
-        }
-        Sleep(kMillisecond);
-    }
-    return true;
 }
 
 [[noreturn]] void Fail(char const* what) {
@@ -57,8 +48,8 @@ double Microseconds(timeval const& time) {
     return static_cast<double>(time.tv_sec) * 1e6 + static_cast<double>(time.tv_usec);
 }
 
-// Reaps whatever the ended supervisor left to this process, and returns how many of them
-// had to be killed for that.
+// Kills and reaps the processes that the supervisor left to this process when it ended.
+// Returns how many there were.
 std::size_t EndWhatIsLeft(pid_t group) {
     std::size_t left_over = 0;
     for (;;) {
@@ -72,6 +63,13 @@ std::size_t EndWhatIsLeft(pid_t group) {
             waitpid(-1, nullptr, 0);
         }
     }
+}
+
+// Makes memory for the child's exec time, and has this process reap what a supervisor
+// leaves behind.
+std::int64_t* PrepareForSupervisor() {
+    prctl(PR_SET_CHILD_SUBREAPER, 1);
+    return static_cast<std::int64_t*>(MapShared(sizeof(std::int64_t), -1));
 }
 
 }  // namespace
@@ -148,17 +146,19 @@ std::int64_t Stamps::LastFirstStart() const {
 
 bool Stamps::WaitUntilAllStarted(std::uint32_t times) const {
     std::size_t started = 0;
-    return WaitUntil([&] {
-        while (started < count && Starts(started) >= times) {
-            ++started;
-        }
-        return started == count;
-    });
+    return WaitFor(
+        [&] {
+            while (started < count && Starts(started) >= times) {
+                ++started;
+            }
+            return started == count;
+        },
+        kLongestWait);
 }
 
 bool Stamps::WaitForPause(std::size_t item) const {
     std::uint32_t const ends = Ends(item);
-    bool const ended = WaitUntil([&] { return Ends(item) != ends; });
+    bool const ended = WaitFor([&] { return Ends(item) != ends; }, kLongestWait);
     Sleep(kPause / 2);
     return ended;
 }
@@ -173,33 +173,15 @@ std::vector<Gap> Stamps::Gaps(std::size_t item, std::uint32_t first,
     return gaps;
 }
 
-Supervisor::Supervisor(std::vector<std::string> arguments)
-    : exec_time(static_cast<std::int64_t*>(MapShared(sizeof(std::int64_t), -1))) {
-    std::vector<char*> pointers;
-    for (std::string& argument : arguments) {
-        pointers.push_back(argument.data());
-    }
-    pointers.push_back(nullptr);
-    // What a killed supervisor leaves behind becomes this process's to reap.
-    prctl(PR_SET_CHILD_SUBREAPER, 1);
-    pid = fork();
-    if (pid < 0) {
-        Fail("fork");
-    }
-    if (pid == 0) {
-        setsid();
-        close_range(STDERR_FILENO + 1, ~0U, 0);
-        *exec_time = Now();
-        execv(pointers[0], pointers.data());
-        _exit(127);
-    }
-}
+Supervisor::Supervisor(std::vector<std::string> const& arguments)
+    : exec_time(PrepareForSupervisor()),
+      process(arguments, [this] { *exec_time = Now(); }) {}
 
 Supervisor::~Supervisor() {
-    if (!ended) {
-        kill(pid, SIGKILL);
-        waitpid(pid, nullptr, 0);
-        EndWhatIsLeft(pid);
+    if (!process.HasEnded()) {
+        process.Signal(SIGKILL);
+        process.WaitForEnd();
+        EndWhatIsLeft(process.Pid());
     }
     munmap(exec_time, sizeof(std::int64_t));
 }
@@ -211,7 +193,8 @@ std::int64_t Supervisor::ExecTime() const {
 double Supervisor::Cpu() const {
     clockid_t clock = 0;
     timespec time = {};
-    if (clock_getcpuclockid(pid, &clock) != 0 || clock_gettime(clock, &time) != 0) {
+    if (clock_getcpuclockid(process.Pid(), &clock) != 0 ||
+        clock_gettime(clock, &time) != 0) {
         Fail("the CPU clock of the supervisor");
     }
     return static_cast<double>(time.tv_sec) * 1e6 +
@@ -219,87 +202,62 @@ double Supervisor::Cpu() const {
 }
 
 Memory Supervisor::ReadMemory() const {
+    auto const kib = [this](char const* key) {
+        return static_cast<double>(ProcNumber(process.Pid(), "smaps_rollup", key));
+    };
     Memory memory;
-    std::string const directory = "/proc/" + std::to_string(pid);
-    for (std::string const& line : Lines(ReadFile(directory + "/maps"))) {
-        // A page of the system's that no process has for itself.
-        if (line.find("[vsyscall]") == std::string::npos) {
-            ++memory.mappings;
-        }
-    }
-    for (std::string const& line : Lines(ReadFile(directory + "/smaps_rollup"))) {
-        std::istringstream words(line);
-        std::string key;
-        double kib = 0;
-        words >> key >> kib;
-        if (key == "Pss:") {
-            memory.pss = kib;
-        } else if (key == "Rss:") {
-            memory.rss = kib;
-        } else if (key == "Private_Clean:" || key == "Private_Dirty:") {
-            memory.own += kib;
-        }
-    }
+    memory.pss = kib("Pss");
+    memory.rss = kib("Rss");
+    memory.own = kib("Private_Clean") + kib("Private_Dirty");
+    memory.mappings = CountMappings(process.Pid());
     return memory;
 }
 
 Faults Supervisor::ReadFaults() const {
-    std::string const text = ReadFile("/proc/" + std::to_string(pid) + "/stat");
-    std::istringstream words(text.substr(text.rfind(')') + 1));
-    std::string skipped;
-    for (int i = 0; i < 7; ++i) {  // from the state to the flags
-        words >> skipped;
-    }
-    Faults faults;
-    words >> faults.own >> faults.children;
-    return faults;
+    return {std::stoull(StatField(process.Pid(), 10)),
+            std::stoull(StatField(process.Pid(), 11))};
 }
 
 std::uint64_t Supervisor::ContextSwitches() const {
-    std::uint64_t total = 0;
-    std::string const tasks = "/proc/" + std::to_string(pid) + "/task";
-    for (auto const& task : std::filesystem::directory_iterator(tasks)) {
-        for (std::string const& line : Lines(ReadFile(task.path() / "status"))) {
-            if (line.find("voluntary_ctxt_switches:") != std::string::npos) {
-                total += std::stoull(line.substr(line.find(':') + 1));
-            }
-        }
+    long total = 0;
+    for (pid_t const thread : ThreadsOf(process.Pid())) {
+        total += ProcNumber(thread, "status", "voluntary_ctxt_switches") +
+                 ProcNumber(thread, "status", "nonvoluntary_ctxt_switches");
     }
-    return total;
+    return static_cast<std::uint64_t>(total);
 }
 
 std::size_t Supervisor::Descriptors() const {
-    namespace fs = std::filesystem;
-    std::string const directory = "/proc/" + std::to_string(pid) + "/fd";
-    std::ptrdiff_t fewest = 1 << 30;
-    for (int i = 0; i < 20; ++i) {
-        fs::directory_iterator const open_files(directory);
-        fewest = std::min(fewest, std::distance(begin(open_files), end(open_files)));
+    std::size_t fewest = CountDescriptors(process.Pid());
+    for (int i = 1; i < 20; ++i) {
         Sleep(kMillisecond);
+        fewest = std::min(fewest, CountDescriptors(process.Pid()));
     }
-    return static_cast<std::size_t>(fewest);
+    return fewest;
 }
 
 bool Supervisor::WaitUntilIdle() const {
     double cpu = -1;
-    return WaitUntil([&] {
-        double const before = cpu;
-        cpu = Cpu();
-        Sleep(30 * kMillisecond);
-        return cpu == before;
-    });
+    return WaitFor(
+        [&] {
+            double const before = cpu;
+            cpu = Cpu();
+            Sleep(30 * kMillisecond);
+            return cpu == before;
+        },
+        kLongestWait);
 }
 
 Outcome Supervisor::Stop(std::size_t items) {
     std::int64_t const since = Now();
-    kill(pid, SIGTERM);
+    process.Signal(SIGTERM);
     return WaitForEnd(since,
                       since + static_cast<std::int64_t>(items) * kPause + 30 * kSecond);
 }
 
 Outcome Supervisor::Kill() {
     std::int64_t const since = Now();
-    kill(pid, SIGKILL);
+    process.Signal(SIGKILL);
     return WaitForEnd(since, since + 60 * kSecond);
 }
 
@@ -307,27 +265,23 @@ Outcome Supervisor::WaitForEnd(std::int64_t since, std::int64_t deadline) {
     Outcome outcome;
     siginfo_t info = {};
     bool hangs = false;
-    // Without reaping it, for its CPU clock goes with it.
-    while (waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOHANG | WNOWAIT) ==
-               0 &&
+    // Its CPU clock is gone once it is reaped, so it is not reaped here.
+    while (waitid(P_PID, static_cast<id_t>(process.Pid()), &info,
+                  WEXITED | WNOHANG | WNOWAIT) == 0 &&
            info.si_pid == 0) {
         if (!hangs && Now() > deadline) {
             hangs = true;
-            kill(pid, SIGKILL);
+            process.Signal(SIGKILL);
         }
         Sleep(kMillisecond / 10);
     }
     double const own = Cpu();
-    int status = 0;
-    rusage usage = {};
-    wait4(pid, &status, 0, &usage);
-    ended = true;
-    outcome.left_over = EndWhatIsLeft(pid);
+    std::string const end = process.WaitForEnd();
+    outcome.end = hangs ? "hang" : end;
+    outcome.left_over = EndWhatIsLeft(process.Pid());
     outcome.seconds = static_cast<double>(Now() - since) / 1e9;
+    rusage const& usage = process.Usage();
     outcome.children_cpu =
         Microseconds(usage.ru_utime) + Microseconds(usage.ru_stime) - own;
-    outcome.end = hangs                 ? "hang"
-                  : WIFSIGNALED(status) ? "signal " + std::to_string(WTERMSIG(status))
-                                        : "exit " + std::to_string(WEXITSTATUS(status));
     return outcome;
 }

@@ -1,11 +1,11 @@
-// A supervisor under measurement, and the stamps of the programs that it keeps running.
+// A supervisor that is measured, and the stamps of the programs that it keeps running.
 //
 //   Stamps stamps(10);
 //   stamps.SetStays(true);
 //   Supervisor floor({"/path/of/floor", "10", stamps.Programs()});
 //   stamps.WaitUntilAllStarted();
-//   floor.ReadMemory().private_bytes   -> 123456
-//   floor.Stop().end                   -> "exit 0"
+//   floor.ReadMemory().own  -> 123 (KiB)
+//   floor.Stop(10).end      -> "exit 0"
 
 #ifndef BENCH_SUPERVISOR_H
 #define BENCH_SUPERVISOR_H
@@ -18,7 +18,8 @@
 #include <vector>
 
 #include "bench/stamps.h"
-#include "tests/support/files.h"
+#include "harness/files.h"
+#include "harness/process.h"
 
 // Returns CLOCK_MONOTONIC in nanoseconds.
 std::int64_t Now();
@@ -42,7 +43,7 @@ class Stamps {
     std::string Programs() const { return directory.Path(); }
     std::size_t Count() const { return count; }
 
-    // Says whether programs that start from now on stay until they are killed.
+    // Decides whether programs that start from now on stay until they are killed.
     void SetStays(bool stays);
     void SetStays(std::size_t item, bool stays);
 
@@ -51,24 +52,24 @@ class Stamps {
     std::uint64_t TotalStarts() const;
     std::uint64_t TotalEnds() const;
 
-    // The process id of the item's latest start.
+    // Returns the process id of the item's latest start.
     pid_t Pid(std::size_t item) const { return slots[item].pid; }
 
-    // When the item's first start was, and the latest of all items' first starts.
+    // Returns the time of the item's first start, and of the latest of all first starts.
     std::int64_t FirstStart(std::size_t item) const;
     std::int64_t LastFirstStart() const;
 
-    // Waits until every item has started `times` times, ten minutes at most. Says whether
-    // it came to that.
+    // Waits until every item has started `times` times, ten minutes at most. Returns
+    // whether that happened.
     bool WaitUntilAllStarted(std::uint32_t times = 1) const;
 
     // Waits for the middle of the pause between an end of the item's program and the next
-    // start, so that measurements begin and end at the same point of the round. Gives up
-    // after ten minutes.
+    // start, so that measurements begin and end at the same point of a pass. Gives up
+    // after ten minutes. Returns whether there was a pause.
     bool WaitForPause(std::size_t item) const;
 
-    // The gaps between the starts from number `first` up to number `last`. There are
-    // those of the latest kStampsKept starts.
+    // Returns the gaps between the starts from number `first` up to number `last`, which
+    // are among the latest kStampsKept.
     std::vector<Gap> Gaps(std::size_t item, std::uint32_t first,
                           std::uint32_t last) const;
 
@@ -82,7 +83,7 @@ struct Memory {
     double pss = 0;  // all in KiB
     double rss = 0;
     double own = 0;  // private: what ends with the process
-    int mappings = 0;
+    std::size_t mappings = 0;
 };
 
 // Page faults that read nothing from a disk.
@@ -102,43 +103,43 @@ struct Outcome {
 class Supervisor {
   public:
     // Starts arguments[0], a path, as the leader of a session of its own.
-    explicit Supervisor(std::vector<std::string> arguments);
+    explicit Supervisor(std::vector<std::string> const& arguments);
 
-    // Kills what still runs.
+    // Kills it and its programs if it still runs.
     ~Supervisor();
     Supervisor(Supervisor const&) = delete;
     Supervisor& operator=(Supervisor const&) = delete;
 
-    // The time just before the execv, by CLOCK_MONOTONIC.
+    // Returns the time just before the execv, by CLOCK_MONOTONIC.
     std::int64_t ExecTime() const;
 
-    // CPU of the supervisor's own process since its fork, in microseconds.
+    // Returns the CPU time of the supervisor's own process since its fork, in
+    // microseconds.
     double Cpu() const;
 
     Memory ReadMemory() const;
     Faults ReadFaults() const;
     std::uint64_t ContextSwitches() const;
 
-    // The number of open descriptors, without those that are open for a moment only.
+    // Returns the number of open descriptors, without those that are open for a moment.
     std::size_t Descriptors() const;
 
     // Waits until the supervisor rests: until it uses no CPU for 30 ms. Gives up after
-    // ten minutes.
+    // ten minutes. Returns whether it rests.
     bool WaitUntilIdle() const;
 
     // Sends SIGTERM and waits for the end, 50 ms for each of `items` and half a minute
     // more at most; then kills.
     Outcome Stop(std::size_t items);
 
-    // Kills it, its programs after that.
+    // Kills it, and its programs after that.
     Outcome Kill();
 
   private:
     Outcome WaitForEnd(std::int64_t since, std::int64_t deadline);
 
-    std::int64_t* exec_time;  // shared with the child
-    pid_t pid;
-    bool ended = false;
+    std::int64_t* const exec_time;  // shared with the child
+    Process process;
 };
 
 #endif

@@ -11,7 +11,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "tests/support/utf8_oracle.h"
+#include "harness/utf8_oracle.h"
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size);
 

@@ -16,7 +16,7 @@
 #include <utility>
 #include <vector>
 
-#include "tests/support/utf8_oracle.h"
+#include "harness/utf8_oracle.h"
 
 namespace json_model {
 

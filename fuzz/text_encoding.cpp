@@ -10,7 +10,7 @@
 
 #include "common/json/text_encoding.h"
 #include "fuzz/fuzzing.h"
-#include "tests/support/utf8_oracle.h"
+#include "harness/utf8_oracle.h"
 
 namespace {
 

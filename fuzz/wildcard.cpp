@@ -5,7 +5,7 @@
 
 #include "common/strings/wildcard.h"
 #include "fuzz/fuzzing.h"
-#include "tests/support/wildcard_oracle.h"
+#include "harness/wildcard_oracle.h"
 
 namespace {
 

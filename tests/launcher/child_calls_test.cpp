@@ -25,10 +25,10 @@
 #include <vector>
 
 #include "common/config/log.h"
+#include "harness/files.h"
+#include "harness/system.h"
+#include "harness/wait_for.h"
 #include "launcher/child_proc.h"
-#include "tests/support/files.h"
-#include "tests/support/system.h"
-#include "tests/support/wait_for.h"
 
 namespace {
 
@@ -195,7 +195,7 @@ namespace {
 class ChildCalls : public testing::Test {
   protected:
     ChildCalls() {
-        setenv("PROBE_DIR", directory.Path().c_str(), 1);
+        setenv("TEST_PROGRAM_DIR", directory.Path().c_str(), 1);
         logger = &noting_log;
         Forget();
         ended_threads = 0;
@@ -207,9 +207,9 @@ class ChildCalls : public testing::Test {
         after_kill = [] {};
     }
 
-    // Returns an item of this name whose program is the probe with this argument.
+    // Returns an item of this name whose program is the test program with this argument.
     static JsonObject Item(std::string const& name, std::string const& argument) {
-        return JsonObject((R"({"name": ")" + name + R"(", "program": ")" PROBE +
+        return JsonObject((R"({"name": ")" + name + R"(", "program": ")" TEST_PROGRAM +
                            R"(", "argc": 1, "args": {"0": ")" + argument + R"("}})")
                               .c_str());
     }
@@ -292,7 +292,7 @@ TEST_F(ChildCalls, OfTwoPasses) {
                             Killed("a", 0), "sleep 50000000 ns",
                             "log 1 [LAUNCHER  ] Start to fork a", "fork", "waitpid",
                             Killed("a", 0), "sleep 50000000 ns"));
-    EXPECT_THAT(CallsOfFirstChild(), ElementsAre("execv " PROBE));
+    EXPECT_THAT(CallsOfFirstChild(), ElementsAre("execv " TEST_PROGRAM));
 }
 
 TEST_F(ChildCalls, AfterAFailedExecTheChildPausesAndForks) {

@@ -12,12 +12,14 @@
 #include <future>
 #include <system_error>
 
-#include "tests/support/files.h"
+#include "harness/files.h"
+#include "harness/proc.h"
+#include "harness/process.h"
+#include "harness/wait_for.h"
+#include "tests/support/fake_kill.h"
+#include "tests/support/fake_log.h"
 #include "tests/support/launcher_fixture.h"
-#include "tests/support/process.h"
-#include "tests/support/recorded_kill.h"
-#include "tests/support/recording_log.h"
-#include "tests/support/wait_for.h"
+#include "tests/support/limited_user.h"
 
 namespace {
 
@@ -31,34 +33,36 @@ using testing::StartsWith;
 class ChildProcTest : public testing::Test {
   protected:
     ChildProcTest() {
-        setenv("PROBE_DIR", directory.Path().c_str(), 1);
+        setenv("TEST_PROGRAM_DIR", directory.Path().c_str(), 1);
         rlimit const no_core = {0, 0};
         setrlimit(RLIMIT_CORE, &no_core);
         logger = &log;
     }
     ~ChildProcTest() override { logger = nullptr; }
 
-    // Returns an item of the name "a" whose program is the probe, with these members.
+    // Returns an item of the name "a" whose program is the test program, with these
+    // members.
     static JsonObject Item(std::string const& more_members = "") {
         std::string const comma = more_members.empty() ? "" : ", ";
-        std::string const text = R"({"name": "a", "program": ")" + std::string(PROBE) +
-                                 "\"" + comma + more_members + "}";
+        std::string const text = R"({"name": "a", "program": ")" +
+                                 std::string(TEST_PROGRAM) + "\"" + comma + more_members +
+                                 "}";
         return JsonObject(text.c_str());
     }
 
-    std::vector<Report> WaitForReports(std::size_t count) const {
-        EXPECT_TRUE(WaitFor([&] { return ReportsIn(directory.Path()).size() >= count; }));
-        return ReportsIn(directory.Path());
+    std::vector<ProgramStart> WaitForStarts(std::size_t count) const {
+        EXPECT_TRUE(WaitFor([&] { return StartsIn(directory.Path()).size() >= count; }));
+        return StartsIn(directory.Path());
     }
 
     // Returns the arguments that the program of an item with these members gets.
     std::vector<std::string> ArgumentsOf(std::string const& members) {
-        for (Report const& report : ReportsIn(directory.Path())) {
+        for (ProgramStart const& start : StartsIn(directory.Path())) {
             std::filesystem::remove(directory.Path() /
-                                    (std::to_string(report.pid) + ".report"));
+                                    (std::to_string(start.pid) + ".start"));
         }
         ChildProc const child("test", Item(members));
-        return WaitForReports(1)[0].arguments;
+        return WaitForStarts(1)[0].arguments;
     }
 
     // Returns the first message about an end.
@@ -78,45 +82,42 @@ class ChildProcTest : public testing::Test {
     }
 
     TempDirectory directory;
-    RecordingLog log;
+    FakeLog log;
 };
-
-std::string Killed(pid_t pid, int status) {
-    return "[LAUNCHER  ] a " + std::to_string(pid) +
-           " is killed. ret = " + std::to_string(pid) +
-           ", status = " + std::to_string(status);
-}
 
 TEST_F(ChildProcTest, TheProgramGetsItsPathAndAsManyArgumentsAsArgcSays) {
     std::string const args = R"("args": {"0": "A", "1": "B"})";
-    EXPECT_THAT(ArgumentsOf(""), ElementsAre(PROBE));
-    EXPECT_THAT(ArgumentsOf(args), ElementsAre(PROBE));
-    EXPECT_THAT(ArgumentsOf(R"("argc": 0, )" + args), ElementsAre(PROBE));
-    EXPECT_THAT(ArgumentsOf(R"("argc": 1, )" + args), ElementsAre(PROBE, "A"));
-    EXPECT_THAT(ArgumentsOf(R"("argc": 2, )" + args), ElementsAre(PROBE, "A", "B"));
-    EXPECT_THAT(ArgumentsOf(R"("argc": 3, )" + args), ElementsAre(PROBE, "A", "B", ""));
+    EXPECT_THAT(ArgumentsOf(""), ElementsAre(TEST_PROGRAM));
+    EXPECT_THAT(ArgumentsOf(args), ElementsAre(TEST_PROGRAM));
+    EXPECT_THAT(ArgumentsOf(R"("argc": 0, )" + args), ElementsAre(TEST_PROGRAM));
+    EXPECT_THAT(ArgumentsOf(R"("argc": 1, )" + args), ElementsAre(TEST_PROGRAM, "A"));
+    EXPECT_THAT(ArgumentsOf(R"("argc": 2, )" + args),
+                ElementsAre(TEST_PROGRAM, "A", "B"));
+    EXPECT_THAT(ArgumentsOf(R"("argc": 3, )" + args),
+                ElementsAre(TEST_PROGRAM, "A", "B", ""));
 }
 
 TEST_F(ChildProcTest, MissingArgumentsAreEmpty) {
-    EXPECT_THAT(ArgumentsOf(R"("argc": 2)"), ElementsAre(PROBE, "", ""));
-    EXPECT_THAT(ArgumentsOf(R"("argc": 1, "args": null)"), ElementsAre(PROBE, ""));
+    EXPECT_THAT(ArgumentsOf(R"("argc": 2)"), ElementsAre(TEST_PROGRAM, "", ""));
+    EXPECT_THAT(ArgumentsOf(R"("argc": 1, "args": null)"), ElementsAre(TEST_PROGRAM, ""));
     EXPECT_THAT(ArgumentsOf(R"("argc": 2, "args": {"1": "B"})"),
-                ElementsAre(PROBE, "", "B"));
+                ElementsAre(TEST_PROGRAM, "", "B"));
 }
 
 TEST_F(ChildProcTest, ElevenArgumentsComeInTheOrderOfTheirNumbers) {
     EXPECT_THAT(
         ArgumentsOf(R"("argc": 11, "args": {"10": "k", "0": "a", "1": "b",
         "2": "c", "3": "d", "4": "e", "5": "f", "6": "g", "7": "h", "8": "i", "9": "j"})"),
-        ElementsAre(PROBE, "a", "b", "c", "d", "e", "f", "g", "h", "i", "j", "k"));
+        ElementsAre(TEST_PROGRAM, "a", "b", "c", "d", "e", "f", "g", "h", "i", "j", "k"));
 }
 
 TEST_F(ChildProcTest, ArgcIsReadAsANumberAndCutToThirtyTwoBits) {
     std::string const args = R"(, "args": {"0": "A", "1": "B"})";
-    EXPECT_THAT(ArgumentsOf(R"("argc": 4294967297)" + args), ElementsAre(PROBE, "A"));
-    EXPECT_THAT(ArgumentsOf(R"("argc": 1.9)" + args), ElementsAre(PROBE, "A"));
-    EXPECT_THAT(ArgumentsOf(R"("argc": true)" + args), ElementsAre(PROBE, "A"));
-    EXPECT_THAT(ArgumentsOf(R"("argc": null)" + args), ElementsAre(PROBE));
+    EXPECT_THAT(ArgumentsOf(R"("argc": 4294967297)" + args),
+                ElementsAre(TEST_PROGRAM, "A"));
+    EXPECT_THAT(ArgumentsOf(R"("argc": 1.9)" + args), ElementsAre(TEST_PROGRAM, "A"));
+    EXPECT_THAT(ArgumentsOf(R"("argc": true)" + args), ElementsAre(TEST_PROGRAM, "A"));
+    EXPECT_THAT(ArgumentsOf(R"("argc": null)" + args), ElementsAre(TEST_PROGRAM));
 }
 
 TEST_F(ChildProcTest, ANegativeArgcGivesAnEmptyVector) {
@@ -131,7 +132,7 @@ TEST_F(ChildProcTest, ANegativeArgcGivesAnEmptyVector) {
 
 TEST_F(ChildProcTest, ArgumentsThatAreNoTextAreWrittenOut) {
     EXPECT_THAT(ArgumentsOf(R"("argc": 3, "args": {"0": 7000, "1": true, "2": null})"),
-                ElementsAre(PROBE, "7000", "true", ""));
+                ElementsAre(TEST_PROGRAM, "7000", "true", ""));
 }
 
 TEST_F(ChildProcTest, MoreArgumentsThanAnySystemTakesEndTheChildAbnormally) {
@@ -144,17 +145,17 @@ TEST_F(ChildProcTest, MoreArgumentsThanAnySystemTakesEndTheChildAbnormally) {
         EXPECT_THAT(log.Lines()[before + 1].second, testing::EndsWith("status = 6"))
             << count;
     }
-    EXPECT_THAT(ReportsIn(directory.Path()), IsEmpty());
+    EXPECT_THAT(StartsIn(directory.Path()), IsEmpty());
 }
 
 TEST_F(ChildProcTest, LogsAStartBeforeItAndTheRawStatusAfterTheEnd) {
     ChildProc const child("test", Item(R"("argc": 1, "args": {"0": "--exit=3"})"));
     std::string const message = WaitForEnd();
-    EXPECT_EQ(message, Killed(WaitForReports(1)[0].pid, 768));
-    EXPECT_EQ(log.Lines()[0], RecordingLog::Line(1, "[LAUNCHER  ] Start to fork a"));
-    EXPECT_EQ(log.Lines()[1], RecordingLog::Line(8, message));
+    EXPECT_EQ(message, Killed("a", WaitForStarts(1)[0].pid, 768));
+    EXPECT_EQ(log.Lines()[0], FakeLog::Line(1, "[LAUNCHER  ] Start to fork a"));
+    EXPECT_EQ(log.Lines()[1], FakeLog::Line(8, message));
     EXPECT_TRUE(WaitFor([this] { return log.Lines().size() >= 3; }));
-    EXPECT_EQ(log.Lines()[2], RecordingLog::Line(1, "[LAUNCHER  ] Start to fork a"));
+    EXPECT_EQ(log.Lines()[2], FakeLog::Line(1, "[LAUNCHER  ] Start to fork a"));
 }
 
 TEST_F(ChildProcTest, WaitsForItsOwnProgramAmongTheChildrenOfTheProcess) {
@@ -162,10 +163,11 @@ TEST_F(ChildProcTest, WaitsForItsOwnProgramAmongTheChildrenOfTheProcess) {
     ASSERT_TRUE(WaitFor([&] { return StateOf(stranger.Pid()) == 'Z'; }));
     {
         ChildProc const child("test", Item());
-        WaitForReports(1);
+        WaitForStarts(1);
     }
     EXPECT_EQ(stranger.WaitForEnd(), "exit 0");
-    EXPECT_EQ(log.Lines().back().second, Killed(ReportsIn(directory.Path())[0].pid, 9));
+    EXPECT_EQ(log.Lines().back().second,
+              Killed("a", StartsIn(directory.Path())[0].pid, 9));
 }
 
 TEST_F(ChildProcTest, WhereTheSystemReapsTheChildrenTheFailedWaitIsLogged) {
@@ -173,41 +175,42 @@ TEST_F(ChildProcTest, WhereTheSystemReapsTheChildrenTheFailedWaitIsLogged) {
     {
         ChildProc const child("test", Item(R"("argc": 1, "args": {"0": "--exit=3"})"));
         std::string const message = WaitForEnd();
-        EXPECT_EQ(message, "[LAUNCHER  ] a " + std::to_string(WaitForReports(1)[0].pid) +
+        EXPECT_EQ(message, "[LAUNCHER  ] a " + std::to_string(WaitForStarts(1)[0].pid) +
                                " is killed. ret = -1, status = 0");
         // Nothing else follows from it.
-        WaitForReports(2);
+        WaitForStarts(2);
     }
     std::signal(SIGCHLD, before);
 }
 
 TEST_F(ChildProcTest, KeepsAPrivateCopyOfAViewOnAnItem) {
-    std::string const text = R"({"0": {"name": "a", "program": ")" + std::string(PROBE) +
+    std::string const text = R"({"0": {"name": "a", "program": ")" +
+                             std::string(TEST_PROGRAM) +
                              R"(", "argc": 1, "args": {"0": "--exit=0"}}})";
     auto list = std::make_unique<JsonObject>(text.c_str());
     ChildProc const child("test", (*list)["0"]);
     (*list)["0"]["program"] = std::string("/nonexistent");
     (*list)["0"]["name"] = std::string("b");
     list.reset();
-    WaitForReports(3);
+    WaitForStarts(3);
     EXPECT_THAT(WaitForEnd(), StartsWith("[LAUNCHER  ] a "));
 }
 
 TEST_F(ChildProcTest, DestructionKillsTheProgramAndWaitsForTheThread) {
-    std::vector<Report> reports;
+    std::vector<ProgramStart> starts;
     {
         ChildProc const child("test", Item());
-        reports = WaitForReports(1);
+        starts = WaitForStarts(1);
     }
-    EXPECT_TRUE(IsGone(reports[0].pid));
+    EXPECT_TRUE(IsGone(starts[0].pid));
     EXPECT_EQ(log.Lines().size(), 2U);
-    EXPECT_EQ(log.Lines()[1], RecordingLog::Line(8, Killed(reports[0].pid, 9)));
-    EXPECT_THAT(TakeRecordedKills(), IsEmpty());
+    EXPECT_EQ(log.Lines()[1], FakeLog::Line(8, Killed("a", starts[0].pid, 9)));
+    EXPECT_THAT(TakeUnsentKills(), IsEmpty());
 }
 
 TEST_F(ChildProcTest, DestructionTakesThePauseOfFiftyMilliseconds) {
     auto child = std::make_unique<ChildProc>("test", Item());
-    WaitForReports(1);
+    WaitForStarts(1);
     auto const begin = std::chrono::steady_clock::now();
     child.reset();
     EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(50));
@@ -223,37 +226,37 @@ TEST_F(ChildProcTest, DestructionBeforeTheFirstForkKillsTheProcessGroup) {
         std::async(std::launch::async, [&child] { child.reset(); });
     std::vector<std::pair<pid_t, int>> kills;
     EXPECT_TRUE(WaitFor([&kills] {
-        kills = TakeRecordedKills();
+        kills = TakeUnsentKills();
         return !kills.empty();
     }));
     EXPECT_THAT(kills, ElementsAre(Pair(0, SIGKILL)));
     log.LetPass();
     destroyed.wait();
     // The pass that had begun was finished, and was the last.
-    EXPECT_THAT(ReportsIn(directory.Path()), SizeIs(1));
+    EXPECT_THAT(StartsIn(directory.Path()), SizeIs(1));
     EXPECT_EQ(log.Lines().size(), 2U);
 }
 
 TEST_F(ChildProcTest, StopKillsTheProgramAndEndsTheSupervisionWithoutWaiting) {
     log.HoldUp("is killed");
     ChildProc child("test", Item());
-    pid_t const program = WaitForReports(1)[0].pid;
+    pid_t const program = WaitForStarts(1)[0].pid;
     // The thread is held up, so a Stop that waited for it would not return.
     child.Stop();
     EXPECT_TRUE(WaitFor([program] { return IsGone(program); }));
     log.WaitUntilOneIsHeldUp();
     log.LetPass();
-    EXPECT_EQ(WaitForEnd(), Killed(program, 9));
+    EXPECT_EQ(WaitForEnd(), Killed("a", program, 9));
 }
 
 TEST_F(ChildProcTest, AfterAStopTheProgramIsNotStartedAgain) {
     {
         ChildProc child("test", Item());
-        WaitForReports(1);
+        WaitForStarts(1);
         child.Stop();
         WaitForEnd();
     }
-    EXPECT_THAT(ReportsIn(directory.Path()), SizeIs(1));
+    EXPECT_THAT(StartsIn(directory.Path()), SizeIs(1));
     EXPECT_EQ(log.Lines().size(), 2U);
 }
 
@@ -270,9 +273,7 @@ std::string AsLimitedUser(unsigned long limit, std::function<int()> const& body)
         if (!WaitFor([&first] { return !std::filesystem::exists(first); })) {
             return 97;
         }
-        auto const tasks = std::filesystem::directory_iterator("/proc/self/task");
-        auto const others = std::distance(begin(tasks), end(tasks)) - 1;
-        BecomeLimitedUser(limit + static_cast<unsigned long>(others));
+        BecomeLimitedUser(limit + ThreadsOf(getpid()).size() - 1);
         return body();
     });
     return process.WaitForEnd();
@@ -286,19 +287,19 @@ TEST_F(ChildProcTest, AFailedForkEndsTheSupervisionAndDestructionKillsEverything
     EXPECT_EQ(
         AsLimitedUser(2,
                       [] {
-                          RecordingLog fresh;
+                          FakeLog fresh;
                           logger = &fresh;
                           {
                               ChildProc const child("test", Item());
                               if (!WaitFor([&] { return fresh.Lines().size() == 2; })) {
                                   return 1;
                               }
-                              if (!TakeRecordedKills().empty()) {
+                              if (!TakeUnsentKills().empty()) {
                                   return 2;
                               }
                           }
-                          auto const kills = TakeRecordedKills();
-                          std::vector<RecordingLog::Line> const expected = {
+                          auto const kills = TakeUnsentKills();
+                          std::vector<FakeLog::Line> const expected = {
                               {1, "[LAUNCHER  ] Start to fork a"},
                               {8, "[LAUNCHER  ] Failed to fork a"}};
                           if (fresh.Lines() != expected) {
@@ -327,7 +328,7 @@ TEST_F(ChildProcTest, WithoutAThreadTheConstructorThrowsTheSystemsErrorCode) {
                                         text.compare(0, start.size(), start) == 0 &&
                                         error.code() ==
                                             std::errc::resource_unavailable_try_again;
-                                    return right && TakeRecordedKills().empty() ? 0 : 1;
+                                    return right && TakeUnsentKills().empty() ? 0 : 1;
                                 }
                                 return 2;
                             }),
@@ -336,7 +337,7 @@ TEST_F(ChildProcTest, WithoutAThreadTheConstructorThrowsTheSystemsErrorCode) {
 
 TEST_F(ChildProcTest, ANameThatIsNoTextThrows) {
     EXPECT_THROW(ChildProc("test", JsonObject(R"({"name": ["a"]})")), std::exception);
-    EXPECT_THAT(TakeRecordedKills(), IsEmpty());
+    EXPECT_THAT(TakeUnsentKills(), IsEmpty());
     EXPECT_THAT(log.Lines(), IsEmpty());
 }
 

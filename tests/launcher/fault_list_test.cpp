@@ -7,11 +7,12 @@
 
 #include <csignal>
 
+#include "harness/proc.h"
+#include "harness/wait_for.h"
 #include "tests/support/launcher_fixture.h"
 #include "tests/support/limited_launcher.h"
 #include "tests/support/sanitizers.h"
 #include "tests/support/system_call.h"
-#include "tests/support/wait_for.h"
 
 namespace {
 
@@ -32,7 +33,7 @@ class FaultList : public LauncherTest {
         EXPECT_EQ(launcher->WaitForEnd(), "exit 0");
         EXPECT_THAT(Messages("ERROR"),
                     ElementsAre("[LAUNCHER  ] Error while parsing saved json string."));
-        EXPECT_THAT(Reports(), IsEmpty());
+        EXPECT_THAT(Starts(), IsEmpty());
         EXPECT_THAT(system_log.Received(), IsEmpty());
     }
 };
@@ -42,9 +43,9 @@ using FaultUnreadableList = LimitedLauncherTest;
 TEST_F(FaultUnreadableList, EndsItWithZeroInSilence) {
     WriteFile(list_file, "");
     std::filesystem::permissions(list_file, std::filesystem::perms(0600));
-    StartLimited(List({Item("a")}), 20);
+    StartLimited(ListText({Item("a")}), 20);
     EXPECT_EQ(launcher->WaitForEnd(), "exit 0");
-    EXPECT_THAT(Reports(), IsEmpty());
+    EXPECT_THAT(Starts(), IsEmpty());
     EXPECT_THAT(Log(), IsEmpty());
     EXPECT_THAT(system_log.Received(), IsEmpty());
 }
@@ -55,7 +56,7 @@ TEST_F(FaultList, AFifoIsWaitedForAndReadUntilItsWriterCloses) {
     ASSERT_TRUE(WaitUntilIt(IsOpening));
     int const writer = open(list_file.c_str(), O_WRONLY | O_CLOEXEC);
     ASSERT_TRUE(WaitUntilIt(IsReading));
-    std::string const list = List({Item("a")});
+    std::string const list = ListText({Item("a")});
     ASSERT_EQ(write(writer, list.data(), list.size()), static_cast<ssize_t>(list.size()));
     // It has taken the whole list and reads on.
     ASSERT_TRUE(WaitFor([writer] {
@@ -63,21 +64,21 @@ TEST_F(FaultList, AFifoIsWaitedForAndReadUntilItsWriterCloses) {
         return ioctl(writer, FIONREAD, &unread) == 0 && unread == 0;
     }));
     ASSERT_TRUE(WaitUntilIt(IsReading));
-    EXPECT_THAT(Reports(), IsEmpty());
+    EXPECT_THAT(Starts(), IsEmpty());
     EXPECT_FALSE(std::filesystem::exists(home / "Library/Logs"));
     close(writer);
-    WaitForReports(1);
+    WaitForStarts(1);
     EXPECT_EQ(Stop(), "exit 1");
-    EXPECT_THAT(Reports(), SizeIs(1));
+    EXPECT_THAT(Starts(), SizeIs(1));
 }
 
 // ThreadSanitizer installs handlers that interrupt system calls for good.
 #if !UNDER_TSAN
 // Says whether a SIGTERM was sent to the process and has not arrived.
 bool HasPendingSigterm(pid_t pid) {
-    std::string const status = ReadFile("/proc/" + std::to_string(pid) + "/status");
-    std::size_t const at = status.find("ShdPnd:");
-    return (std::stoul(status.substr(at + 7), nullptr, 16) >> (SIGTERM - 1) & 1) != 0;
+    unsigned long const pending =
+        std::stoul(ProcValue(pid, "status", "ShdPnd"), nullptr, 16);
+    return (pending >> (SIGTERM - 1) & 1) != 0;
 }
 
 TEST_F(FaultList, AFifoIsWaitedForThroughASigterm) {
@@ -88,10 +89,10 @@ TEST_F(FaultList, AFifoIsWaitedForThroughASigterm) {
     ASSERT_TRUE(WaitFor([this] { return !HasPendingSigterm(launcher->Pid()); }));
     ASSERT_TRUE(WaitUntilIt(IsOpening));
     int const writer = open(list_file.c_str(), O_WRONLY | O_CLOEXEC);
-    std::string const list = List({Item("a")});
+    std::string const list = ListText({Item("a")});
     ASSERT_EQ(write(writer, list.data(), list.size()), static_cast<ssize_t>(list.size()));
     close(writer);
-    WaitForReports(1);
+    WaitForStarts(1);
     EXPECT_EQ(Stop(), "exit 1");
 }
 #endif
@@ -113,7 +114,7 @@ std::string HundredMegabytes() {
 
 TEST_F(FaultList, AHundredMegabytesAreRead) {
     Start(R"({"ballast": ")" + HundredMegabytes() + R"(", "0": )" + Item("a") + "}");
-    WaitForReports(1);
+    WaitForStarts(1);
     EXPECT_EQ(Stop(), "exit 1");
 }
 
@@ -132,7 +133,7 @@ std::string NestedList(std::string item, std::size_t levels) {
 
 TEST_F(FaultList, AThousandLevelsAreRead) {
     Start(NestedList(Item("a"), 1000));
-    WaitForReports(1);
+    WaitForStarts(1);
     EXPECT_EQ(Stop(), "exit 1");
 }
 
@@ -143,26 +144,23 @@ TEST_F(FaultList, AThousandAndOneLevelsEndItWithZero) {
 
 TEST_F(FaultList, BytesThatAreNoUtf8ArePassedOnAsTheyAre) {
     std::string const name = "caf\xE9 \xFF\xC0\x80";
-    Start(List({Item(name, {"--hold", "\xE9", "\xED\xA0\x80", "\xF5"})}));
-    Report const report = WaitForReports(1)[0];
-    EXPECT_THAT(report.arguments,
-                ElementsAre(PROBE, "--hold", "\xE9", "\xED\xA0\x80", "\xF5"));
+    Start(ListText({Item(name, {"--hold", "\xE9", "\xED\xA0\x80", "\xF5"})}));
+    ProgramStart const start = WaitForStarts(1)[0];
+    EXPECT_THAT(start.arguments,
+                ElementsAre(TEST_PROGRAM, "--hold", "\xE9", "\xED\xA0\x80", "\xF5"));
     EXPECT_EQ(Stop(), "exit 1");
-    std::string const id = std::to_string(report.pid);
     EXPECT_THAT(Messages("DEBUG"), ElementsAre("[LAUNCHER  ] Start to fork " + name));
-    EXPECT_THAT(Messages("ERROR"),
-                ElementsAre("[LAUNCHER  ] " + name + " " + id +
-                            " is killed. ret = " + id + ", status = 9"));
+    EXPECT_THAT(Messages("ERROR"), ElementsAre(Killed(name, start.pid, 9)));
 }
 
 TEST_F(FaultList, ByteOrderMarksOfUtf16EndItWithZero) {
-    Start("\xFF\xFE" + List({Item("a")}));
+    Start("\xFF\xFE" + ListText({Item("a")}));
     ExpectThatItSaysItsLineAndEndsWithZero();
 }
 
 TEST_F(FaultList, Utf16EndsItWithZero) {
     std::string wide;
-    for (char const byte : List({Item("a")})) {
+    for (char const byte : ListText({Item("a")})) {
         wide += byte;
         wide += '\0';
     }
@@ -174,10 +172,10 @@ TEST_F(FaultList, OfTwoMembersWithTheSameKeyTheLaterOneCounts) {
     std::string item = Item("later name", {"--hold", "later"});
     item.insert(1, R"("name": "earlier name", "program": "/nonexistent", "argc": 7, )");
     Start(R"({"0": )" + Item("b", {"--hold", "earlier"}) + R"(, "0": )" + item + "}");
-    pid_t const program = WaitForReports(1, "later")[0].pid;
+    pid_t const program = WaitForStarts(1, "later")[0].pid;
     EXPECT_EQ(Stop(), "exit 1");
     EXPECT_TRUE(IsGone(program));
-    EXPECT_THAT(Reports(), SizeIs(1));
+    EXPECT_THAT(Starts(), SizeIs(1));
     EXPECT_THAT(Messages("DEBUG"), ElementsAre("[LAUNCHER  ] Start to fork later name"));
 }
 

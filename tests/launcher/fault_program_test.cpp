@@ -5,11 +5,12 @@
 
 #include <csignal>
 
+#include "harness/proc.h"
+#include "harness/wait_for.h"
 #include "tests/support/launcher_fixture.h"
 #include "tests/support/limited_launcher.h"
 #include "tests/support/log_gate.h"
 #include "tests/support/system_call.h"
-#include "tests/support/wait_for.h"
 
 namespace {
 
@@ -21,19 +22,13 @@ using testing::Ge;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-std::string Killed(std::string const& name, pid_t pid, int status) {
-    return "[LAUNCHER  ] " + name + " " + std::to_string(pid) +
-           " is killed. ret = " + std::to_string(pid) +
-           ", status = " + std::to_string(status);
-}
-
 using FaultDeletedProgram = LimitedLauncherTest;
 
 TEST_F(FaultDeletedProgram, MakesAChainFromItsEndOnWhoseLastLinkRunsItOnceItIsBack) {
-    StartLimited(List({Item("a")}), 200);
-    pid_t const first = WaitForReports(1)[0].pid;
+    StartLimited(ListText({Item("a")}), 200);
+    pid_t const first = WaitForStarts(1)[0].pid;
     std::filesystem::path const aside = directory.Path() / "aside";
-    std::filesystem::rename(probe_copy, aside);
+    std::filesystem::rename(program_copy, aside);
     ASSERT_TRUE(WaitUntilMainWaits());
     EXPECT_THAT(LinksAndPrograms(), ElementsAre(first));
     kill(first, SIGKILL);
@@ -42,8 +37,8 @@ TEST_F(FaultDeletedProgram, MakesAChainFromItsEndOnWhoseLastLinkRunsItOnceItIsBa
     EXPECT_EQ(CountInLog("DEBUG " + launcher_id + " [LAUNCHER  ] Start to fork a"), 2U);
     EXPECT_THAT(Messages("ERROR"), ElementsAre(Killed("a", first, 9)));
 
-    std::filesystem::rename(aside, probe_copy);
-    Report const again = WaitForReports(2)[1];
+    std::filesystem::rename(aside, program_copy);
+    ProgramStart const again = WaitForStarts(2)[1];
     std::vector<pid_t> const chain = LinksAndPrograms();
     ASSERT_THAT(chain, SizeIs(Ge(4U)));
     EXPECT_EQ(ParentOf(chain[0]), launcher->Pid());
@@ -72,40 +67,40 @@ class FaultProgram : public LauncherTest {
 
     // Waits until a program that ends all the time was started three times more.
     void WaitForThreeStartsOf(std::string const& tag) const {
-        WaitForReports(Reports(tag).size() + 3, tag);
+        WaitForStarts(Starts(tag).size() + 3, tag);
     }
 
     std::filesystem::path const script = directory.Path() / "script";
 };
 
 TEST_F(FaultProgram, AReplacedExecutableRunsFromTheNextStartOn) {
-    std::string const probe = PROBE;
-    Start(List({Script("a", "exec " + probe + " --hold old")}));
-    pid_t const before = WaitForReports(1, "old")[0].pid;
+    std::string const program = TEST_PROGRAM;
+    Start(ListText({Script("a", "exec " + program + " --hold old")}));
+    pid_t const before = WaitForStarts(1, "old")[0].pid;
     std::filesystem::path const replacement = directory.Path() / "replacement";
-    WriteScript(replacement, "exec " + probe + " --hold new");
+    WriteScript(replacement, "exec " + program + " --hold new");
     std::filesystem::rename(replacement, script);
     ASSERT_TRUE(WaitUntilMainWaits());
     EXPECT_FALSE(IsGone(before));
     EXPECT_THAT(Messages("ERROR"), IsEmpty());
     kill(before, SIGKILL);
-    pid_t const after = WaitForReports(1, "new")[0].pid;
+    pid_t const after = WaitForStarts(1, "new")[0].pid;
     EXPECT_EQ(ParentOf(after), launcher->Pid());
     EXPECT_EQ(Stop(), "exit 1");
     EXPECT_TRUE(IsGone(after));
     EXPECT_THAT(Messages("ERROR"),
                 ElementsAre(Killed("a", before, 9), Killed("a", after, 9)));
-    EXPECT_THAT(Reports(), SizeIs(2));
+    EXPECT_THAT(Starts(), SizeIs(2));
 }
 
 TEST_F(FaultProgram, OneThatIgnoresEverySignalRunsOnUntilTheStopKillsIt) {
     // SIGKILL and SIGSTOP cannot be ignored.
-    Start(List({Script("deaf",
-                       "trap '' 1 2 3 4 5 6 7 8 10 11 12 13 14 15 16 17 18 20 "
-                       "21 22 23 24 25 26 27 28 29 30 31\nexec " +
-                           std::string(PROBE) + " --hold deaf"),
-                RestlessItem("clock")}));
-    pid_t const program = WaitForReports(1, "deaf")[0].pid;
+    Start(ListText({Script("deaf",
+                           "trap '' 1 2 3 4 5 6 7 8 10 11 12 13 14 15 16 17 18 20 "
+                           "21 22 23 24 25 26 27 28 29 30 31\nexec " +
+                               std::string(TEST_PROGRAM) + " --hold deaf"),
+                    RestlessItem("clock")}));
+    pid_t const program = WaitForStarts(1, "deaf")[0].pid;
     for (int number = 1; number <= 31; ++number) {
         if (number != SIGKILL && number != SIGSTOP) {
             kill(program, number);
@@ -118,12 +113,13 @@ TEST_F(FaultProgram, OneThatIgnoresEverySignalRunsOnUntilTheStopKillsIt) {
     EXPECT_EQ(Stop(), "exit 1");
     EXPECT_TRUE(IsGone(program));
     EXPECT_EQ(CountInLog(Killed("deaf", program, 9)), 1U);
-    EXPECT_THAT(Reports("deaf"), SizeIs(1));
+    EXPECT_THAT(Starts("deaf"), SizeIs(1));
 }
 
 TEST_F(FaultProgram, OneThatStopsItselfIsLeftInPeaceAndGoesOnWhenItIsContinued) {
-    Start(List({Item("a", {"--raise=19", "a"}), Item("clock", {"--exit=0", "clock"})}));
-    pid_t const program = WaitForReports(1, "a")[0].pid;
+    Start(
+        ListText({Item("a", {"--raise=19", "a"}), Item("clock", {"--exit=0", "clock"})}));
+    pid_t const program = WaitForStarts(1, "a")[0].pid;
     ASSERT_TRUE(WaitFor([program] { return StateOf(program) == 'T'; }));
     WaitForThreeStartsOf("clock");
     EXPECT_EQ(StateOf(program), 'T');
@@ -131,12 +127,12 @@ TEST_F(FaultProgram, OneThatStopsItselfIsLeftInPeaceAndGoesOnWhenItIsContinued) 
     EXPECT_TRUE(WaitFor([program] { return StateOf(program) == 'S'; }));
     WaitForThreeStartsOf("clock");
     EXPECT_EQ(CountInLog("] a "), 0U);
-    EXPECT_THAT(Reports("a"), SizeIs(1));
+    EXPECT_THAT(Starts("a"), SizeIs(1));
 }
 
 TEST_F(FaultProgram, OneThatHasStoppedItselfIsKilledByTheStop) {
-    Start(List({Item("a", {"--raise=19"})}));
-    pid_t const program = WaitForReports(1)[0].pid;
+    Start(ListText({Item("a", {"--raise=19"})}));
+    pid_t const program = WaitForStarts(1)[0].pid;
     ASSERT_TRUE(WaitFor([program] { return StateOf(program) == 'T'; }));
     EXPECT_EQ(Stop(), "exit 1");
     EXPECT_TRUE(IsGone(program));
@@ -144,16 +140,16 @@ TEST_F(FaultProgram, OneThatHasStoppedItselfIsKilledByTheStop) {
 }
 
 TEST_F(FaultProgram, OneThatForksAndLeavesIsStartedAgainAndItsCopiesOutliveTheStop) {
-    std::string const probe = PROBE;
+    std::string const program = TEST_PROGRAM;
     std::filesystem::path const rest = directory.Path() / "rest";
-    Start(
-        List({Script("a", "if [ -e " + rest.string() + " ]; then exec " + probe +
-                              " --hold last; fi\n" + probe + " --hold copy &\nexit 3")}));
-    std::vector<Report> const copies = WaitForReports(3, "copy");
+    Start(ListText(
+        {Script("a", "if [ -e " + rest.string() + " ]; then exec " + program +
+                         " --hold last; fi\n" + program + " --hold copy &\nexit 3")}));
+    std::vector<ProgramStart> const copies = WaitForStarts(3, "copy");
     WriteFile(rest, "");
-    pid_t const last = WaitForReports(1, "last")[0].pid;
+    pid_t const last = WaitForStarts(1, "last")[0].pid;
     EXPECT_EQ(Stop(), "exit 1");
-    for (Report const& copy : copies) {
+    for (ProgramStart const& copy : copies) {
         EXPECT_FALSE(IsGone(copy.pid));
         EXPECT_NE(ParentOf(copy.pid), launcher->Pid());
         // What is logged is the end of the one that left.
@@ -168,14 +164,14 @@ using FaultSignal = LauncherTest;
 
 TEST_F(FaultSignal, SigkillOfTheLauncherLeavesItsProgramsRunningAndTheNextOneStartsMore) {
     std::string const list =
-        List({Item("a", {"--hold", "a"}), Item("b", {"--hold", "b"})});
+        ListText({Item("a", {"--hold", "a"}), Item("b", {"--hold", "b"})});
     Start(list);
-    WaitForReports(2);
+    WaitForStarts(2);
     ASSERT_TRUE(WaitUntilMainWaits());
     launcher->Signal(SIGKILL);
     EXPECT_EQ(launcher->WaitForEnd(), "signal 9");
     pid_t const dead = launcher->Pid();
-    std::vector<pid_t> const left = RunningProbes();
+    std::vector<pid_t> const left = RunningPrograms();
     EXPECT_THAT(left, SizeIs(2));
     for (pid_t const program : left) {
         EXPECT_NE(ParentOf(program), dead);
@@ -183,16 +179,16 @@ TEST_F(FaultSignal, SigkillOfTheLauncherLeavesItsProgramsRunningAndTheNextOneSta
     EXPECT_THAT(Messages("ERROR"), IsEmpty());
 
     Start(list);
-    WaitForReports(4);
+    WaitForStarts(4);
     EXPECT_EQ(Stop(), "exit 1");
-    EXPECT_THAT(RunningProbes(), testing::UnorderedElementsAreArray(left));
+    EXPECT_THAT(RunningPrograms(), testing::UnorderedElementsAreArray(left));
     EXPECT_THAT(system_log.Received(), IsEmpty());
 }
 
 // Main takes whatever wakes it for its stop; on Linux this does not.
 TEST_F(FaultSignal, SigstopAndSigcontLetTheLauncherWaitOn) {
-    Start(List({Item("a")}));
-    pid_t const program = WaitForReports(1)[0].pid;
+    Start(ListText({Item("a")}));
+    pid_t const program = WaitForStarts(1)[0].pid;
     ASSERT_TRUE(WaitUntilMainWaits());
     for (int i = 0; i < 20; ++i) {
         launcher->Signal(SIGSTOP);
@@ -210,8 +206,8 @@ TEST_F(FaultSignal, SigstopAndSigcontLetTheLauncherWaitOn) {
 TEST_F(FaultSignal, SigtermToTheWholeProcessGroupStopsTheLauncherAndItsProgram) {
     LogGate gate(log_file);
     SetLogLevel("ERROR");
-    Start(List({Item("a")}));
-    pid_t const program = WaitForReports(1)[0].pid;
+    Start(ListText({Item("a")}));
+    pid_t const program = WaitForStarts(1)[0].pid;
     ASSERT_TRUE(WaitUntilMainWaits());
     EXPECT_EQ(getpgid(program), launcher->Pid());
     kill(-launcher->Pid(), SIGTERM);
@@ -226,18 +222,18 @@ TEST_F(FaultSignal, SigtermToTheWholeProcessGroupStopsTheLauncherAndItsProgram) 
     // Whichever signal came first.
     EXPECT_THAT(gate.Log(), ElementsAre(AnyOf(EndsWith(Killed("a", program, 15)),
                                               EndsWith(Killed("a", program, 9)))));
-    EXPECT_THAT(Reports(), SizeIs(1));
+    EXPECT_THAT(Starts(), SizeIs(1));
 }
 
 TEST_F(FaultSignal, SigtermToTheGroupOfSeveralProgramsMayWaitForOneThatIsStartedAgain) {
     std::filesystem::path const word = directory.Path() / "word";
     std::string const until = "--until=" + word.string();
-    Start(List(
+    Start(ListText(
         {Item("a", {until, "a"}), Item("b", {until, "b"}), Item("c", {until, "c"})}));
-    std::vector<Report> const programs = WaitForReports(3);
+    std::vector<ProgramStart> const programs = WaitForStarts(3);
     ASSERT_TRUE(WaitUntilMainWaits());
     kill(-launcher->Pid(), SIGTERM);
-    for (Report const& program : programs) {
+    for (ProgramStart const& program : programs) {
         EXPECT_TRUE(WaitFor([&program] { return IsGone(program.pid); }));
     }
     // The items are stopped one after the other, each for 50 ms; by then the next one's
@@ -245,7 +241,7 @@ TEST_F(FaultSignal, SigtermToTheGroupOfSeveralProgramsMayWaitForOneThatIsStarted
     // before its id is known misses it, and waits until it ends by itself.
     WriteFile(word, "");
     EXPECT_EQ(launcher->WaitForEnd(), "exit 1");
-    EXPECT_THAT(RunningProbes(), IsEmpty());
+    EXPECT_THAT(RunningPrograms(), IsEmpty());
     EXPECT_THAT(Messages("ERROR"), SizeIs(Messages("DEBUG").size()));
     EXPECT_THAT(Messages("ERROR"),
                 Each(AnyOf(EndsWith(", status = 15"), EndsWith(", status = 9"),

@@ -10,13 +10,14 @@
 #include <csignal>
 #include <cstdlib>
 
+#include "harness/proc.h"
+#include "harness/system.h"
+#include "harness/wait_for.h"
 #include "tests/support/disk.h"
 #include "tests/support/launcher_fixture.h"
 #include "tests/support/limited_launcher.h"
 #include "tests/support/log_gate.h"
 #include "tests/support/sanitizers.h"
-#include "tests/support/system.h"
-#include "tests/support/wait_for.h"
 
 int launcher_main(int argc, char** argv);
 
@@ -39,17 +40,17 @@ TEST_F(FaultNoTask, WithoutAProcessForOneItemTheOthersRunOnUntilTheStopKillsAll)
         items.push_back(Item(name, {"--until=" + word.string(), name}));
     }
     // Main, three supervising threads and two programs.
-    StartLimited(List(items), 6);
-    WaitForReports(2);
+    StartLimited(ListText(items), 6);
+    WaitForStarts(2);
     ASSERT_TRUE(WaitFor([this] { return CountInLog("Failed to fork ") == 1; }));
     auto const failed =
         std::find_if(names.begin(), names.end(),
-                     [this](std::string const& name) { return Reports(name).empty(); });
+                     [this](std::string const& name) { return Starts(name).empty(); });
     ASSERT_NE(failed, names.end());
     EXPECT_THAT(Messages("ERROR"), ElementsAre("[LAUNCHER  ] Failed to fork " + *failed));
-    for (Report const& report : Reports()) {
-        kill(report.pid, SIGKILL);
-        WaitForReports(2, report.arguments[2]);
+    for (ProgramStart const& start : Starts()) {
+        kill(start.pid, SIGKILL);
+        WaitForStarts(2, start.arguments[2]);
     }
     std::vector<pid_t> const others = LinksAndPrograms();
     EXPECT_THAT(others, SizeIs(2));
@@ -79,20 +80,18 @@ TEST_F(FaultNoTask, WithoutAThreadItSaysItsLineStopsWhatItStartedAndEndsWithZero
     SetLogLevel("ERROR");
     // Main, one supervising thread and its program. The second item holds main up until
     // the program runs.
-    StartLimited(List({Item("a"), "{}", Item("c"), Item("d")}), 3);
-    pid_t const program = WaitForReports(1)[0].pid;
+    StartLimited(ListText({Item("a"), "{}", Item("c"), Item("d")}), 3);
+    pid_t const program = WaitForStarts(1)[0].pid;
     ASSERT_TRUE(gate.WaitUntilHeldUp(launcher->Pid(), 1));
     gate.Open();
     EXPECT_EQ(launcher->WaitForEnd(), "exit 0");
     EXPECT_THAT(LinksAndPrograms(), IsEmpty());
-    std::string const id = std::to_string(program);
     EXPECT_THAT(
         gate.Log(),
         ElementsAre(EndsWith("[LAUNCHER  ] There is an item has no name."),
                     EndsWith("[LAUNCHER  ] Error while parsing saved json string."),
-                    EndsWith("[LAUNCHER  ] a " + id + " is killed. ret = " + id +
-                             ", status = 9")));
-    EXPECT_THAT(Reports(), SizeIs(1));
+                    EndsWith(Killed("a", program, 9))));
+    EXPECT_THAT(Starts(), SizeIs(1));
     EXPECT_THAT(system_log.Received(), IsEmpty());
 }
 
@@ -117,9 +116,9 @@ class FaultNoDescriptor : public LauncherTest {
 
 TEST_F(FaultNoDescriptor, BesideItsStandardStreamsTheSystemCannotLoadIt) {
     rlimit const three = {3, 3};
-    Start(List({Item("a")}), [&three] { setrlimit(RLIMIT_NOFILE, &three); });
+    Start(ListText({Item("a")}), [&three] { setrlimit(RLIMIT_NOFILE, &three); });
     EXPECT_EQ(launcher->WaitForEnd(), "exit 127");
-    EXPECT_THAT(Reports(), IsEmpty());
+    EXPECT_THAT(Starts(), IsEmpty());
     EXPECT_FALSE(std::filesystem::exists(home / "Library/Logs"));
     EXPECT_THAT(system_log.Received(), IsEmpty());
 }
@@ -127,13 +126,13 @@ TEST_F(FaultNoDescriptor, BesideItsStandardStreamsTheSystemCannotLoadIt) {
 // Without a descriptor of its own a sanitizer goes round in circles.
 #if !UNDER_ASAN && !UNDER_TSAN
 TEST_F(FaultNoDescriptor, InPlaceOfItsStandardStreamsItRunsWithoutALog) {
-    Start(List({RestlessItem("a"), Item("b", {"--hold", "b"})}), [] {
+    Start(ListText({RestlessItem("a"), Item("b", {"--hold", "b"})}), [] {
         rlimit const three = {3, 3};
         setrlimit(RLIMIT_NOFILE, &three);
         CloseDescriptorsFrom(STDIN_FILENO);
     });
-    WaitForReports(3, "a");
-    pid_t const program = WaitForReports(1, "b")[0].pid;
+    WaitForStarts(3, "a");
+    pid_t const program = WaitForStarts(1, "b")[0].pid;
     LetRest();
     EXPECT_EQ(Stop(), "exit 1");
     EXPECT_TRUE(IsGone(program));
@@ -151,22 +150,20 @@ TEST_F(FaultNoDescriptor, AfterTheListIsOpenItFindsNeitherItsConfigurationNorIts
     // Opened as soon as the launcher has opened its end.
     int const list = open(list_file.c_str(), O_WRONLY | O_CLOEXEC);
     LimitDescriptors(launcher->Pid(), 0);
-    std::string const text = List({Item("a")});
+    std::string const text = ListText({Item("a")});
     ASSERT_EQ(write(list, text.data(), text.size()), static_cast<ssize_t>(text.size()));
     close(list);
     ASSERT_TRUE(WaitUntilMainWaits());
-    EXPECT_THAT(Reports(), IsEmpty());
+    EXPECT_THAT(Starts(), IsEmpty());
     // No product name, no level DEBUG; its lines are lost, and the program, which cannot
     // be loaded, is started again and again.
     std::filesystem::path const logs = other_home / "Library/Logs";
     EXPECT_TRUE(std::filesystem::is_empty(logs / "voplog"));
     LimitDescriptors(launcher->Pid(), 1024);
-    pid_t const program = WaitForReports(1)[0].pid;
+    pid_t const program = WaitForStarts(1)[0].pid;
     EXPECT_EQ(Stop(), "exit 1");
-    std::string const id = std::to_string(program);
     std::string const log = ReadFile(logs / "voplog/launcher.log");
-    EXPECT_THAT(log, EndsWith("[LAUNCHER  ] a " + id + " is killed. ret = " + id +
-                              ", status = 9\n"));
+    EXPECT_THAT(log, EndsWith(Killed("a", program, 9) + "\n"));
     EXPECT_THAT(Lines(log), Each(HasSubstr(" ERROR ")));
     EXPECT_FALSE(std::filesystem::exists(home / "Library/Logs"));
     EXPECT_THAT(system_log.Received(), IsEmpty());
@@ -174,11 +171,11 @@ TEST_F(FaultNoDescriptor, AfterTheListIsOpenItFindsNeitherItsConfigurationNorIts
 #endif
 
 TEST_F(FaultNoDescriptor, AtTheStartItEndsWithZeroInSilence) {
-    WriteFile(list_file, List({Item("a")}));
+    WriteFile(list_file, ListText({Item("a")}));
     EXPECT_EQ(RunMainWithoutDescriptors({"launcher", "test", list_file}), "exit 0");
     // The event about the arguments needs one too.
     EXPECT_EQ(RunMainWithoutDescriptors({"launcher"}), "exit 0");
-    EXPECT_THAT(Reports(), IsEmpty());
+    EXPECT_THAT(Starts(), IsEmpty());
     EXPECT_FALSE(std::filesystem::exists(home / "Library/Logs"));
     EXPECT_THAT(system_log.Received(), IsEmpty());
 }
@@ -187,7 +184,7 @@ TEST_F(FaultNoDescriptor, AtTheStartItEndsWithZeroInSilence) {
 class FaultNoLog : public LauncherTest {
   protected:
     // Waits until the program was started three times more.
-    void WaitForThreeStarts() const { WaitForReports(Reports().size() + 3); }
+    void WaitForThreeStarts() const { WaitForStarts(Starts().size() + 3); }
 
     // Runs the launcher with a log that works, works no longer after `break_log`, and
     // works again after `mend_log`.
@@ -195,7 +192,7 @@ class FaultNoLog : public LauncherTest {
     void ExpectThatItRunsOnWithoutItsLog(Break break_log, Mend mend_log) {
         // The long name fills disks.
         std::string const name(2000, 'n');
-        Start(List({RestlessItem(name)}));
+        Start(ListText({RestlessItem(name)}));
         EXPECT_TRUE(WaitFor([this] { return CountInLog("status = 0") >= 2; }));
         break_log();
         // A line whose file was open may still come.
@@ -208,16 +205,16 @@ class FaultNoLog : public LauncherTest {
         EXPECT_TRUE(WaitFor([this, lines] { return Log().size() >= lines + 4; }));
         LetRest();
         EXPECT_EQ(Stop(), "exit 1");
-        EXPECT_THAT(RunningProbes(), IsEmpty());
+        EXPECT_THAT(RunningPrograms(), IsEmpty());
         EXPECT_THAT(Log().back(), HasSubstr(" is killed. ret = "));
         EXPECT_THAT(system_log.Received(), IsEmpty());
     }
 
     // Expects that the launcher, which cannot make its log, sends an event and runs on.
     void ExpectAnEventAndProgramsWithoutALog() {
-        Start(List({RestlessItem("a"), Item("b", {"--hold", "b"})}));
-        WaitForReports(3, "a");
-        pid_t const program = WaitForReports(1, "b")[0].pid;
+        Start(ListText({RestlessItem("a"), Item("b", {"--hold", "b"})}));
+        WaitForStarts(3, "a");
+        pid_t const program = WaitForStarts(1, "b")[0].pid;
         LetRest();
         EXPECT_EQ(Stop(), "exit 1");
         EXPECT_TRUE(IsGone(program));
@@ -247,7 +244,7 @@ TEST_F(FaultNoLog, OnAFullDisk) {
                 return statvfs(disk.Path().c_str(), &space) == 0 && space.f_bavail == 0;
             }));
             // The last block may have room for a line or two.
-            WaitForReports(Reports().size() + 10);
+            WaitForStarts(Starts().size() + 10);
         },
         [&] { std::filesystem::remove(ballast); });
 }
@@ -300,11 +297,11 @@ TEST_F(FaultNoLog, FromTheStartOnADiskThatHasNoRoomForADirectory) {
 
 TEST_F(FaultNoLog, FromTheStartOnADiskThatHasNoRoomForALine) {
     Disk const disk(home / "Library/Logs", "nr_inodes=3");
-    Start(List({RestlessItem("a"), Item("b", {"--hold", "b"})}));
-    WaitForReports(3, "a");
+    Start(ListText({RestlessItem("a"), Item("b", {"--hold", "b"})}));
+    WaitForStarts(3, "a");
     LetRest();
     EXPECT_EQ(Stop(), "exit 1");
-    EXPECT_THAT(RunningProbes(), IsEmpty());
+    EXPECT_THAT(RunningPrograms(), IsEmpty());
     EXPECT_TRUE(std::filesystem::is_empty(log_directory));
     EXPECT_THAT(system_log.Received(), IsEmpty());
 }
@@ -313,9 +310,9 @@ using FaultNoHome = LimitedLauncherTest;
 
 TEST_F(FaultNoHome, WithoutARecordAndAHomeItMayNotLogWhereTheSystemDoesAndRunsOn) {
     unsetenv("HOME");
-    StartLimited(List({RestlessItem("a"), Item("b", {"--hold", "b"})}), 20);
-    WaitForReports(3, "a");
-    WaitForReports(1, "b");
+    StartLimited(ListText({RestlessItem("a"), Item("b", {"--hold", "b"})}), 20);
+    WaitForStarts(3, "a");
+    WaitForStarts(1, "b");
     LetRest();
     EXPECT_EQ(Stop(), "exit 1");
     EXPECT_THAT(LinksAndPrograms(), IsEmpty());

@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "common/config/log_location.h"
+#include "harness/passwd_entry.h"
 #include "launcher/main.h"
-#include "tests/support/passwd_record.h"
-#include "tests/support/recording_log.h"
+#include "tests/support/fake_log.h"
 #include "tests/support/system_log.h"
 
 namespace {
@@ -55,9 +55,9 @@ class InitLogTest : public testing::Test {
         library = nullptr;
     }
 
-    PasswdRecord const user{"/home/of/the/test"};
+    PasswdEntry const user{"/home/of/the/test"};
     SystemLog const system_log;
-    RecordingLog log;
+    FakeLog log;
     Library asked;
 };
 

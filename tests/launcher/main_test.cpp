@@ -11,14 +11,14 @@
 #include <thread>
 #include <vector>
 
+#include "harness/files.h"
+#include "harness/process.h"
+#include "harness/wait_for.h"
 #include "launcher/system_event.h"
-#include "tests/support/files.h"
+#include "tests/support/fake_log.h"
 #include "tests/support/launcher_fixture.h"
-#include "tests/support/process.h"
-#include "tests/support/recording_log.h"
 #include "tests/support/system_call.h"
 #include "tests/support/system_log.h"
-#include "tests/support/wait_for.h"
 
 int launcher_main(int argc, char** argv);
 
@@ -45,7 +45,7 @@ class ReadDataTest : public testing::Test {
 
     TempDirectory directory;
     std::string const file = directory.Path() / "list.json";
-    RecordingLog log;
+    FakeLog log;
 };
 
 TEST_F(ReadDataTest, ReplacesTheTextByTheFile) {
@@ -74,7 +74,7 @@ TEST_F(ReadDataTest, AFileThatCannotBeOpenedIsLoggedAndLeavesTheTextAlone) {
     EXPECT_FALSE(ReadData("/nonexistent/list.json", text));
     EXPECT_EQ(text, "before");
     EXPECT_THAT(log.Lines(),
-                ElementsAre(RecordingLog::Line(
+                ElementsAre(FakeLog::Line(
                     8, "[LAUNCHER  ] Failed to open file /nonexistent/list.json")));
 }
 
@@ -83,7 +83,7 @@ TEST_F(ReadDataTest, AnEmptyFileIsLoggedAndLeavesTheTextAlone) {
     std::string text = "before";
     EXPECT_FALSE(ReadData(file, text));
     EXPECT_EQ(text, "before");
-    EXPECT_THAT(log.Lines(), ElementsAre(RecordingLog::Line(
+    EXPECT_THAT(log.Lines(), ElementsAre(FakeLog::Line(
                                  8, "[LAUNCHER  ] Size of read " + file + " is 0")));
 }
 
@@ -157,11 +157,11 @@ class MainTest : public LauncherTest {
 
 // There is a program still, and there was no SIGTERM.
 TEST_F(MainTest, EndsAtTheFirstWakeUpOfAnyKind) {
-    WriteFile(list_file, List({Item("a")}));
+    WriteFile(list_file, ListText({Item("a")}));
     Process process([this] {
         std::thread waker([this] {
             WaitFor([this] {
-                return !Reports().empty() &&
+                return !Starts().empty() &&
                        WaitsForCondition(SystemCallOf(getpid(), getpid()));
             });
             g_process_condition.notify_all();
@@ -175,7 +175,7 @@ TEST_F(MainTest, EndsAtTheFirstWakeUpOfAnyKind) {
         return 10 * result + static_cast<int>(programs);
     });
     EXPECT_EQ(process.WaitForEnd(), "exit 11");
-    EXPECT_THAT(RunningProbes(), IsEmpty());
+    EXPECT_THAT(RunningPrograms(), IsEmpty());
 }
 
 TEST(InitDaemon, ClosesTheStandardStreamsAndInstallsTheHandler) {

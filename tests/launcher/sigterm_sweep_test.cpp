@@ -19,11 +19,12 @@
 #include <sstream>
 #include <thread>
 
+#include "harness/proc.h"
+#include "harness/wait_for.h"
+#include "tests/launcher/call_trace.h"
 #include "tests/support/launcher_fixture.h"
-#include "tests/support/observations.h"
 #include "tests/support/sanitizers.h"
 #include "tests/support/system_call.h"
-#include "tests/support/wait_for.h"
 
 namespace {
 
@@ -59,30 +60,30 @@ constexpr char kLosesItems[] =
 constexpr char kCrashes[] =
     "crashed when main added to the table while another thread cleared it";
 
-// Returns how often a thread was put to sleep and woken, as the system writes it.
-std::string CountOfWakeups(pid_t process, pid_t thread) {
-    std::string const status = ReadFile("/proc/" + std::to_string(process) + "/task/" +
-                                        std::to_string(thread) + "/status");
-    return status.substr(std::min(status.find("voluntary_ctxt_switches"), status.size()));
+// Returns how often a thread was put to sleep and woken, and how often it was
+// interrupted.
+std::string CountOfSwitches(pid_t thread) {
+    return ProcValue(thread, "status", "voluntary_ctxt_switches") + " " +
+           ProcValue(thread, "status", "nonvoluntary_ctxt_switches");
 }
 
 // A launcher in a session of its own, beside a process that ends with its group alone.
-class ObservedRun {
+class TracedRun {
   public:
-    ObservedRun(std::vector<std::string> const& arguments,
-                std::filesystem::path const& file)
-        : observations(file),
+    TracedRun(std::vector<std::string> const& arguments,
+              std::filesystem::path const& file)
+        : trace(file),
           launcher(arguments, [&file] { Prepare(file); }),
           begin(steady_clock::now()) {}
 
     // Ends all that is left of the session.
-    ~ObservedRun() {
+    ~TracedRun() {
         kill(-launcher.Pid(), SIGKILL);
         launcher.WaitForEnd();
         EXPECT_TRUE(WaitFor([this] { return CountProcesses() == 0; }));
     }
-    ObservedRun(ObservedRun const&) = delete;
-    ObservedRun& operator=(ObservedRun const&) = delete;
+    TracedRun(TracedRun const&) = delete;
+    TracedRun& operator=(TracedRun const&) = delete;
 
     pid_t Pid() const { return launcher.Pid(); }
 
@@ -111,8 +112,8 @@ class ObservedRun {
         std::ostringstream text;
         text << (launcher.HasEnded() ? launcher.WaitForEnd() : "still running")
              << " after " << sigterms << " SIGTERM";
-        for (Act const& act : observations.Acts()) {
-            text << "\n  " << Describe(act);
+        for (TracedCall const& call : trace.Calls()) {
+            text << "\n  " << Describe(call);
         }
         for (pid_t const process : SessionMembers(Pid())) {
             text << "\n  left: " << process << " " << StateOf(process);
@@ -133,7 +134,7 @@ class ObservedRun {
     static void Prepare(std::filesystem::path const& file) {
         rlimit const no_core = {0, 0};
         setrlimit(RLIMIT_CORE, &no_core);
-        setenv(Observations::kVariable, file.c_str(), 1);
+        setenv(CallTrace::kVariable, file.c_str(), 1);
         // What is lost or spoilt in the table is an outcome here, and no finding.
         char const* const options = std::getenv("ASAN_OPTIONS");
         setenv("ASAN_OPTIONS",
@@ -155,20 +156,21 @@ class ObservedRun {
 
     std::size_t CountProcesses() const { return SessionMembers(Pid()).size(); }
 
-    static int Count(std::vector<Act> const& acts, ActKind kind) {
+    static int Count(std::vector<TracedCall> const& calls, CallKind kind) {
         return static_cast<int>(
-            std::count_if(acts.begin(), acts.end(),
-                          [kind](Act const& act) { return act.kind == kind; }));
+            std::count_if(calls.begin(), calls.end(),
+                          [kind](TracedCall const& call) { return call.kind == kind; }));
     }
 
-    // Returns the act by which a thread entered the handler that it has not left; one of
+    // Returns the call by which a thread entered the handler that it has not left; one of
     // the kind kNone if there is none.
-    static Act OpenHandler(std::vector<Act> const& acts) {
-        Act open = {};
-        for (Act const& act : acts) {
-            if (act.kind == ActKind::kHandlerBegins) {
-                open = act;
-            } else if (act.kind == ActKind::kHandlerEnds && act.thread == open.thread) {
+    static TracedCall OpenHandler(std::vector<TracedCall> const& calls) {
+        TracedCall open = {};
+        for (TracedCall const& call : calls) {
+            if (call.kind == CallKind::kHandlerBegins) {
+                open = call;
+            } else if (call.kind == CallKind::kHandlerEnds &&
+                       call.thread == open.thread) {
                 open = {};
             }
         }
@@ -177,7 +179,7 @@ class ObservedRun {
 
     // Says whether main waits though the notification is over.
     bool MainWaitsInVain() const {
-        return Count(observations.Acts(), ActKind::kHandlerEnds) == 1 &&
+        return Count(trace.Calls(), CallKind::kHandlerEnds) == 1 &&
                WaitsForCondition(SystemCallOf(Pid(), Pid()));
     }
 
@@ -186,7 +188,7 @@ class ObservedRun {
     // looks.
     bool IsStuckInFork() {
         std::string standstill;
-        Act const handler = OpenHandler(observations.Acts());
+        TracedCall const handler = OpenHandler(trace.Calls());
         if (handler.inside_fork && handler.thread != Pid()) {
             pid_t waiting = handler.thread;
             SystemCall call = SystemCallOf(Pid(), waiting);
@@ -196,7 +198,7 @@ class ObservedRun {
                 call = SystemCallOf(Pid(), waiting);
             }
             if (WaitsForLock(call)) {
-                standstill = std::to_string(waiting) + CountOfWakeups(Pid(), waiting);
+                standstill = std::to_string(waiting) + " " + CountOfSwitches(waiting);
             }
         }
         looks_at_standstill = !standstill.empty() && standstill == last_standstill
@@ -207,49 +209,53 @@ class ObservedRun {
     }
 
     // Says whether main started a thread after another thread had entered the handler.
-    bool MainAddsToWhatIsCleared(std::vector<Act> const& acts) const {
+    bool MainAddsToWhatIsCleared(std::vector<TracedCall> const& calls) const {
         auto const begins =
-            std::find_if(acts.begin(), acts.end(), [this](Act const& act) {
-                return act.kind == ActKind::kHandlerBegins && act.thread != Pid();
+            std::find_if(calls.begin(), calls.end(), [this](TracedCall const& call) {
+                return call.kind == CallKind::kHandlerBegins && call.thread != Pid();
             });
-        return std::any_of(begins, acts.end(), [this](Act const& act) {
-            return act.kind == ActKind::kHasStartedThread && act.thread == Pid();
+        return std::any_of(begins, calls.end(), [this](TracedCall const& call) {
+            return call.kind == CallKind::kHasStartedThread && call.thread == Pid();
         });
     }
 
     // Says whether the handler interrupted main between the start of an item's thread and
     // the entry of that item in the table: it then waits for one thread less than there
     // are.
-    bool MainIsInterruptedWhileItAdds(std::vector<Act> const& acts) const {
+    bool MainIsInterruptedWhileItAdds(std::vector<TracedCall> const& calls) const {
         int threads = 0;
-        for (Act const& act : acts) {
-            threads += act.kind == ActKind::kHasStartedThread ? 1 : 0;
-            threads -= act.kind == ActKind::kHasJoined ? 1 : 0;
-            if (act.kind == ActKind::kHandlerEnds && act.thread == Pid() && threads > 0) {
+        for (TracedCall const& call : calls) {
+            threads += call.kind == CallKind::kHasStartedThread ? 1 : 0;
+            threads -= call.kind == CallKind::kHasJoined ? 1 : 0;
+            if (call.kind == CallKind::kHandlerEnds && call.thread == Pid() &&
+                threads > 0) {
                 return true;
             }
         }
         return false;
     }
 
-    static bool DidInHandler(std::vector<Act> const& acts, ActKind kind, long value) {
-        Act const handler = OpenHandler(acts);
-        return std::any_of(acts.begin(), acts.end(), [&](Act const& act) {
-            return act.thread == handler.thread && act.kind == kind && act.value == value;
+    static bool DidInHandler(std::vector<TracedCall> const& calls, CallKind kind,
+                             long value) {
+        TracedCall const handler = OpenHandler(calls);
+        return std::any_of(calls.begin(), calls.end(), [&](TracedCall const& call) {
+            return call.thread == handler.thread && call.kind == kind &&
+                   call.value == value;
         });
     }
 
-    std::string OutcomeOfExit(std::vector<Act> const& acts) const {
-        Act const handler = OpenHandler(acts);
+    std::string OutcomeOfExit(std::vector<TracedCall> const& calls) const {
+        TracedCall const handler = OpenHandler(calls);
         // Main may wake up, and end the process, before another thread has left the
         // handler.
-        if (Count(acts, ActKind::kHandlerBegins) != sigterms || handler.thread == Pid()) {
+        if (Count(calls, CallKind::kHandlerBegins) != sigterms ||
+            handler.thread == Pid()) {
             return "";
         }
         // What was stopped was also waited for.
         if (CountProcesses() > 1) {
             bool const loses =
-                MainAddsToWhatIsCleared(acts) || MainIsInterruptedWhileItAdds(acts);
+                MainAddsToWhatIsCleared(calls) || MainIsInterruptedWhileItAdds(calls);
             return loses ? kLosesItems : "";
         }
         return sigterms == 1 ? kEndsWithOne : kNeedsSecond;
@@ -257,34 +263,34 @@ class ObservedRun {
 
     std::string OutcomeOfEnd() {
         std::string const end = launcher.WaitForEnd();
-        std::vector<Act> const acts = observations.Acts();
-        Act const handler = OpenHandler(acts);
+        std::vector<TracedCall> const calls = trace.Calls();
+        TracedCall const handler = OpenHandler(calls);
         if (end == "exit 1") {
-            return OutcomeOfExit(acts);
+            return OutcomeOfExit(calls);
         }
         if (end == "signal 15" && sigterms == 1 &&
-            Count(acts, ActKind::kHasInstalledHandler) == 0) {
+            Count(calls, CallKind::kHasInstalledHandler) == 0) {
             return kEndsByDefault;
         }
-        if (end == "signal 9" && DidInHandler(acts, ActKind::kKills, 0) &&
+        if (end == "signal 9" && DidInHandler(calls, CallKind::kKills, 0) &&
             WaitFor([this] { return CountProcesses() == 0; })) {
             return kKillsGroup;
         }
         if (end == "signal 6" && handler.thread != Pid() &&
-            DidInHandler(acts, ActKind::kJoins, kItself) &&
-            DidInHandler(acts, ActKind::kAborts, 0)) {
+            DidInHandler(calls, CallKind::kJoins, kItself) &&
+            DidInHandler(calls, CallKind::kAborts, 0)) {
             return handler.inside_fork ? kAbortsInFork : kAborts;
         }
         // AddressSanitizer ends it before the memory it has spoilt does.
         if ((end == "signal 11" || end == "signal 6" ||
              (UNDER_ASAN && end == "exit 99")) &&
-            MainAddsToWhatIsCleared(acts)) {
+            MainAddsToWhatIsCleared(calls)) {
             return kCrashes;
         }
         return "";
     }
 
-    Observations const observations;
+    CallTrace const trace;
     Process launcher;
     steady_clock::time_point const begin;
     int sigterms = 0;
@@ -299,7 +305,7 @@ class SigtermSweep : public LauncherTest {
         std::filesystem::copy(std::filesystem::path(BUNDLE).parent_path(), app,
                               std::filesystem::copy_options::recursive);
         launcher_program = app / "Contents/MacOS/launcher";
-        std::filesystem::copy_file(OBSERVED_LAUNCHER, launcher_program,
+        std::filesystem::copy_file(TRACED_LAUNCHER, launcher_program,
                                    std::filesystem::copy_options::overwrite_existing);
     }
 
@@ -327,8 +333,8 @@ class SigtermSweep : public LauncherTest {
   private:
     void StopOneAfterTheOther() {
         for (int number = next++; number < 200; number = next++) {
-            ObservedRun run({launcher_program, "test", list_file},
-                            directory.Path() / std::to_string(number));
+            TracedRun run({launcher_program, "test", list_file},
+                          directory.Path() / std::to_string(number));
             microseconds const delay(number * 500);
             std::string const outcome = run.Stop(delay);
             std::lock_guard<std::mutex> const lock(mutex);
@@ -353,12 +359,12 @@ class SigtermSweep : public LauncherTest {
 };
 
 TEST_F(SigtermSweep, OfProgramsThatEndAtOnce) {
-    Sweep(List({Item("a", {"--exit=0"}), Item("b", {"--exit=1"}), Item("c", {"--exit=2"}),
-                Item("d", {"--exit=3"})}));
+    Sweep(ListText({Item("a", {"--exit=0"}), Item("b", {"--exit=1"}),
+                    Item("c", {"--exit=2"}), Item("d", {"--exit=3"})}));
 }
 
 TEST_F(SigtermSweep, OfSteadyPrograms) {
-    Sweep(List({Item("a"), Item("b"), Item("c"), Item("d")}));
+    Sweep(ListText({Item("a"), Item("b"), Item("c"), Item("d")}));
 }
 
 }  // namespace

@@ -15,9 +15,9 @@
 #include <vector>
 
 #include "common/config/log_location.h"
+#include "harness/files.h"
 #include "launcher/main.h"
 #include "launcher/system_event.h"
-#include "tests/support/files.h"
 
 int launcher_main(int argc, char** argv);
 

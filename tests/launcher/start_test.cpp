@@ -5,9 +5,10 @@
 
 #include <csignal>
 
+#include "harness/proc.h"
+#include "harness/wait_for.h"
 #include "tests/support/launcher_fixture.h"
 #include "tests/support/log_gate.h"
-#include "tests/support/wait_for.h"
 
 namespace {
 
@@ -37,9 +38,9 @@ TEST_F(LauncherStart, WithFewerThanTwoArgumentsItSendsOneEventAndEndsWithZero) {
 }
 
 TEST_F(LauncherStart, FurtherArgumentsAreIgnored) {
-    WriteFile(list_file, List({Item("a")}));
+    WriteFile(list_file, ListText({Item("a")}));
     StartWith({"test", list_file, "/nonexistent", "--help"});
-    WaitForReports(1);
+    WaitForStarts(1);
     EXPECT_EQ(Stop(), "exit 1");
     EXPECT_THAT(system_log.Received(), IsEmpty());
 }
@@ -57,16 +58,7 @@ TEST_F(LauncherStart, AnUnreadableOrEmptyListEndsItWithZeroInSilence) {
 
 // Returns the processor time that a process has used, in the system's clock ticks.
 long ProcessorTime(pid_t pid) {
-    std::string const stat = ReadFile("/proc/" + std::to_string(pid) + "/stat");
-    std::istringstream fields(stat.substr(stat.rfind(')') + 1));
-    std::string skipped;
-    for (int i = 0; i < 11; ++i) {
-        fields >> skipped;
-    }
-    long user_time = 0;
-    long system_time = 0;
-    fields >> user_time >> system_time;
-    return user_time + system_time;
+    return std::stol(StatField(pid, 14)) + std::stol(StatField(pid, 15));
 }
 
 TEST_F(LauncherStart, ADirectoryAsListKeepsItReadingAndOnlySigkillEndsIt) {
@@ -122,8 +114,8 @@ TEST_F(LauncherStart, AListWithoutItemsLetsItWaitForItsEnd) {
 }
 
 TEST_F(LauncherStart, TextBehindAZeroByteIsNotRead) {
-    Start(List({Item("a")}) + std::string(1, '\0') + "not json");
-    WaitForReports(1);
+    Start(ListText({Item("a")}) + std::string(1, '\0') + "not json");
+    WaitForStarts(1);
     EXPECT_EQ(Stop(), "exit 1");
 }
 
@@ -131,16 +123,16 @@ TEST_F(LauncherStart, TheWalkEndsAtTheFirstMissingNumber) {
     Start("{\"0\": " + Item("a", {"--hold", "a"}) + ", \"2\": " +
           Item("c", {"--hold", "c"}) + ", \"01\": " + Item("d", {"--hold", "d"}) +
           ", \"x\": " + Item("e", {"--hold", "e"}) + "}");
-    WaitForReports(1, "a");
+    WaitForStarts(1, "a");
     EXPECT_EQ(Stop(), "exit 1");
-    EXPECT_THAT(Reports(), SizeIs(1));
+    EXPECT_THAT(Starts(), SizeIs(1));
 }
 
 TEST_F(LauncherStart, AnItemWithoutANameIsLoggedAndPassedOver) {
-    Start(List({Item("a", {"--hold", "a"}), R"({"program": "/bin/true"})",
-                Item("c", {"--hold", "c"})}));
-    WaitForReports(1, "a");
-    WaitForReports(1, "c");
+    Start(ListText({Item("a", {"--hold", "a"}), R"({"program": "/bin/true"})",
+                    Item("c", {"--hold", "c"})}));
+    WaitForStarts(1, "a");
+    WaitForStarts(1, "c");
     EXPECT_THAT(Messages("ERROR"),
                 ElementsAre("[LAUNCHER  ] There is an item has no name."));
     EXPECT_EQ(Stop(), "exit 1");
@@ -148,8 +140,8 @@ TEST_F(LauncherStart, AnItemWithoutANameIsLoggedAndPassedOver) {
 
 TEST_F(LauncherStart, ANameIsAMemberAndNotAPath) {
     // The member called "/name" is no name.
-    Start(List({R"({"/name": "a", "program": "/bin/true"})", Item("b")}));
-    WaitForReports(1);
+    Start(ListText({R"({"/name": "a", "program": "/bin/true"})", Item("b")}));
+    WaitForStarts(1);
     EXPECT_EQ(CountInLog("There is an item has no name."), 1U);
     EXPECT_EQ(Stop(), "exit 1");
 }
@@ -159,9 +151,9 @@ TEST_F(LauncherStart, ANameThatIsANumberOrNullIsReadAsText) {
     number.replace(number.find("\"x\""), 3, "5");
     std::string null = Item("x", {"--hold", "null"});
     null.replace(null.find("\"x\""), 3, "null");
-    Start(List({number, null}));
-    WaitForReports(1, "number");
-    WaitForReports(1, "null");
+    Start(ListText({number, null}));
+    WaitForStarts(1, "number");
+    WaitForStarts(1, "null");
     EXPECT_EQ(CountInLog("Start to fork 5"), 1U);
     EXPECT_THAT(Messages("DEBUG"), Contains("[LAUNCHER  ] Start to fork "));
     EXPECT_EQ(Stop(), "exit 1");
@@ -171,8 +163,8 @@ TEST_F(LauncherStart, AnErrorInTheWalkEndsItWithZeroAndStopsWhatWasStarted) {
     LogGate gate(log_file);
     SetLogLevel("ERROR");
     // The second item holds main up until the first one's program runs.
-    Start(List({Item("a"), "{}", R"({"name": ["no", "text"]})", Item("d")}));
-    std::vector<Report> const started = WaitForReports(1);
+    Start(ListText({Item("a"), "{}", R"({"name": ["no", "text"]})", Item("d")}));
+    std::vector<ProgramStart> const started = WaitForStarts(1);
     ASSERT_TRUE(gate.WaitUntilHeldUp(launcher->Pid(), 1));
     gate.Open();
     EXPECT_EQ(launcher->WaitForEnd(), "exit 0");
@@ -181,46 +173,42 @@ TEST_F(LauncherStart, AnErrorInTheWalkEndsItWithZeroAndStopsWhatWasStarted) {
         gate.Log(),
         ElementsAre(EndsWith("[LAUNCHER  ] There is an item has no name."),
                     EndsWith("[LAUNCHER  ] Error while parsing saved json string."),
-                    EndsWith("[LAUNCHER  ] a " + std::to_string(started[0].pid) +
-                             " is killed. ret = " + std::to_string(started[0].pid) +
-                             ", status = 9")));
-    EXPECT_THAT(Reports(), SizeIs(1));
+                    EndsWith(Killed("a", started[0].pid, 9))));
+    EXPECT_THAT(Starts(), SizeIs(1));
 }
 
 TEST_F(LauncherStart, TheLaterItemOfTheSameNameWins) {
     LogGate gate(log_file);
     SetLogLevel("ERROR");
-    Start(List({Item("a", {"--hold", "earlier"}), "{}", Item("a", {"--hold", "later"})}));
-    Report const earlier = WaitForReports(1, "earlier")[0];
+    Start(ListText(
+        {Item("a", {"--hold", "earlier"}), "{}", Item("a", {"--hold", "later"})}));
+    ProgramStart const earlier = WaitForStarts(1, "earlier")[0];
     ASSERT_TRUE(gate.WaitUntilHeldUp(launcher->Pid(), 1));
     gate.Open();
-    Report const later = WaitForReports(1, "later")[0];
+    ProgramStart const later = WaitForStarts(1, "later")[0];
     EXPECT_TRUE(WaitFor([&] { return IsGone(earlier.pid); }));
     EXPECT_FALSE(IsGone(later.pid));
     EXPECT_TRUE(WaitUntilMainWaits());
     EXPECT_EQ(Stop(), "exit 1");
     EXPECT_TRUE(IsGone(later.pid));
-    EXPECT_THAT(
-        gate.Log(),
-        ElementsAre(EndsWith("has no name."),
-                    EndsWith(" a " + std::to_string(earlier.pid) + " is killed. ret = " +
-                             std::to_string(earlier.pid) + ", status = 9"),
-                    EndsWith(" a " + std::to_string(later.pid) + " is killed. ret = " +
-                             std::to_string(later.pid) + ", status = 9")));
-    EXPECT_THAT(Reports("earlier"), SizeIs(1));
+    EXPECT_THAT(gate.Log(), ElementsAre(EndsWith("has no name."),
+                                        EndsWith(Killed("a", earlier.pid, 9)),
+                                        EndsWith(Killed("a", later.pid, 9))));
+    EXPECT_THAT(Starts("earlier"), SizeIs(1));
 }
 
 TEST_F(LauncherStart, TheLaterItemOfTheSameNameIsStartedBeforeTheEarlierIsStopped) {
     LogGate main_gate(log_file);
     SetLogLevel("ERROR");
-    Start(List({Item("a", {"--hold", "earlier"}), "{}", Item("a", {"--hold", "later"})}));
-    ASSERT_THAT(WaitForReports(1, "earlier"), SizeIs(1));
+    Start(ListText(
+        {Item("a", {"--hold", "earlier"}), "{}", Item("a", {"--hold", "later"})}));
+    ASSERT_THAT(WaitForStarts(1, "earlier"), SizeIs(1));
     ASSERT_TRUE(main_gate.WaitUntilHeldUp(launcher->Pid(), 1));
     main_gate.MoveAway();
     LogGate end_gate(log_file);
     main_gate.Open();
     // The stop of the earlier one takes until its end is logged.
-    EXPECT_THAT(WaitForReports(1, "later"), SizeIs(1));
+    EXPECT_THAT(WaitForStarts(1, "later"), SizeIs(1));
     EXPECT_TRUE(end_gate.WaitUntilHeldUp(launcher->Pid(), 1));
     end_gate.Open();
     EXPECT_TRUE(WaitUntilMainWaits());
@@ -230,13 +218,13 @@ TEST_F(LauncherStart, TheLaterItemOfTheSameNameIsStartedBeforeTheEarlierIsStoppe
 TEST_F(LauncherStart, ReplacingASupervisorThatHasNotForkedKillsTheProcessGroup) {
     LogGate const gate(log_file);
     // Both supervisors are held up before their first fork.
-    Start(List({Item("a"), Item("a")}));
+    Start(ListText({Item("a"), Item("a")}));
     EXPECT_EQ(launcher->WaitForEnd(), "signal 9");
-    EXPECT_THAT(Reports(), IsEmpty());
+    EXPECT_THAT(Starts(), IsEmpty());
 }
 
 TEST_F(LauncherStart, NothingThatHappensBeforeTheLogIsOpenedIsInIt) {
-    Start(List({"{}"}));
+    Start(ListText({"{}"}));
     EXPECT_EQ(Stop(), "exit 1");
     EXPECT_THAT(Log(), ElementsAre(MatchesRegex(
                            "ERROR [0-9]+ \\[LAUNCHER  \\] There is an item has no "
@@ -246,7 +234,7 @@ TEST_F(LauncherStart, NothingThatHappensBeforeTheLogIsOpenedIsInIt) {
 TEST_F(LauncherStart, StartsOfProgramsAreLoggedAtLevelDebugOnly) {
     for (char const* const level : {"ERROR", "debug", "MESSAGE"}) {
         SetLogLevel(level);
-        Start(List({Item("a", {"--exit=0"})}));
+        Start(ListText({Item("a", {"--exit=0"})}));
         EXPECT_TRUE(WaitFor([this] { return CountInLog("a ") >= 2; }));
         launcher.reset();
         EXPECT_EQ(CountInLog("Start to fork"), 0U) << level;
@@ -256,15 +244,15 @@ TEST_F(LauncherStart, StartsOfProgramsAreLoggedAtLevelDebugOnly) {
 
 TEST_F(LauncherStart, WithoutLogIniErrorsAreLogged) {
     std::filesystem::remove_all(home / "Library");
-    Start(List({"{}"}));
+    Start(ListText({"{}"}));
     EXPECT_EQ(Stop(), "exit 1");
     EXPECT_THAT(Messages("ERROR"), SizeIs(1));
 }
 
 TEST_F(LauncherStart, WithoutALogItSendsOneEventAndRunsOn) {
     WriteFile(home / "Library/Logs/Tamlin", "a file in the place of the directory");
-    Start(List({Item("a"), "{}"}));
-    pid_t const program = WaitForReports(1)[0].pid;
+    Start(ListText({Item("a"), "{}"}));
+    pid_t const program = WaitForStarts(1)[0].pid;
     EXPECT_THAT(system_log.Received(),
                 ElementsAre(Event("Tamlin Launcher for test : Failed to initialize "
                                   "logger")));
@@ -275,9 +263,9 @@ TEST_F(LauncherStart, WithoutALogItSendsOneEventAndRunsOn) {
 
 TEST_F(LauncherStart, AnEmptyNameLeavesABlankInTheEvent) {
     WriteFile(home / "Library/Logs/Tamlin", "a file in the place of the directory");
-    WriteFile(list_file, List({Item("a")}));
+    WriteFile(list_file, ListText({Item("a")}));
     StartWith({"", list_file});
-    WaitForReports(1);
+    WaitForStarts(1);
     EXPECT_THAT(system_log.Received(),
                 ElementsAre(Event("Tamlin Launcher for  : Failed to initialize logger")));
 }
@@ -291,8 +279,8 @@ TEST_F(LauncherStart, RunsFromACopyOfTheBundleStartedThroughALink) {
     std::filesystem::path const link = copy / "Contents/MacOS/alias";
     std::filesystem::create_symlink("launcher", link);
     launcher_program = link;
-    Start(List({Item("a")}));
-    WaitForReports(1);
+    Start(ListText({Item("a")}));
+    WaitForStarts(1);
     EXPECT_TRUE(std::filesystem::exists(home / "Library/Logs/Other/voplog"));
     EXPECT_EQ(Stop(), "exit 1");
 }

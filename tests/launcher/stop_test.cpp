@@ -3,9 +3,10 @@
 #include <chrono>
 #include <csignal>
 
+#include "harness/proc.h"
+#include "harness/wait_for.h"
 #include "tests/support/launcher_fixture.h"
 #include "tests/support/log_gate.h"
-#include "tests/support/wait_for.h"
 
 namespace {
 
@@ -17,14 +18,11 @@ using testing::SizeIs;
 using LauncherStop = LauncherTest;
 
 TEST_F(LauncherStop, SigtermKillsTheProgramLogsItsEndAndEndsWithOne) {
-    Start(List({Item("a")}));
-    pid_t const program = WaitForReports(1)[0].pid;
+    Start(ListText({Item("a")}));
+    pid_t const program = WaitForStarts(1)[0].pid;
     EXPECT_EQ(Stop(), "exit 1");
     EXPECT_TRUE(IsGone(program));
-    EXPECT_THAT(
-        Messages("ERROR"),
-        ElementsAre("[LAUNCHER  ] a " + std::to_string(program) +
-                    " is killed. ret = " + std::to_string(program) + ", status = 9"));
+    EXPECT_THAT(Messages("ERROR"), ElementsAre(Killed("a", program, 9)));
     EXPECT_THAT(Messages("DEBUG"), SizeIs(1));
     EXPECT_THAT(system_log.Received(), IsEmpty());
 }
@@ -34,14 +32,14 @@ TEST_F(LauncherStop, EveryProgramCostsAtLeastFiftyMilliseconds) {
     for (int i = 0; i < 50; ++i) {
         items.push_back(Item("item" + std::to_string(i)));
     }
-    Start(List(items));
-    WaitForReports(50);
+    Start(ListText(items));
+    WaitForStarts(50);
     ASSERT_TRUE(WaitUntilMainWaits());
     auto const begin = std::chrono::steady_clock::now();
     EXPECT_EQ(Stop(), "exit 1");
     EXPECT_GE(std::chrono::steady_clock::now() - begin,
               50 * std::chrono::milliseconds(50));
-    EXPECT_THAT(RunningProbes(), IsEmpty());
+    EXPECT_THAT(RunningPrograms(), IsEmpty());
     EXPECT_EQ(CountInLog(", status = 9"), 50U);
 }
 
@@ -50,19 +48,19 @@ TEST_F(LauncherStop, TwoHundredItemsStartAndStop) {
     for (int i = 0; i < 200; ++i) {
         items.push_back(Item("item" + std::to_string(i)));
     }
-    Start(List(items));
-    WaitForReports(200);
-    EXPECT_THAT(RunningProbes(), SizeIs(200));
+    Start(ListText(items));
+    WaitForStarts(200);
+    EXPECT_THAT(RunningPrograms(), SizeIs(200));
     EXPECT_EQ(Stop(), "exit 1");
-    EXPECT_THAT(RunningProbes(), IsEmpty());
+    EXPECT_THAT(RunningPrograms(), IsEmpty());
 }
 
 TEST_F(LauncherStop, ASecondSigtermFindsNothingToStopAndWakesMain) {
     LogGate gate(log_file);
     SetLogLevel("ERROR");
     // The last item holds main up, so that the first signal comes before its wait.
-    Start(List({Item("a"), "{}"}));
-    pid_t const program = WaitForReports(1)[0].pid;
+    Start(ListText({Item("a"), "{}"}));
+    pid_t const program = WaitForStarts(1)[0].pid;
     ASSERT_TRUE(gate.WaitUntilHeldUp(launcher->Pid(), 1));
     launcher->Signal(SIGTERM);
     gate.Open();
@@ -80,14 +78,14 @@ TEST_F(LauncherStop, ASigtermBeforeMainWaitsStopsTheProgramsAndIsLostOnMain) {
     LogGate gate(log_file);
     SetLogLevel("ERROR");
     // The second item holds main up in the middle of the walk.
-    Start(List({Item("a", {"--hold", "a"}), "{}", Item("c", {"--hold", "c"})}));
-    pid_t const first = WaitForReports(1, "a")[0].pid;
+    Start(ListText({Item("a", {"--hold", "a"}), "{}", Item("c", {"--hold", "c"})}));
+    pid_t const first = WaitForStarts(1, "a")[0].pid;
     ASSERT_TRUE(gate.WaitUntilHeldUp(launcher->Pid(), 1));
     launcher->Signal(SIGTERM);
     EXPECT_TRUE(WaitFor([&] { return IsGone(first); }));
     gate.Open();
     // The walk goes on, and main waits for another one.
-    pid_t const third = WaitForReports(1, "c")[0].pid;
+    pid_t const third = WaitForStarts(1, "c")[0].pid;
     ASSERT_TRUE(WaitUntilMainWaits());
     EXPECT_FALSE(IsGone(third));
     EXPECT_FALSE(launcher->HasEnded());
@@ -101,9 +99,9 @@ TEST_F(LauncherStop, ASigtermBeforeMainWaitsStopsTheProgramsAndIsLostOnMain) {
 TEST_F(LauncherStop, AProgramThatIgnoresSigtermIsKilledAllTheSame) {
     std::string const script = R"({"name": "deaf", "program": "/bin/sh", "argc": 2,
         "args": {"0": "-c", "1": "trap '' TERM INT HUP; exec )" +
-                               std::string(PROBE) + R"("}})";
-    Start(List({script}));
-    pid_t const program = WaitForReports(1)[0].pid;
+                               std::string(TEST_PROGRAM) + R"("}})";
+    Start(ListText({script}));
+    pid_t const program = WaitForStarts(1)[0].pid;
     kill(program, SIGTERM);
     EXPECT_EQ(Stop(), "exit 1");
     EXPECT_TRUE(IsGone(program));
@@ -113,8 +111,8 @@ TEST_F(LauncherStop, AProgramThatHasEndedBeforeTheStopIsNotStartedAgain) {
     LogGate gate(log_file);
     SetLogLevel("ERROR");
     std::filesystem::path const word = directory.Path() / "word";
-    Start(List({Item("a", {"--until=" + word.string()})}));
-    WaitForReports(1);
+    Start(ListText({Item("a", {"--until=" + word.string()})}));
+    WaitForStarts(1);
     ASSERT_TRUE(WaitUntilMainWaits());
     WriteFile(word, "");
     // The thread has seen the end and is about to log it, when the stop comes.
@@ -123,7 +121,7 @@ TEST_F(LauncherStop, AProgramThatHasEndedBeforeTheStopIsNotStartedAgain) {
     gate.Open();
     EXPECT_EQ(launcher->WaitForEnd(), "exit 1");
     EXPECT_THAT(gate.Log(), ElementsAre(EndsWith("status = 0")));
-    EXPECT_THAT(Reports(), SizeIs(1));
+    EXPECT_THAT(Starts(), SizeIs(1));
 }
 
 }  // namespace

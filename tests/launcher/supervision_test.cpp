@@ -8,11 +8,13 @@
 #include <csignal>
 #include <cstdlib>
 
+#include "harness/proc.h"
+#include "harness/wait_for.h"
 #include "tests/support/launcher_fixture.h"
 #include "tests/support/limited_launcher.h"
+#include "tests/support/limited_user.h"
 #include "tests/support/log_gate.h"
 #include "tests/support/sanitizers.h"
-#include "tests/support/wait_for.h"
 
 namespace {
 
@@ -28,44 +30,39 @@ using testing::StartsWith;
 
 using LauncherSupervision = LauncherTest;
 
-std::string Killed(std::string const& name, pid_t pid, int status) {
-    return "[LAUNCHER  ] " + name + " " + std::to_string(pid) +
-           " is killed. ret = " + std::to_string(pid) +
-           ", status = " + std::to_string(status);
-}
-
 void ForbidCores() {
     rlimit const none = {0, 0};
     setrlimit(RLIMIT_CORE, &none);
 }
 
 TEST_F(LauncherSupervision, LogsTheRawWaitStatusOfEveryKindOfEnd) {
-    Start(List({Item("zero", {"--exit=0", "zero"}), Item("three", {"--exit=3", "three"}),
-                Item("segv", {"--raise=11", "segv"}),
-                Item("steady", {"--hold", "steady"})}),
-          ForbidCores);
-    kill(WaitForReports(1, "steady")[0].pid, SIGKILL);
+    Start(
+        ListText(
+            {Item("zero", {"--exit=0", "zero"}), Item("three", {"--exit=3", "three"}),
+             Item("segv", {"--raise=11", "segv"}), Item("steady", {"--hold", "steady"})}),
+        ForbidCores);
+    kill(WaitForStarts(1, "steady")[0].pid, SIGKILL);
     struct {
         char const* name;
         int status;
     } const ends[] = {{"zero", 0}, {"three", 3 * 256}, {"segv", 11}, {"steady", 9}};
     for (auto const& [name, status] : ends) {
-        pid_t const first = WaitForReports(2, name)[0].pid;
+        pid_t const first = WaitForStarts(2, name)[0].pid;
         EXPECT_THAT(Messages("ERROR"), Contains(Killed(name, first, status)));
     }
 }
 
 TEST_F(LauncherSupervision, StartsAgainNoSoonerThanFiftyMillisecondsAfterTheEnd) {
-    Start(List({Item("a", {"--exit=0"})}));
-    std::vector<Report> const starts = WaitForReports(10);
+    Start(ListText({Item("a", {"--exit=0"})}));
+    std::vector<ProgramStart> const starts = WaitForStarts(10);
     for (std::size_t i = 1; i < starts.size(); ++i) {
-        EXPECT_GE(starts[i].start - starts[i - 1].end, 50'000'000);
+        EXPECT_GE(starts[i].start_time - starts[i - 1].end_time, 50'000'000);
     }
 }
 
 TEST_F(LauncherSupervision, EveryPassIsAStartAtDebugAndAnEndAtError) {
-    Start(List({Item("a", {"--exit=1"})}));
-    std::vector<Report> const starts = WaitForReports(4);
+    Start(ListText({Item("a", {"--exit=1"})}));
+    std::vector<ProgramStart> const starts = WaitForStarts(4);
     std::vector<std::string> const log = Log();
     std::string const launcher_id = std::to_string(launcher->Pid());
     for (std::size_t i = 0; i < 3; ++i) {
@@ -77,32 +74,19 @@ TEST_F(LauncherSupervision, EveryPassIsAStartAtDebugAndAnEndAtError) {
 }
 
 TEST_F(LauncherSupervision, ProgramsGetTheEnvironmentAndNoDescriptor) {
-    setenv("PROBE_MARKER", "from outside", 1);
-    Start(List({Item("a", {"--exit=0", "a"}), Item("b", {"--exit=0", "b"})}));
-    WaitForReports(5, "a");
-    WaitForReports(5, "b");
-    for (Report const& report : Reports()) {
-        EXPECT_EQ(report.descriptors, "");
-        EXPECT_EQ(report.marker, "from outside");
-        EXPECT_EQ(report.parent, launcher->Pid());
+    setenv("TEST_PROGRAM_MARKER", "from outside", 1);
+    Start(ListText({Item("a", {"--exit=0", "a"}), Item("b", {"--exit=0", "b"})}));
+    WaitForStarts(5, "a");
+    WaitForStarts(5, "b");
+    for (ProgramStart const& start : Starts()) {
+        EXPECT_EQ(start.descriptors, "");
+        EXPECT_EQ(start.marker, "from outside");
+        EXPECT_EQ(start.parent, launcher->Pid());
     }
-}
-
-// Returns the lines about signals and the umask from what the system tells of a process.
-std::string SignalsAndUmaskOf(pid_t pid) {
-    std::string found;
-    for (std::string const& line :
-         Lines(ReadFile("/proc/" + std::to_string(pid) + "/status"))) {
-        if (line.find("SigBlk:") == 0 || line.find("SigIgn:") == 0 ||
-            line.find("Umask:") == 0) {
-            found += line + "\n";
-        }
-    }
-    return found;
 }
 
 TEST_F(LauncherSupervision, ProgramsGetEverythingElseAsTheLauncherGotIt) {
-    Start(List({Item("a")}), [] {
+    Start(ListText({Item("a")}), [] {
         rlimit const descriptors = {77, 78};
         sigset_t blocked;
         sigemptyset(&blocked);
@@ -117,11 +101,12 @@ TEST_F(LauncherSupervision, ProgramsGetEverythingElseAsTheLauncherGotIt) {
             _exit(99);
         }
     });
-    Report const report = WaitForReports(1)[0];
-    EXPECT_EQ(report.descriptors, "9");
-    EXPECT_EQ(SignalsAndUmaskOf(report.pid),
-              "Umask:\t0027\nSigBlk:\t0000000000000800\nSigIgn:\t0000000000000200\n");
-    std::string const process = "/proc/" + std::to_string(report.pid);
+    ProgramStart const start = WaitForStarts(1)[0];
+    EXPECT_EQ(start.descriptors, "9");
+    EXPECT_EQ(ProcValue(start.pid, "status", "Umask"), "0027");
+    EXPECT_EQ(ProcValue(start.pid, "status", "SigBlk"), "0000000000000800");
+    EXPECT_EQ(ProcValue(start.pid, "status", "SigIgn"), "0000000000000200");
+    std::string const process = "/proc/" + std::to_string(start.pid);
     EXPECT_EQ(std::filesystem::read_symlink(process + "/cwd"), "/dev");
     std::string const limits = ReadFile(process + "/limits");
     EXPECT_THAT(limits, testing::ContainsRegex("Max open files +77 +78 "));
@@ -129,40 +114,39 @@ TEST_F(LauncherSupervision, ProgramsGetEverythingElseAsTheLauncherGotIt) {
 }
 
 TEST_F(LauncherSupervision, TheLauncherStaysInTheProcessGroupThatItWasStartedIn) {
-    WriteFile(list_file, List({Item("a")}));
+    WriteFile(list_file, ListText({Item("a")}));
     launcher = std::make_unique<Process>(std::vector<std::string>{
         "/bin/sh", "-c", R"("$0" test "$1" & wait)", launcher_program, list_file});
-    ASSERT_TRUE(WaitFor([this] { return Reports().size() == 1; }));
-    Report const report = Reports()[0];
-    EXPECT_NE(report.parent, launcher->Pid());
-    EXPECT_EQ(getpgid(report.parent), launcher->Pid());
-    EXPECT_EQ(getpgid(report.pid), launcher->Pid());
+    ASSERT_TRUE(WaitFor([this] { return Starts().size() == 1; }));
+    ProgramStart const start = Starts()[0];
+    EXPECT_NE(start.parent, launcher->Pid());
+    EXPECT_EQ(getpgid(start.parent), launcher->Pid());
+    EXPECT_EQ(getpgid(start.pid), launcher->Pid());
 }
 
 TEST_F(LauncherSupervision, TheLauncherKeepsNoDescriptorOpen) {
-    Start(List({Item("a")}));
-    WaitForReports(1);
+    Start(ListText({Item("a")}));
+    WaitForStarts(1);
     ASSERT_TRUE(WaitUntilMainWaits());
-    EXPECT_TRUE(
-        std::filesystem::is_empty("/proc/" + std::to_string(launcher->Pid()) + "/fd"));
+    EXPECT_EQ(CountDescriptors(launcher->Pid()), 0U);
 }
 
 TEST_F(LauncherSupervision, ArgumentsArriveByteForByte) {
     std::string const item =
-        R"({"name": "a", "program": ")" + std::string(PROBE) +
+        R"({"name": "a", "program": ")" + std::string(TEST_PROGRAM) +
         R"(", "more": [1], "argc": 6, "args": {"0": "", "1": "two words",
                              "2": "'\"$HOME\\*", "3": "\u00e9\ud83d\ude00",
                              "4": "line\nfeed\t", "5": "cut\u0000off", "6": "ignored"}})";
-    Start(List({item}));
-    EXPECT_THAT(WaitForReports(1)[0].arguments,
-                ElementsAre(PROBE, "", "two words", "'\"$HOME\\*",
+    Start(ListText({item}));
+    EXPECT_THAT(WaitForStarts(1)[0].arguments,
+                ElementsAre(TEST_PROGRAM, "", "two words", "'\"$HOME\\*",
                             "\xC3\xA9\xF0\x9F\x98\x80", "line\nfeed\t", "cut"));
 }
 
 TEST_F(LauncherSupervision, AnItemWithoutAProgramIsForkedAgainAndAgainAndHarmsNobody) {
-    Start(List(
+    Start(ListText(
         {Item("steady"), R"({"name": "none"})", R"({"name": "empty", "program": ""})"}));
-    pid_t const steady = WaitForReports(1)[0].pid;
+    pid_t const steady = WaitForStarts(1)[0].pid;
     for (char const* const name : {"none", "empty"}) {
         EXPECT_TRUE(WaitFor([&] {
             return CountInLog("program path of " + std::string(name) + " is empty") >=
@@ -184,18 +168,18 @@ TEST_F(LauncherSupervision, AnItemWithoutAProgramIsForkedAgainAndAgainAndHarmsNo
         }
     }
     EXPECT_FALSE(IsGone(steady));
-    EXPECT_THAT(Reports(), SizeIs(1));
+    EXPECT_THAT(Starts(), SizeIs(1));
 }
 
 TEST_F(LauncherSupervision, AnArgumentCountOrListOfTheWrongTypeEndsTheChildAbnormally) {
-    std::string const program = R"("program": ")" + std::string(PROBE) + R"(")";
-    Start(List({Item("steady", {"--hold", "steady"}),
-                R"({"name": "text", )" + program + R"(, "argc": "2"})",
-                R"({"name": "array", )" + program + R"(, "argc": 1, "args": ["a"]})",
-                R"({"name": "huge", )" + program + R"(, "argc": 2147483647})",
-                R"({"name": "number", )" + program + R"(, "argc": 1, "args": 5})"}),
+    std::string const program = R"("program": ")" + std::string(TEST_PROGRAM) + R"(")";
+    Start(ListText({Item("steady", {"--hold", "steady"}),
+                    R"({"name": "text", )" + program + R"(, "argc": "2"})",
+                    R"({"name": "array", )" + program + R"(, "argc": 1, "args": ["a"]})",
+                    R"({"name": "huge", )" + program + R"(, "argc": 2147483647})",
+                    R"({"name": "number", )" + program + R"(, "argc": 1, "args": 5})"}),
           ForbidCores);
-    pid_t const steady = WaitForReports(1, "steady")[0].pid;
+    pid_t const steady = WaitForStarts(1, "steady")[0].pid;
     for (char const* const name : {"text", "array", "huge", "number"}) {
         EXPECT_TRUE(WaitFor([&] {
             return CountInLog("] " + std::string(name) + " ") >= 3;
@@ -204,12 +188,12 @@ TEST_F(LauncherSupervision, AnArgumentCountOrListOfTheWrongTypeEndsTheChildAbnor
     EXPECT_THAT(Messages("ERROR"), Each(testing::EndsWith("status = 6")));
     EXPECT_FALSE(launcher->HasEnded());
     EXPECT_FALSE(IsGone(steady));
-    EXPECT_THAT(Reports(), SizeIs(1));
+    EXPECT_THAT(Starts(), SizeIs(1));
 }
 
 TEST_F(LauncherSupervision, AProgramThatIsNoTextEndsTheLauncherAbnormally) {
     for (char const* const program : {"[\"/bin/true\"]", "{}"}) {
-        Start(List({R"({"name": "a", "program": )" + std::string(program) + "}"}),
+        Start(ListText({R"({"name": "a", "program": )" + std::string(program) + "}"}),
               ForbidCores);
         EXPECT_EQ(launcher->WaitForEnd(), "signal 6") << program;
     }
@@ -220,7 +204,7 @@ TEST_F(LauncherSupervision, AProgramThatIsNoTextEndsTheLauncherAbnormally) {
 using LauncherChain = LimitedLauncherTest;
 
 TEST_F(LauncherChain, AProgramThatCannotBeExecutedMakesAChainOfWaitingProcesses) {
-    StartLimited(List({R"({"name": "none", "program": "/nonexistent"})"}), 40);
+    StartLimited(ListText({R"({"name": "none", "program": "/nonexistent"})"}), 40);
     ASSERT_TRUE(WaitFor([this] { return LinksAndPrograms().size() >= 5; }));
     // Each link is the child of the one before, and the first is the launcher's.
     std::vector<pid_t> const links = LinksAndPrograms();
@@ -237,7 +221,7 @@ TEST_F(LauncherChain, AProgramThatCannotBeExecutedMakesAChainOfWaitingProcesses)
 }
 
 TEST_F(LauncherChain, AStopKillsOnlyTheFirstLink) {
-    StartLimited(List({R"({"name": "none", "program": "/nonexistent"})"}), 40);
+    StartLimited(ListText({R"({"name": "none", "program": "/nonexistent"})"}), 40);
     ASSERT_TRUE(WaitFor([this] { return LinksAndPrograms().size() >= 4; }));
     std::vector<pid_t> const links = LinksAndPrograms();
     EXPECT_EQ(Stop(), "exit 1");
@@ -248,9 +232,9 @@ TEST_F(LauncherChain, AStopKillsOnlyTheFirstLink) {
 }
 
 TEST_F(LauncherChain, AtItsProcessLimitAChainShrinksAndHarmsNobody) {
-    StartLimited(List({Item("steady"), R"({"name": "none", "program": "/nonexistent"})"}),
-                 16);
-    pid_t const steady = WaitForReports(1)[0].pid;
+    StartLimited(
+        ListText({Item("steady"), R"({"name": "none", "program": "/nonexistent"})"}), 16);
+    pid_t const steady = WaitForStarts(1)[0].pid;
     // The last link ends in an ordinary way when its fork fails, and the link before it
     // logs that and tries again.
     EXPECT_TRUE(WaitFor([this] {
@@ -259,23 +243,23 @@ TEST_F(LauncherChain, AtItsProcessLimitAChainShrinksAndHarmsNobody) {
     }));
     EXPECT_FALSE(IsGone(steady));
     EXPECT_FALSE(launcher->HasEnded());
-    EXPECT_THAT(Reports(), SizeIs(1));
+    EXPECT_THAT(Starts(), SizeIs(1));
 }
 
 TEST_F(LauncherChain, TheSearchPathIsNotUsed) {
-    std::filesystem::copy(PROBE, directory.Path() / "probe_on_path");
+    std::filesystem::copy(TEST_PROGRAM, directory.Path() / "program_on_path");
     setenv("PATH", directory.Path().c_str(), 1);
-    StartLimited(List({R"({"name": "a", "program": "probe_on_path"})"}), 40);
+    StartLimited(ListText({R"({"name": "a", "program": "program_on_path"})"}), 40);
     EXPECT_TRUE(WaitFor([this] { return LinksAndPrograms().size() >= 3; }));
-    EXPECT_THAT(Reports(), IsEmpty());
+    EXPECT_THAT(Starts(), IsEmpty());
 }
 
 TEST_F(LauncherChain, AFailedForkEndsTheSupervisionOfThatItem) {
     // Main, two supervising threads and one program: there is no room for the second.
-    StartLimited(List({Item("first"), Item("second")}), 4);
+    StartLimited(ListText({Item("first"), Item("second")}), 4);
     ASSERT_TRUE(
         WaitFor([this] { return CountInLog("[LAUNCHER  ] Failed to fork ") >= 1; }));
-    pid_t const program = WaitForReports(1)[0].pid;
+    pid_t const program = WaitForStarts(1)[0].pid;
     std::string const failed =
         CountInLog("Failed to fork first") == 1 ? "first" : "second";
     EXPECT_EQ(CountInLog("ERROR " + std::to_string(launcher->Pid()) +
@@ -283,14 +267,14 @@ TEST_F(LauncherChain, AFailedForkEndsTheSupervisionOfThatItem) {
               1U);
     // When the other program ends there is room again, and only that one is started.
     kill(program, SIGKILL);
-    WaitForReports(2);
+    WaitForStarts(2);
     EXPECT_EQ(CountInLog("Start to fork " + failed), 1U);
 }
 
 TEST_F(LauncherChain, AStopAfterAFailedForkKillsEveryProcessOfTheUser) {
-    StartLimited(List({Item("first"), Item("second")}), 4);
+    StartLimited(ListText({Item("first"), Item("second")}), 4);
     ASSERT_TRUE(WaitFor([this] { return CountInLog("Failed to fork ") >= 1; }));
-    WaitForReports(1);
+    WaitForStarts(1);
     Process bystander([this] {
         if (setuid(LimitedUser()) != 0) {
             return 77;
@@ -307,7 +291,7 @@ TEST_F(LauncherChain, AStopAfterAFailedForkKillsEveryProcessOfTheUser) {
 }
 
 TEST_F(LauncherChain, WithoutAThreadTheLauncherSaysItsLineAndEndsWithZero) {
-    StartLimited(List({Item("a")}), 1);
+    StartLimited(ListText({Item("a")}), 1);
     EXPECT_EQ(launcher->WaitForEnd(), "exit 0");
     EXPECT_THAT(Messages("ERROR"),
                 ElementsAre("[LAUNCHER  ] Error while parsing saved json string."));
@@ -323,10 +307,9 @@ TEST_F(LauncherSupervision, FiftyProgramsTakeFewMappingsMoreThanOne) {
             std::string const tag = std::to_string(programs);
             items.push_back(Item("item" + std::to_string(i), {"--hold", tag}));
         }
-        Start(List(items));
-        WaitForReports(static_cast<std::size_t>(programs), std::to_string(programs));
-        std::string const maps = "/proc/" + std::to_string(launcher->Pid()) + "/maps";
-        std::size_t const count = Lines(ReadFile(maps)).size();
+        Start(ListText(items));
+        WaitForStarts(static_cast<std::size_t>(programs), std::to_string(programs));
+        std::size_t const count = CountMappings(launcher->Pid());
         EXPECT_EQ(Stop(), "exit 1");
         return count;
     };

@@ -1,4 +1,4 @@
-// A fresh log directory for one test, and the log lines that stand in it.
+// A fresh log directory for one test, and the lines of the log in it.
 //
 //   LogDirectory directory;
 //   ILog* const log = directory.OpenLog(LOGLEVEL_ERROR);
@@ -11,13 +11,14 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <regex>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "common/config/log.h"
-#include "tests/support/files.h"
+#include "harness/files.h"
+#include "harness/log_line.h"
 
 // Returns the log `name` in the directory that the library is open on; on failure fails
 // the test and returns null.
@@ -48,14 +49,7 @@ class LogDirectory {
     TempDirectory const directory{};
 };
 
-struct LogLine {
-    std::string time;
-    std::string level;
-    int process_id;
-    std::string message;
-};
-
-// Cuts `text` at its newlines; fails the test if the last line lacks its own.
+// Cuts `text` into lines; fails the test if the last one does not end in a newline.
 inline std::vector<std::string> SplitLines(std::string const& text) {
     std::vector<std::string> lines;
     std::size_t begin = 0;
@@ -67,22 +61,15 @@ inline std::vector<std::string> SplitLines(std::string const& text) {
     return lines;
 }
 
-// Takes a line apart; fails the test if it has not the form of one.
+// Takes a line apart; fails the test if it does not have the form of one.
 inline LogLine ParseLine(std::string const& line) {
-    static std::regex const head(
-        R"((\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z) ([A-Z]+) ([1-9]\d*) )",
-        std::regex::optimize);
-    std::string const begin = line.substr(0, 64);
-    std::smatch parts;
-    if (!std::regex_search(begin, parts, head, std::regex_constants::match_continuous)) {
-        ADD_FAILURE() << "not a log line: " << line.substr(0, 200);
-        return {"", "", 0, line};
-    }
-    return {parts[1], parts[2], std::stoi(parts[3]),
-            line.substr(static_cast<std::size_t>(parts.length()))};
+    std::optional<LogLine> const parsed = ParseLogLine(line);
+    EXPECT_TRUE(parsed) << "not a log line: " << line.substr(0, 200);
+    return parsed.value_or(LogLine{"", "", 0, line});
 }
 
-// Returns the lines of the log file; fails the test at each that is none.
+// Returns the lines of the log file; fails the test at each that does not have the form
+// of one.
 inline std::vector<LogLine> ReadLog(std::filesystem::path const& file) {
     std::vector<LogLine> lines;
     for (std::string const& line : SplitLines(ReadFile(file))) {

@@ -16,12 +16,12 @@
 #include <ctime>
 #include <filesystem>
 #include <functional>
-#include <iterator>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "common/config/log.h"
+#include "harness/proc.h"
 #include "tests/liblogger/log_directory.h"
 
 namespace {
@@ -216,11 +216,7 @@ TEST_F(LogCalls, ALineIsLostIfOnlyAStandardStreamsDescriptorIsFree) {
 }
 
 TEST_F(LogCalls, NoDescriptorIsLeftBehind) {
-    auto const count_descriptors = [] {
-        std::filesystem::directory_iterator const all("/proc/self/fd");
-        return std::distance(begin(all), end(all));
-    };
-    auto const before = count_descriptors();
+    std::size_t const before = CountDescriptors(getpid());
     for (int i = 0; i < 100; ++i) {
         __LOG__A(log, LOGLEVEL_ERROR, "%d", i);
         g_write = FailToWrite;
@@ -229,7 +225,7 @@ TEST_F(LogCalls, NoDescriptorIsLeftBehind) {
         ClosedStreams const streams(7);
         __LOG__A(log, LOGLEVEL_ERROR, "%d", i);
     }
-    EXPECT_EQ(count_descriptors(), before);
+    EXPECT_EQ(CountDescriptors(getpid()), before);
 }
 
 TEST_F(LogCalls, AFailedWriteLosesItsLineAloneAndKeepsErrno) {

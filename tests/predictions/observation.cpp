@@ -11,10 +11,11 @@
 #include <sstream>
 #include <thread>
 
-#include "tests/support/files.h"
+#include "harness/files.h"
+#include "harness/proc.h"
+#include "harness/wait_for.h"
 #include "tests/support/launcher_fixture.h"
 #include "tests/support/system_call.h"
-#include "tests/support/wait_for.h"
 
 namespace {
 
@@ -157,8 +158,8 @@ class Watch {
             return;
         }
         ++supervisor.times_executed;
-        std::string const report = std::to_string(child) + ".report";
-        if (std::filesystem::exists(places.reports / report) ||
+        std::string const file = std::to_string(child) + ".start";
+        if (std::filesystem::exists(places.starts / file) ||
             supervisor.times_executed > kLasting) {
             supervisor.fate = Fate::kExecuted;
         }
@@ -228,8 +229,8 @@ Observation Observe(Process& launcher, ObservedPlaces const& places, bool is_ste
             seen.end_by_sigterm = launcher.WaitForEnd();
         }
     }
-    for (Report const& report : ReportsIn(places.reports)) {
-        seen.started.insert(report.arguments);
+    for (ProgramStart const& start : StartsIn(places.starts)) {
+        seen.started.insert(start.arguments);
     }
     return seen;
 }

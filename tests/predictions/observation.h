@@ -1,5 +1,5 @@
 // What a launcher does with a launch list. The process table, the launcher's exit status,
-// its log and the reports of tests/support/probe tell it.
+// its log, and the files of tests/support/test_program tell it.
 
 #ifndef TESTS_PREDICTIONS_OBSERVATION_H
 #define TESTS_PREDICTIONS_OBSERVATION_H
@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/process.h"
+#include "harness/process.h"
 
 struct Observation {
     // What the launcher does in the end: "runs", "exit 0", "signal 6", "reads for ever",
@@ -21,7 +21,7 @@ struct Observation {
     int supervisors = 0;
     // For how many of them a chain of processes grows.
     int chains = 0;
-    // The argument vectors that the probe was started with.
+    // The argument vectors that the test program was started with.
     std::set<std::vector<std::string>> started = {};
     // Names, as the log writes them: of chains; of items whose child ended by SIGABRT, or
     // by another signal; of items that were forked without a program.
@@ -40,8 +40,8 @@ struct Observation {
 struct ObservedPlaces {
     std::filesystem::path launcher;
     std::filesystem::path log;
-    // Where probes write their reports.
-    std::filesystem::path reports;
+    // Where test programs write about their starts.
+    std::filesystem::path starts;
 };
 
 // Watches `launcher`, which was just started, until it has ended, or it is clear what

@@ -17,10 +17,10 @@
 #include <thread>
 #include <vector>
 
+#include "harness/files.h"
+#include "harness/passwd_entry.h"
+#include "harness/process.h"
 #include "tests/predictions/trial.h"
-#include "tests/support/files.h"
-#include "tests/support/passwd_record.h"
-#include "tests/support/process.h"
 
 namespace {
 
@@ -93,7 +93,7 @@ class Predictions : public testing::Test {
 
     Tools const tools;
     TempDirectory const results;
-    PasswdRecord const no_record = PasswdRecord::None();
+    PasswdEntry const no_record = PasswdEntry::None();
     std::vector<RunningTrial> running;
     std::map<std::string, int> outcomes;
     std::map<std::string, int> kinds;

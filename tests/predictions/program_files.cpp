@@ -13,7 +13,7 @@
 #include <system_error>
 #include <utility>
 
-#include "tests/support/files.h"
+#include "harness/files.h"
 
 namespace {
 

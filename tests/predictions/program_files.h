@@ -11,7 +11,7 @@
 
 // What a program file leads to, if the system executes it.
 enum class Executed {
-    kProbe,       // tests/support/probe, which reports its arguments
+    kProbe,       // tests/support/test_program, which reports its arguments
     kMaybeProbe,  // the probe with something missing: it may report, or end by a signal
     kNoProbe,     // nothing that reports
 };
@@ -30,7 +30,7 @@ struct ProgramFile {
 // the object lives.
 class ProgramFiles {
   public:
-    // `probe` holds the bytes of tests/support/probe.
+    // `probe` holds the bytes of tests/support/test_program.
     ProgramFiles(Random& choices, std::filesystem::path place, std::string probe);
     ~ProgramFiles();
     ProgramFiles(ProgramFiles const&) = delete;

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "tests/support/files.h"
+#include "harness/files.h"
 
 namespace {
 

@@ -15,7 +15,7 @@
 // Makes the list and the files that it names.
 class RandomListMaker {
   public:
-    // Makes files in `place`. `probe` holds the bytes of tests/support/probe.
+    // Makes files in `place`. `probe` holds the bytes of tests/support/test_program.
     RandomListMaker(Random& choices, std::filesystem::path place, std::string probe);
 
     RandomList Make();

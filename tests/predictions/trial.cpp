@@ -18,9 +18,10 @@
 #include <system_error>
 #include <vector>
 
+#include "harness/process.h"
 #include "tests/predictions/observation.h"
 #include "tests/predictions/random_list.h"
-#include "tests/support/process.h"
+#include "tests/support/limited_user.h"
 
 namespace {
 
@@ -100,13 +101,13 @@ class Trial {
     explicit Trial(Tools const& programs)
         : tools(programs),
           places({tools.launcher, kPlace / "home/Library/Logs/Tamlin/voplog/launcher.log",
-                  kPlace / "reports"}) {
+                  kPlace / "starts"}) {
         std::filesystem::create_directories(places.log.parent_path());
-        std::filesystem::create_directories(places.reports);
+        std::filesystem::create_directories(places.starts);
         WriteFile(kPlace / "home/Library/Application Support/Tamlin/log.ini",
                   "[LOG]\nLEVEL=DEBUG\n");
         for (std::filesystem::path const& directory :
-             {kPlace, places.reports, places.log.parent_path()}) {
+             {kPlace, places.starts, places.log.parent_path()}) {
             std::filesystem::permissions(directory, std::filesystem::perms(0777));
         }
     }
@@ -146,7 +147,7 @@ class Trial {
         close(file);
         ClearEnvironment(list.processes > 0);
         setenv("HOME", (kPlace / "home").c_str(), 1);
-        setenv("PROBE_DIR", places.reports.c_str(), 1);
+        setenv("TEST_PROGRAM_DIR", places.starts.c_str(), 1);
         setenv("PADDING", std::string(list.padding, 'p').c_str(), 1);
         rlimit const no_core = {0, 0};
         rlimit const stack = {list.stack, RLIM_INFINITY};
@@ -206,7 +207,7 @@ void TryAsFirstProcess(Tools const& tools, std::uint64_t seed,
 Tools::Tools()
     : launcher(CopyBundle(directory.Path())),
       checker(CopyChecker(directory.Path())),
-      probe(ReadFile(PROBE)) {}
+      probe(ReadFile(TEST_PROGRAM)) {}
 
 int Try(Tools const& tools, std::uint64_t seed, std::string const& result_file) {
     if (unshare(CLONE_NEWPID | CLONE_NEWNS) != 0) {

@@ -7,8 +7,8 @@
 #include <filesystem>
 #include <string>
 
+#include "harness/files.h"
 #include "tests/predictions/comparison.h"
-#include "tests/support/files.h"
 
 // Copies of the programs under test, at places that every user can reach.
 struct Tools {
@@ -17,7 +17,7 @@ struct Tools {
     TempDirectory const directory;
     std::filesystem::path const launcher;
     std::filesystem::path const checker;
-    // The bytes of tests/support/probe.
+    // The bytes of tests/support/test_program.
     std::string const probe;
 };
 

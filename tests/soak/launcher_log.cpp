@@ -1,29 +1,33 @@
 #include "tests/soak/launcher_log.h"
 
 #include <fstream>
+#include <optional>
 #include <regex>
+
+#include "harness/log_line.h"
 
 namespace {
 
-// Adds to `log` what the line says, and says whether it could be understood.
-bool Understand(std::string const& line, std::string const& launcher, LauncherLog& log) {
-    static std::regex const kLine(
-        R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z (?:)"
-        R"(DEBUG (\d+) \[LAUNCHER  \] Start to fork (\w+)|)"
-        R"(ERROR (\d+) \[LAUNCHER  \] (\w+) (\d+) is killed\. ret = (\d+), status = (\d+)))");
+// Adds to `log` what the line says. Returns false if the line is not understood.
+bool Understand(std::string const& text, pid_t launcher, LauncherLog& log) {
+    static std::regex const message_form(
+        R"(\[LAUNCHER  \] (?:Start to fork (\w+)|)"
+        R"((\w+) (\d+) is killed\. ret = (\d+), status = (\d+)))");
+    std::optional<LogLine> const line = ParseLogLine(text);
     std::smatch match;
-    if (!std::regex_match(line, match, kLine)) {
+    if (!line || line->process_id != launcher ||
+        !std::regex_match(line->message, match, message_form)) {
         return false;
     }
-    if (match[2].matched) {
-        Passes& item = log.items[match[2]];
+    if (match[1].matched) {
+        Passes& item = log.items[match[1]];
         ++item.starts;
-        return match[1] == launcher && item.starts == item.ended.size() + 1;
+        return line->level == "DEBUG" && item.starts == item.ended.size() + 1;
     }
-    Passes& item = log.items[match[4]];
-    item.ended.push_back(std::stoi(match[5]));
-    item.statuses.push_back(std::stoi(match[7]));
-    return match[3] == launcher && match[5] == match[6] &&
+    Passes& item = log.items[match[2]];
+    item.ended.push_back(std::stoi(match[3]));
+    item.statuses.push_back(std::stoi(match[5]));
+    return line->level == "ERROR" && match[3] == match[4] &&
            item.starts == item.ended.size();
 }
 
@@ -33,8 +37,8 @@ LauncherLog ReadLauncherLog(std::filesystem::path const& file, pid_t launcher) {
     LauncherLog log;
     std::ifstream in(file, std::ios::binary);
     for (std::string line; std::getline(in, line); ++log.lines) {
-        // The end of the file before the line feed: the last line was cut off.
-        if (in.eof() || !Understand(line, std::to_string(launcher), log)) {
+        // The file ended before the line feed: the last line was cut off.
+        if (in.eof() || !Understand(line, launcher, log)) {
             log.not_understood.push_back(line);
         }
     }

@@ -1,5 +1,6 @@
-// What a launcher's log at level DEBUG says about each item, and whether it says anything
-// else: a line that is torn, mixed with another, or out of its order is not understood.
+// Reads from a launcher's log at level DEBUG how often each item was started and how it
+// ended. A line that is cut off, mixed with another one, or out of order is not
+// understood.
 
 #ifndef TESTS_SOAK_LAUNCHER_LOG_H
 #define TESTS_SOAK_LAUNCHER_LOG_H
@@ -12,7 +13,7 @@
 #include <string>
 #include <vector>
 
-// The passes of one item, in their order.
+// The passes of one item, in order.
 struct Passes {
     std::size_t starts = 0;
     std::vector<pid_t> ended;

@@ -1,8 +1,6 @@
 // The launcher over a long time and over many starts. The environment says how long:
 // SOAK_SECONDS (60 if it is not set) and SOAK_CYCLES (1000).
 
-#include <sys/syscall.h>
-
 #include <algorithm>
 #include <chrono>
 #include <csignal>
@@ -12,10 +10,12 @@
 #include <thread>
 #include <utility>
 
+#include "harness/launch_list.h"
+#include "harness/proc.h"
+#include "harness/wait_for.h"
 #include "tests/soak/launcher_log.h"
-#include "tests/soak/watch.h"
+#include "tests/soak/resource_sampler.h"
 #include "tests/support/launcher_fixture.h"
-#include "tests/support/wait_for.h"
 
 namespace {
 
@@ -78,8 +78,8 @@ void Add(std::string const& what, duration<double> value) {
     figures->Add(what, text);
 }
 
-// The process ids that a file of recorders' lines holds, by name and in their order.
-std::map<std::string, std::vector<pid_t>> Recorded(std::filesystem::path const& file) {
+// Returns the process ids in a file that soak programs wrote, by name and in their order.
+std::map<std::string, std::vector<pid_t>> StartedPids(std::filesystem::path const& file) {
     std::map<std::string, std::vector<pid_t>> starts;
     std::istringstream in(ReadFile(file));
     std::string name;
@@ -97,70 +97,50 @@ std::size_t CountZombies() {
 
 class Soak : public LauncherTest {
   protected:
-    // Returns an item whose program is the recorder, which stays.
+    // Returns an item whose program is the soak program, which stays.
     std::string SteadyItem(std::string const& name) const {
-        return RecorderItem(name, {starts, name});
+        return ItemText(name, SOAK_PROGRAM, {starts_file, name});
     }
 
-    // The same, but the recorder ends at once as long as there is no file `hold`.
+    // The same, but the soak program ends at once as long as there is no file `hold`.
     std::string QuickItem(std::string const& name) const {
-        return RecorderItem(name, {starts, name, hold});
+        return ItemText(name, SOAK_PROGRAM, {starts_file, name, hold});
     }
 
-    // Waits until main waits for a stop and every supervising thread for its program, so
-    // that a SIGTERM finds the process ids of all programs in their place.
-    bool WaitUntilAllWait(std::size_t items) const {
-        std::string const tasks = "/proc/" + std::to_string(launcher->Pid()) + "/task";
-        return WaitUntilMainWaits() && WaitFor([&] {
-                   std::size_t waiting = 0;
-                   for (auto const& task : std::filesystem::directory_iterator(tasks)) {
-                       std::string const call = ReadFile(task.path() / "syscall");
-                       waiting += std::atol(call.c_str()) == SYS_wait4 ? 1 : 0;
-                   }
-                   return waiting == items;
-               });
-    }
-
-    // Looks at the launcher for the time of the soak, and gives its figures.
-    void WatchFor(seconds length) const {
-        Watch watch(launcher->Pid());
-        auto const begin = Watch::Clock::now();
+    // Samples the launcher for the time of the soak, and adds the figures.
+    void SampleFor(seconds length) const {
+        ResourceSampler sampler(launcher->Pid());
+        auto const begin = ResourceSampler::Clock::now();
         long warm = 0;
-        for (auto now = begin; now < begin + length; now = Watch::Clock::now()) {
+        for (auto now = begin; now < begin + length;
+             now = ResourceSampler::Clock::now()) {
             if (warm == 0 && now >= begin + kWarmUp) {
                 warm = ResidentKiB(launcher->Pid());
-                watch.most_resident = warm;
+                sampler.most_resident = warm;
             }
-            watch.Look();
+            sampler.Sample();
             std::this_thread::sleep_for(std::chrono::milliseconds(100));
         }
-        EXPECT_EQ(watch.least_threads, 1U + kItems);
-        EXPECT_EQ(watch.most_threads, 1U + kItems);
+        EXPECT_EQ(sampler.least_threads, 1U + kItems);
+        EXPECT_EQ(sampler.most_threads, 1U + kItems);
         // A thread that logs has the log open, and for a moment two descriptors.
-        EXPECT_LE(watch.most_descriptors, 2U * kItems);
-        EXPECT_LT(watch.longest_zombie, kZombieStays);
+        EXPECT_LE(sampler.most_descriptors, 2U * kItems);
+        EXPECT_LT(sampler.longest_zombie, kZombieStays);
         EXPECT_GT(warm, 0);
-        EXPECT_LT(watch.most_resident - warm, kGrowthKiB);
-        Add("looks at the launcher", watch.looks);
-        Add("threads, fewest", watch.least_threads);
-        Add("threads, most", watch.most_threads);
-        Add("descriptors open at a look, most", watch.most_descriptors);
-        Add("zombies at a look, most", watch.most_zombies);
-        Add("one process seen as a zombie, longest", watch.longest_zombie);
+        EXPECT_LT(sampler.most_resident - warm, kGrowthKiB);
+        Add("samples", sampler.samples);
+        Add("threads, fewest", sampler.least_threads);
+        Add("threads, most", sampler.most_threads);
+        Add("descriptors open in a sample, most", sampler.most_descriptors);
+        Add("zombies in a sample, most", sampler.most_zombies);
+        Add("one process a zombie in all samples, longest", sampler.longest_zombie);
         Add("resident memory after 10 s, KiB", static_cast<std::size_t>(warm));
         Add("resident memory afterwards, most, KiB",
-            static_cast<std::size_t>(watch.most_resident));
+            static_cast<std::size_t>(sampler.most_resident));
     }
 
-    std::filesystem::path const starts = directory.Path() / "starts";
+    std::filesystem::path const starts_file = directory.Path() / "starts_of_soak";
     std::filesystem::path const hold = directory.Path() / "hold";
-
-  private:
-    static std::string RecorderItem(std::string const& name,
-                                    std::vector<std::string> const& arguments) {
-        std::string item = Item(name, arguments);
-        return item.replace(item.find(PROBE), std::string(PROBE).size(), RECORDER);
-    }
 };
 
 TEST_F(Soak, ItemsThatEndAtOnceBesideSteadyOnesLeaveNothingBehindAndAreAllLogged) {
@@ -173,32 +153,32 @@ TEST_F(Soak, ItemsThatEndAtOnceBesideSteadyOnesLeaveNothingBehindAndAreAllLogged
     for (int i = 0; i < kSteadyItems; ++i) {
         items.push_back(SteadyItem("steady" + std::to_string(i)));
     }
-    Start(List(items));
-    ASSERT_TRUE(WaitFor([this] { return Recorded(starts).size() == kItems; }));
+    Start(ListText(items));
+    ASSERT_TRUE(WaitFor([this] { return StartedPids(starts_file).size() == kItems; }));
 
     figures->Add("seconds", std::to_string(length.count()));
-    WatchFor(length);
+    SampleFor(length);
 
     // From here every program stays.
     WriteFile(hold, "");
-    ASSERT_TRUE(WaitFor([this] { return Recorded(hold).size() == kQuickItems; }));
-    ASSERT_TRUE(WaitUntilAllWait(kItems));
+    ASSERT_TRUE(WaitFor([this] { return StartedPids(hold).size() == kQuickItems; }));
+    ASSERT_TRUE(WaitUntilProgramsAreKnown());
     EXPECT_EQ(CountZombies(), 0U);
     EXPECT_EQ(CountDescriptors(launcher->Pid()), 0U);
-    EXPECT_EQ(CountThreads(launcher->Pid()), 1U + kItems);
+    EXPECT_EQ(ThreadsOf(launcher->Pid()).size(), 1U + kItems);
     Add("zombies at the end", CountZombies());
     Add("descriptors at the end", CountDescriptors(launcher->Pid()));
     EXPECT_EQ(Stop(), "exit 1");
 
     LauncherLog const log = ReadLauncherLog(log_file, launcher->Pid());
     EXPECT_THAT(log.not_understood, IsEmpty());
-    auto const recorded = Recorded(starts);
+    auto const started = StartedPids(starts_file);
     EXPECT_THAT(log.items, SizeIs(kItems));
     std::size_t passes = 0;
     auto least = static_cast<std::size_t>(-1);
     std::size_t restarts_of_steady = 0;
     for (auto const& [name, item] : log.items) {
-        EXPECT_EQ(item.ended, recorded.at(name)) << name;
+        EXPECT_EQ(item.ended, started.at(name)) << name;
         EXPECT_EQ(item.starts, item.ended.size()) << name;
         ASSERT_THAT(item.statuses, Not(IsEmpty())) << name;
         EXPECT_EQ(item.statuses.back(), SIGKILL) << name;
@@ -223,28 +203,29 @@ TEST_F(Soak, ItemsThatEndAtOnceBesideSteadyOnesLeaveNothingBehindAndAreAllLogged
 TEST_F(Soak, StartsAndStopsLeaveNoProcessBehind) {
     int const cycles = NumberFromEnvironment("SOAK_CYCLES", 1000);
     ASSERT_GT(cycles, 0);
-    std::string const list = List({SteadyItem("a"), SteadyItem("b"), SteadyItem("c")});
+    std::string const list =
+        ListText({SteadyItem("a"), SteadyItem("b"), SteadyItem("c")});
     std::vector<pid_t> const before = AllProcesses();
-    auto const begin = Watch::Clock::now();
+    auto const begin = ResourceSampler::Clock::now();
     for (int i = 0; i < cycles && !HasFailure(); ++i) {
-        std::filesystem::remove(starts);
+        std::filesystem::remove(starts_file);
         std::filesystem::remove(log_file);
         Start(list);
-        ASSERT_TRUE(WaitFor([this] { return Recorded(starts).size() == 3; }));
-        ASSERT_TRUE(WaitUntilAllWait(3));
+        ASSERT_TRUE(WaitFor([this] { return StartedPids(starts_file).size() == 3; }));
+        ASSERT_TRUE(WaitUntilProgramsAreKnown());
         EXPECT_EQ(Stop(), "exit 1");
         EXPECT_EQ(AllProcesses(), before);
         LauncherLog const log = ReadLauncherLog(log_file, launcher->Pid());
         EXPECT_THAT(log.not_understood, IsEmpty());
         EXPECT_THAT(log.items, SizeIs(3));
         for (auto const& [name, item] : log.items) {
-            EXPECT_EQ(item.ended, Recorded(starts).at(name));
+            EXPECT_EQ(item.ended, StartedPids(starts_file).at(name));
             EXPECT_THAT(item.statuses, ElementsAre(SIGKILL));
         }
     }
     EXPECT_THAT(system_log.Received(), IsEmpty());
     Add("starts and stops of a launcher with 3 items", static_cast<std::size_t>(cycles));
-    Add("time for them", Watch::Clock::now() - begin);
+    Add("time for them", ResourceSampler::Clock::now() - begin);
     Add("processes left behind", AllProcesses().size() - before.size());
 }
 

@@ -5,7 +5,7 @@
 
 #include <cstdio>
 
-#include "tests/support/containment.h"
+#include "harness/containment.h"
 
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);

@@ -8,7 +8,7 @@
 #include <filesystem>
 #include <utility>
 
-#include "tests/support/system.h"
+#include "harness/system.h"
 
 // A small disk on the directory `path`, which is made if need be: inside
 // tests/support/contained only. `options` are those of a tmpfs.

@@ -5,8 +5,11 @@
 #include <cstdlib>
 #include <utility>
 
+#include "harness/launch_list.h"
+#include "harness/log_line.h"
+#include "harness/proc.h"
+#include "harness/wait_for.h"
 #include "tests/support/system_call.h"
-#include "tests/support/wait_for.h"
 
 namespace {
 
@@ -18,73 +21,70 @@ std::string FromHexadecimal(std::string const& digits) {
     return text;
 }
 
-Report ParseReport(std::filesystem::path const& file) {
-    Report report;
-    report.pid = std::stoi(file.stem());
+ProgramStart ReadStart(std::filesystem::path const& file) {
+    ProgramStart start;
+    start.pid = std::stoi(file.stem());
     for (std::string const& line : Lines(ReadFile(file))) {
         std::size_t const blank = std::min(line.find(' '), line.size());
         std::string const key = line.substr(0, blank);
         std::string const value = line.substr(std::min(blank + 1, line.size()));
         if (key == "start") {
-            report.start = std::stoll(value);
+            start.start_time = std::stoll(value);
         } else if (key == "end") {
-            report.end = std::stoll(value);
+            start.end_time = std::stoll(value);
         } else if (key == "parent") {
-            report.parent = std::stoi(value);
+            start.parent = std::stoi(value);
         } else if (key == "descriptors") {
-            report.descriptors = value;
+            start.descriptors = value;
         } else if (key == "marker") {
-            report.marker = value;
+            start.marker = value;
         } else if (key == "argument") {
-            report.arguments.push_back(FromHexadecimal(value));
+            start.arguments.push_back(FromHexadecimal(value));
         }
     }
-    return report;
-}
-
-std::string Quoted(std::string const& text) {
-    return "\"" + text + "\"";
+    return start;
 }
 
 }  // namespace
 
-std::vector<Report> ReportsIn(std::filesystem::path const& directory) {
-    std::vector<Report> reports;
+std::string Killed(std::string const& name, pid_t pid, int status) {
+    std::string const id = std::to_string(pid);
+    return "[LAUNCHER  ] " + name + " " + id + " is killed. ret = " + id +
+           ", status = " + std::to_string(status);
+}
+
+std::vector<ProgramStart> StartsIn(std::filesystem::path const& directory) {
+    std::vector<ProgramStart> starts;
     for (auto const& entry : std::filesystem::directory_iterator(directory)) {
-        if (entry.path().extension() == ".report") {
-            reports.push_back(ParseReport(entry.path()));
+        if (entry.path().extension() == ".start") {
+            starts.push_back(ReadStart(entry.path()));
         }
     }
-    std::sort(reports.begin(), reports.end(),
-              [](Report const& a, Report const& b) { return a.start < b.start; });
-    return reports;
+    std::sort(starts.begin(), starts.end(),
+              [](ProgramStart const& a, ProgramStart const& b) {
+                  return a.start_time < b.start_time;
+              });
+    return starts;
 }
 
 LauncherTest::LauncherTest()
     : home(directory.Path() / "home"),
       log_file(home / "Library/Logs/Tamlin/voplog/launcher.log"),
       list_file(directory.Path() / "list.json"),
-      reports(directory.Path() / "reports"),
+      starts_directory(directory.Path() / "starts"),
       launcher_program(std::filesystem::path(BUNDLE) / "MacOS/launcher"),
       user(home) {
-    for (std::filesystem::path const& path : {home, reports}) {
+    for (std::filesystem::path const& path : {home, starts_directory}) {
         std::filesystem::create_directories(path);
         std::filesystem::permissions(path, std::filesystem::perms(0777));
     }
-    setenv("PROBE_DIR", reports.c_str(), 1);
+    setenv("TEST_PROGRAM_DIR", starts_directory.c_str(), 1);
     SetLogLevel("DEBUG");
 }
 
 std::string LauncherTest::Item(std::string const& name,
                                std::vector<std::string> const& arguments) {
-    std::string args;
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
-        args += (i == 0 ? "" : ", ") + Quoted(std::to_string(i)) + ": " +
-                Quoted(arguments[i]);
-    }
-    return R"({"name": )" + Quoted(name) + R"(, "program": )" + Quoted(PROBE) +
-           R"(, "argc": )" + std::to_string(arguments.size()) + R"(, "args": {)" + args +
-           "}}";
+    return ItemText(name, TEST_PROGRAM, arguments);
 }
 
 std::string LauncherTest::RestlessItem(std::string const& name) const {
@@ -94,20 +94,12 @@ std::string LauncherTest::RestlessItem(std::string const& name) const {
 void LauncherTest::LetRest() const {
     WriteFile(directory.Path() / "rest", "");
     EXPECT_TRUE(WaitFor([this] {
-        std::filesystem::directory_iterator const files(reports);
+        std::filesystem::directory_iterator const files(starts_directory);
         return std::any_of(begin(files), end(files), [](auto const& file) {
             return file.path().extension() == ".rests";
         });
     }));
     EXPECT_TRUE(WaitUntilProgramsAreKnown());
-}
-
-std::string LauncherTest::List(std::vector<std::string> const& items) {
-    std::string list = "{";
-    for (std::size_t i = 0; i < items.size(); ++i) {
-        list += (i == 0 ? "\n" : ",\n") + Quoted(std::to_string(i)) + ": " + items[i];
-    }
-    return list + "\n}\n";
 }
 
 void LauncherTest::SetLogLevel(std::string const& level) const {
@@ -164,9 +156,9 @@ std::vector<std::string> LauncherTest::Log() const {
 
 std::vector<std::string> LauncherTest::Messages(std::string const& level) const {
     std::vector<std::string> messages;
-    for (std::string const& line : Log()) {
-        if (line.compare(0, level.size() + 1, level + " ") == 0) {
-            messages.push_back(line.substr(line.find('[')));
+    for (LogLine& line : ReadLogLines(log_file)) {
+        if (line.level == level) {
+            messages.push_back(std::move(line.message));
         }
     }
     return messages;
@@ -180,35 +172,33 @@ std::size_t LauncherTest::CountInLog(std::string const& text) const {
         }));
 }
 
-std::vector<Report> LauncherTest::Reports(std::optional<std::string> const& tag) const {
-    std::vector<Report> found = ReportsIn(reports);
+std::vector<ProgramStart> LauncherTest::Starts(
+    std::optional<std::string> const& tag) const {
+    std::vector<ProgramStart> found = StartsIn(starts_directory);
     found.erase(std::remove_if(found.begin(), found.end(),
-                               [&tag](Report const& report) {
-                                   return tag && (report.arguments.size() < 3 ||
-                                                  report.arguments[2] != *tag);
+                               [&tag](ProgramStart const& start) {
+                                   return tag && (start.arguments.size() < 3 ||
+                                                  start.arguments[2] != *tag);
                                }),
                 found.end());
     return found;
 }
 
-std::vector<Report> LauncherTest::WaitForReports(
+std::vector<ProgramStart> LauncherTest::WaitForStarts(
     std::size_t count, std::optional<std::string> const& tag) const {
-    EXPECT_TRUE(WaitFor([&] { return Reports(tag).size() >= count; }))
-        << "only " << Reports(tag).size() << " of " << count << " starts of "
-        << tag.value_or("the probe");
+    EXPECT_TRUE(WaitFor([&] { return Starts(tag).size() >= count; }))
+        << "only " << Starts(tag).size() << " of " << count << " starts of "
+        << tag.value_or("the test program");
     EXPECT_TRUE(WaitUntilProgramsAreKnown());
-    return Reports(tag);
+    return Starts(tag);
 }
 
-std::vector<pid_t> LauncherTest::RunningProbes() {
-    std::vector<pid_t> probes = AllProcesses();
-    probes.erase(std::remove_if(probes.begin(), probes.end(),
-                                [](pid_t pid) {
-                                    std::error_code error;
-                                    auto const program = std::filesystem::read_symlink(
-                                        "/proc/" + std::to_string(pid) + "/exe", error);
-                                    return IsGone(pid) || program != PROBE;
-                                }),
-                 probes.end());
-    return probes;
+std::vector<pid_t> LauncherTest::RunningPrograms() {
+    std::vector<pid_t> programs = AllProcesses();
+    programs.erase(
+        std::remove_if(
+            programs.begin(), programs.end(),
+            [](pid_t pid) { return IsGone(pid) || ProgramOf(pid) != TEST_PROGRAM; }),
+        programs.end());
+    return programs;
 }

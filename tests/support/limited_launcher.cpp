@@ -1,6 +1,6 @@
 #include "tests/support/limited_launcher.h"
-
-#include <sys/stat.h>
+#include "harness/proc.h"
+#include "tests/support/limited_user.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -12,8 +12,8 @@ void LimitedLauncherTest::SetUp() {
     std::filesystem::copy(std::filesystem::path(BUNDLE).parent_path(),
                           directory.Path() / "Tamlin.app",
                           std::filesystem::copy_options::recursive);
-    probe_copy = directory.Path() / "probe";
-    std::filesystem::copy(PROBE, probe_copy);
+    program_copy = directory.Path() / "program";
+    std::filesystem::copy(TEST_PROGRAM, program_copy);
     launcher_program = directory.Path() / "Tamlin.app/Contents/MacOS/launcher";
     std::filesystem::create_directories(log_file.parent_path());
     std::filesystem::permissions(log_file.parent_path(), std::filesystem::perms(0777));
@@ -26,8 +26,8 @@ void LimitedLauncherTest::StartLimited(std::string list, unsigned long limit) {
     setenv("ASAN_OPTIONS",
            (std::string(options != nullptr ? options : "") + ":detect_leaks=0").c_str(),
            1);
-    for (std::size_t at = 0; (at = list.find(PROBE, at)) != std::string::npos;) {
-        list.replace(at, std::string(PROBE).size(), probe_copy);
+    for (std::size_t at = 0; (at = list.find(TEST_PROGRAM, at)) != std::string::npos;) {
+        list.replace(at, std::string(TEST_PROGRAM).size(), program_copy);
     }
     Start(list, [limit] { BecomeLimitedUser(limit + SANITIZER_THREADS); });
 }
@@ -36,11 +36,9 @@ std::vector<pid_t> LimitedLauncherTest::LinksAndPrograms() const {
     std::vector<pid_t> processes = AllProcesses();
     processes.erase(std::remove_if(processes.begin(), processes.end(),
                                    [this](pid_t pid) {
-                                       struct stat info = {};
-                                       std::string const path =
-                                           "/proc/" + std::to_string(pid);
-                                       return stat(path.c_str(), &info) != 0 ||
-                                              info.st_uid != LimitedUser() ||
+                                       // The first of four numbers.
+                                       return ProcNumber(pid, "status", "Uid") !=
+                                                  static_cast<long>(LimitedUser()) ||
                                               IsGone(pid) || pid == launcher->Pid();
                                    }),
                     processes.end());

@@ -17,15 +17,15 @@ class LimitedLauncherTest : public LauncherTest {
     // Skips the test if this namespace has no second user.
     void SetUp() override;
 
-    // Starts the launcher with a file that holds `list`, in which the probe stands for
-    // this user's copy of it. The user may have `limit` processes and threads.
+    // Starts the launcher with a file that holds `list`, in which the test program stands
+    // for this user's copy of it. The user may have `limit` processes and threads.
     void StartLimited(std::string list, unsigned long limit);
 
     // Processes of the limited user, the launcher apart, that have not ended, in the
     // order of their starts.
     std::vector<pid_t> LinksAndPrograms() const;
 
-    std::filesystem::path probe_copy;
+    std::filesystem::path program_copy;
 };
 
 #endif

@@ -7,10 +7,10 @@
 #include <algorithm>
 #include <system_error>
 
-#include "tests/support/files.h"
-#include "tests/support/process.h"
+#include "harness/files.h"
+#include "harness/proc.h"
+#include "harness/wait_for.h"
 #include "tests/support/system_call.h"
-#include "tests/support/wait_for.h"
 
 LogGate::LogGate(std::filesystem::path const& log_file) : path(log_file) {
     std::filesystem::create_directories(path.parent_path());

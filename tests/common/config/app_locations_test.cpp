@@ -5,9 +5,9 @@
 #include <filesystem>
 #include <string>
 
-#include "tests/common/config/location_report.h"
-#include "tests/support/files.h"
-#include "tests/support/passwd_record.h"
+#include "harness/files.h"
+#include "harness/passwd_entry.h"
+#include "tests/common/config/locations_in.h"
 
 namespace {
 
@@ -17,13 +17,13 @@ char const* const kMain = "X.app/Contents/MacOS/launcher";
 char const* const kExtension =
     "X.app/Contents/PlugIns/FinderSync.appex/Contents/MacOS/FinderSync";
 
-// A directory with bundles in it, whose programs report what they find.
+// A directory with bundles in it, whose programs locations what they find.
 class AppLocations : public testing::Test {
   protected:
-    // Copies the reporting program to this place and returns its whole path.
+    // Copies the printing program to this place and returns its whole path.
     std::string Installed(std::string const& place) const {
         fs::path const path = directory.Path() / place;
-        InstallReporter(path);
+        InstallPrintLocations(path);
         return path;
     }
 
@@ -55,17 +55,17 @@ TEST_F(AppLocations, OfAProgramInTheBundlesExecutableDirectory) {
     std::string const program = Installed(kMain);
     std::string const file =
         directory.Write("X.app/Contents/Resources/vopapi.ini", "[SDK]\nNAME=Tamlin\n");
-    PasswdRecord const record("/Users/alice", "alice");
-    auto report = ReportOf(program, {"HOME=/elsewhere", "USER=bob", "LOGNAME=bob"});
-    EXPECT_EQ(report["resources"] + "vopapi.ini", file);
-    EXPECT_EQ(report["resources"], root + "/X.app/Contents/Resources/");
-    EXPECT_EQ(report["current"], root + "/X.app/Contents/MacOS");
-    EXPECT_EQ(report["finder_sync"], "0");
-    EXPECT_EQ(report["product"], "Tamlin");
-    EXPECT_EQ(report["home"], "/Users/alice");
-    EXPECT_EQ(report["app_data"], "/Users/alice/Library/Application Support");
-    EXPECT_EQ(report["user"], "alice");
-    EXPECT_EQ(report["volume"], "/Volumes/Data_alice");
+    PasswdEntry const entry("/Users/alice", "alice");
+    auto locations = LocationsIn(program, {"HOME=/elsewhere", "USER=bob", "LOGNAME=bob"});
+    EXPECT_EQ(locations["resources"] + "vopapi.ini", file);
+    EXPECT_EQ(locations["resources"], root + "/X.app/Contents/Resources/");
+    EXPECT_EQ(locations["current"], root + "/X.app/Contents/MacOS");
+    EXPECT_EQ(locations["finder_sync"], "0");
+    EXPECT_EQ(locations["product"], "Tamlin");
+    EXPECT_EQ(locations["home"], "/Users/alice");
+    EXPECT_EQ(locations["app_data"], "/Users/alice/Library/Application Support");
+    EXPECT_EQ(locations["user"], "alice");
+    EXPECT_EQ(locations["volume"], "/Volumes/Data_alice");
 }
 
 TEST_F(AppLocations, ResourcesOfTheFinderSyncExtensionLieFourLevelsUp) {
@@ -78,18 +78,18 @@ TEST_F(AppLocations, ResourcesOfTheFinderSyncExtensionLieFourLevelsUp) {
           std::string("X.app/Resources/"), std::string("Resources/")}) {
         directory.Write(place + "vopapi.ini", "[SDK]\nNAME=wrong\n");
     }
-    auto report = ReportOf(program);
-    EXPECT_EQ(report["finder_sync"], "1");
-    EXPECT_EQ(report["resources"], root + "/X.app/Contents/Resources/");
-    EXPECT_EQ(report["current"], root + "/" + extension + "Contents/MacOS");
-    EXPECT_EQ(report["product"], "right");
+    auto locations = LocationsIn(program);
+    EXPECT_EQ(locations["finder_sync"], "1");
+    EXPECT_EQ(locations["resources"], root + "/X.app/Contents/Resources/");
+    EXPECT_EQ(locations["current"], root + "/" + extension + "Contents/MacOS");
+    EXPECT_EQ(locations["product"], "right");
 }
 
 TEST_F(AppLocations, ResourcesThatDoNotExistAreNamedUnresolved) {
-    auto main = ReportOf(Installed(kMain));
+    auto main = LocationsIn(Installed(kMain));
     EXPECT_EQ(main["resources"], root + "/X.app/Contents/MacOS/../Resources/");
     EXPECT_EQ(main["product"], "");
-    auto extension = ReportOf(Installed(kExtension));
+    auto extension = LocationsIn(Installed(kExtension));
     EXPECT_EQ(extension["resources"],
               root +
                   "/X.app/Contents/PlugIns/FinderSync.appex/Contents/MacOS"
@@ -101,13 +101,13 @@ TEST_F(AppLocations, ResourcesAreResolvedThroughLinks) {
     std::string const real = MakeDirectory("real/resources");
     fs::create_directory_symlink("../../real/resources",
                                  root + "/X.app/Contents/Resources");
-    EXPECT_EQ(ReportOf(program)["resources"], real + "/");
+    EXPECT_EQ(LocationsIn(program)["resources"], real + "/");
 }
 
 TEST_F(AppLocations, ResourcesEndInOneSlash) {
     std::string const program = Installed(kMain);
     fs::create_directory_symlink("/", root + "/X.app/Contents/Resources");
-    EXPECT_EQ(ReportOf(program)["resources"], "/");
+    EXPECT_EQ(LocationsIn(program)["resources"], "/");
 }
 
 TEST_F(AppLocations, ResourcesThatResolveToMoreThan1023BytesAreNamedUnresolved) {
@@ -115,12 +115,12 @@ TEST_F(AppLocations, ResourcesThatResolveToMoreThan1023BytesAreNamedUnresolved) 
     std::string const link = root + "/X.app/Contents/Resources";
     fs::create_directories(PathOfLength(1024, "r"));
     fs::create_directory_symlink(PathOfLength(1024, "r"), link);
-    EXPECT_EQ(ReportOf(program)["resources"],
+    EXPECT_EQ(LocationsIn(program)["resources"],
               root + "/X.app/Contents/MacOS/../Resources/");
     fs::remove(link);
     fs::create_directories(PathOfLength(1023, "r"));
     fs::create_directory_symlink(PathOfLength(1023, "r"), link);
-    EXPECT_EQ(ReportOf(program)["resources"], PathOfLength(1023, "r") + "/");
+    EXPECT_EQ(LocationsIn(program)["resources"], PathOfLength(1023, "r") + "/");
 }
 
 TEST_F(AppLocations, AProgramIsWhereItWasStartedFromWithLinksAndDotsInItsPath) {
@@ -129,90 +129,91 @@ TEST_F(AppLocations, AProgramIsWhereItWasStartedFromWithLinksAndDotsInItsPath) {
     std::string const others = MakeDirectory("Y.app/Contents/Resources");
     std::string const link = MakeDirectory("Y.app/Contents/MacOS") + "/launcher";
     fs::create_symlink(root + "/" + kMain, link);
-    auto linked = ReportOf(link);
+    auto linked = LocationsIn(link);
     EXPECT_EQ(linked["current"], root + "/Y.app/Contents/MacOS");
     EXPECT_EQ(linked["resources"], others + "/");
 
     fs::create_directory_symlink("X.app", root + "/Z.app");
-    auto through_a_link = ReportOf(root + "/Z.app/Contents/MacOS/launcher");
+    auto through_a_link = LocationsIn(root + "/Z.app/Contents/MacOS/launcher");
     EXPECT_EQ(through_a_link["current"], root + "/Z.app/Contents/MacOS");
     EXPECT_EQ(through_a_link["resources"], own + "/");
 
-    auto dotted = ReportOf(root + "/X.app/Contents/MacOS/../MacOS/./launcher");
+    auto dotted = LocationsIn(root + "/X.app/Contents/MacOS/../MacOS/./launcher");
     EXPECT_EQ(dotted["current"], root + "/X.app/Contents/MacOS/../MacOS/.");
     EXPECT_EQ(dotted["resources"], own + "/");
 
     fs::create_symlink("launcher", root + "/X.app/Contents/MacOS/FinderSync");
-    EXPECT_EQ(ReportOf(root + "/X.app/Contents/MacOS/FinderSync")["finder_sync"], "1");
+    EXPECT_EQ(LocationsIn(root + "/X.app/Contents/MacOS/FinderSync")["finder_sync"], "1");
 }
 
 TEST_F(AppLocations, OnlyTheEndOfTheWholePathMakesAFinderSync) {
     for (char const* const place : {"a/FinderSync", "a/MyFinderSync"}) {
-        EXPECT_EQ(ReportOf(Installed(place))["finder_sync"], "1") << place;
+        EXPECT_EQ(LocationsIn(Installed(place))["finder_sync"], "1") << place;
     }
     for (char const* const place :
          {"b/FinderSync/launcher", "b/FinderSync2", "b/findersync", "b/FinderSync.x",
           "b/inderSync", "b/FINDERSYNC"}) {
-        EXPECT_EQ(ReportOf(Installed(place))["finder_sync"], "0") << place;
+        EXPECT_EQ(LocationsIn(Installed(place))["finder_sync"], "0") << place;
     }
 }
 
 TEST_F(AppLocations, AProgramWhosePathFitsInto1023BytesIsFound) {
     std::string const program = PathOfLength(1023, "FinderSync");
-    InstallReporter(program);
-    auto report = ReportOf(program);
-    EXPECT_EQ(report["finder_sync"], "1");
-    EXPECT_EQ(report["current"], fs::path(program).parent_path());
-    EXPECT_EQ(report["resources"], report["current"] + "/../../../../Resources/");
+    InstallPrintLocations(program);
+    auto locations = LocationsIn(program);
+    EXPECT_EQ(locations["finder_sync"], "1");
+    EXPECT_EQ(locations["current"], fs::path(program).parent_path());
+    EXPECT_EQ(locations["resources"], locations["current"] + "/../../../../Resources/");
 }
 
 TEST_F(AppLocations, AProgramWithALongerPathHasNoResourcesAndIsNoFinderSync) {
     std::string const home = "/com.tamlin/FinderSync";
-    PasswdRecord const record(home);
+    PasswdEntry const entry(home);
     std::string const program = PathOfLength(1024, "FinderSync");
-    InstallReporter(program);
-    auto report = ReportOf(program);
-    EXPECT_EQ(report["finder_sync"], "0");
-    EXPECT_EQ(report["resources"], "");
-    EXPECT_EQ(report["product"], "");
-    EXPECT_EQ(report["app_data"], home + "/Library/Application Support");
-    EXPECT_EQ(report["current"], fs::path(program).parent_path());
+    InstallPrintLocations(program);
+    auto locations = LocationsIn(program);
+    EXPECT_EQ(locations["finder_sync"], "0");
+    EXPECT_EQ(locations["resources"], "");
+    EXPECT_EQ(locations["product"], "");
+    EXPECT_EQ(locations["app_data"], home + "/Library/Application Support");
+    EXPECT_EQ(locations["current"], fs::path(program).parent_path());
 }
 
 TEST_F(AppLocations, AProgramWhosePathTakesMoreThan1024BytesHasNoDirectory) {
     std::string const program = PathOfLength(1025, "launcher");
-    InstallReporter(program);
-    auto report = ReportOf(program);
-    EXPECT_EQ(report["current"], "");
-    EXPECT_EQ(report["resources"], "");
-    EXPECT_EQ(report["finder_sync"], "0");
+    InstallPrintLocations(program);
+    auto locations = LocationsIn(program);
+    EXPECT_EQ(locations["current"], "");
+    EXPECT_EQ(locations["resources"], "");
+    EXPECT_EQ(locations["finder_sync"], "0");
 }
 
 TEST_F(AppLocations, TheRecordOfTheUserWinsOverTheEnvironment) {
     std::string const program = Installed(kMain);
-    PasswdRecord const record("/of/the/record");
-    EXPECT_EQ(ReportOf(program, {"HOME=/of/the/environment"})["home"], "/of/the/record");
-    PasswdRecord const without_home("");
-    EXPECT_EQ(ReportOf(program, {"HOME=/of/the/environment"})["home"], "");
+    PasswdEntry const entry("/of/the/entry");
+    EXPECT_EQ(LocationsIn(program, {"HOME=/of/the/environment"})["home"],
+              "/of/the/entry");
+    PasswdEntry const without_home("");
+    EXPECT_EQ(LocationsIn(program, {"HOME=/of/the/environment"})["home"], "");
 }
 
 TEST_F(AppLocations, WithoutARecordTheEnvironmentGivesTheHomeAndNothingTheName) {
     std::string const program = Installed(kMain);
-    PasswdRecord const record = PasswdRecord::None();
-    auto report =
-        ReportOf(program, {"HOME=/of/the/environment", "USER=alice", "LOGNAME=alice"});
-    EXPECT_EQ(report["home"], "/of/the/environment");
-    EXPECT_EQ(report["app_data"], "/of/the/environment/Library/Application Support");
-    EXPECT_EQ(report["user"], "");
-    EXPECT_EQ(report["volume"], "/Volumes/Data_");
+    PasswdEntry const entry = PasswdEntry::None();
+    auto locations =
+        LocationsIn(program, {"HOME=/of/the/environment", "USER=alice", "LOGNAME=alice"});
+    EXPECT_EQ(locations["home"], "/of/the/environment");
+    EXPECT_EQ(locations["app_data"], "/of/the/environment/Library/Application Support");
+    EXPECT_EQ(locations["user"], "");
+    EXPECT_EQ(locations["volume"], "/Volumes/Data_");
 }
 
 TEST_F(AppLocations, WithoutARecordAndWithoutTheEnvironmentThereIsNoHome) {
     std::string const program = Installed(kMain);
-    PasswdRecord const record = PasswdRecord::None();
-    auto report = ReportOf(program);
-    EXPECT_EQ(report["home"], "");
-    EXPECT_EQ(report["app_data"], "/Library/Application Support");
+    PasswdEntry const entry = PasswdEntry::None();
+    auto locations = LocationsIn(program);
+    EXPECT_EQ(locations["home"], "");
+    EXPECT_EQ(locations["app_data"], "/Library/Application Support");
 }
 
 TEST_F(AppLocations, TheFinderSyncExtensionLeavesItsContainerForTheApplicationData) {
@@ -221,10 +222,11 @@ TEST_F(AppLocations, TheFinderSyncExtensionLeavesItsContainerForTheApplicationDa
          {"/Users/a/Library/Containers/com.tamlin.FinderSync/Data",
           "/FinderSync/com.tamlin", "/com.tamlinFinderSync", "/xcom.tamlinx/xFinderSyncx",
           "/com.tamlin/com.tamlin/FinderSync/FinderSync"}) {
-        PasswdRecord const record(home);
-        auto report = ReportOf(program);
-        EXPECT_EQ(report["app_data"], home + "/../../../../Library/Application Support");
-        EXPECT_EQ(report["home"], home);
+        PasswdEntry const entry(home);
+        auto locations = LocationsIn(program);
+        EXPECT_EQ(locations["app_data"],
+                  home + "/../../../../Library/Application Support");
+        EXPECT_EQ(locations["home"], home);
     }
 }
 
@@ -233,16 +235,17 @@ TEST_F(AppLocations, TheFinderSyncExtensionElsewhereHasItsApplicationDataAtHome)
     for (std::string const home :
          {"/Users/alice", "/Containers/com.tamlin/Data", "/Containers/FinderSync/Data",
           "/com.Tamlin/FinderSync", "/com.tamlin/Findersync", "/com-tamlin/FinderSync"}) {
-        PasswdRecord const record(home);
-        EXPECT_EQ(ReportOf(program)["app_data"], home + "/Library/Application Support");
+        PasswdEntry const entry(home);
+        EXPECT_EQ(LocationsIn(program)["app_data"],
+                  home + "/Library/Application Support");
     }
 }
 
 TEST_F(AppLocations, TheMainProgramHasItsApplicationDataAtHomeInAContainerToo) {
     std::string const program = Installed(kMain);
     std::string const home = "/Users/a/Library/Containers/com.tamlin.FinderSync/Data";
-    PasswdRecord const record(home);
-    EXPECT_EQ(ReportOf(program)["app_data"], home + "/Library/Application Support");
+    PasswdEntry const entry(home);
+    EXPECT_EQ(LocationsIn(program)["app_data"], home + "/Library/Application Support");
 }
 
 TEST_F(AppLocations, TheProductNameIsReadAsAnEntryOfItsFile) {
@@ -263,7 +266,7 @@ TEST_F(AppLocations, TheProductNameIsReadAsAnEntryOfItsFile) {
     };
     for (auto const& [contents, product] : cases) {
         directory.Write("X.app/Contents/Resources/vopapi.ini", contents);
-        EXPECT_EQ(ReportOf(program)["product"], product) << contents;
+        EXPECT_EQ(LocationsIn(program)["product"], product) << contents;
     }
 }
 

@@ -5,9 +5,9 @@
 #include <filesystem>
 #include <string>
 
-#include "tests/common/config/location_report.h"
-#include "tests/support/files.h"
-#include "tests/support/passwd_record.h"
+#include "harness/files.h"
+#include "harness/passwd_entry.h"
+#include "tests/common/config/locations_in.h"
 
 namespace {
 
@@ -17,7 +17,7 @@ namespace fs = std::filesystem;
 class LogLocation : public testing::Test {
   protected:
     LogLocation() {
-        InstallReporter(program);
+        InstallPrintLocations(program);
         NameProduct("Tamlin");
     }
 
@@ -29,32 +29,33 @@ class LogLocation : public testing::Test {
     // Returns the level that is found when "log.ini" holds these lines.
     std::string LevelIn(std::string const& contents) const {
         directory.Write("home/Library/Application Support/Tamlin/log.ini", contents);
-        auto report = ReportOf(program);
-        EXPECT_EQ(report.count("logged"), 0U);
-        return report["log_level"];
+        auto locations = LocationsIn(program);
+        EXPECT_EQ(locations.count("logged"), 0U);
+        return locations["log_level"];
     }
 
     TempDirectory const directory;
     std::string const program = directory.Path() / "X.app/Contents/MacOS/launcher";
     std::string const home = directory.Path() / "home";
-    PasswdRecord const record{home};
+    PasswdEntry const entry{home};
 };
 
 TEST_F(LogLocation, PathIsInTheLogsOfTheHomeUnderTheProductsName) {
-    EXPECT_EQ(ReportOf(program)["log_path"], home + "/Library/Logs/Tamlin/voplog");
+    EXPECT_EQ(LocationsIn(program)["log_path"], home + "/Library/Logs/Tamlin/voplog");
     NameProduct("Other Product");
-    EXPECT_EQ(ReportOf(program)["log_path"], home + "/Library/Logs/Other Product/voplog");
+    EXPECT_EQ(LocationsIn(program)["log_path"],
+              home + "/Library/Logs/Other Product/voplog");
 }
 
 TEST_F(LogLocation, PathWithoutAProductHasTwoSlashes) {
     NameProduct("");
-    EXPECT_EQ(ReportOf(program)["log_path"], home + "/Library/Logs//voplog");
+    EXPECT_EQ(LocationsIn(program)["log_path"], home + "/Library/Logs//voplog");
 }
 
 TEST_F(LogLocation, PathWithoutAHomeIsTheSystems) {
-    PasswdRecord const nobody = PasswdRecord::None();
-    EXPECT_EQ(ReportOf(program)["log_path"], "/Library/Logs/Tamlin/voplog");
-    EXPECT_EQ(ReportOf(program, {"HOME=/h"})["log_path"],
+    PasswdEntry const nobody = PasswdEntry::None();
+    EXPECT_EQ(LocationsIn(program)["log_path"], "/Library/Logs/Tamlin/voplog");
+    EXPECT_EQ(LocationsIn(program, {"HOME=/h"})["log_path"],
               "/h/Library/Logs/Tamlin/voplog");
 }
 
@@ -86,29 +87,29 @@ TEST_F(LogLocation, WhatIsNoEntryOfAKeywordIsTheErrorLevel) {
 }
 
 TEST_F(LogLocation, WithoutAFileTheLevelIsErrorAndNothingIsLogged) {
-    auto report = ReportOf(program);
-    EXPECT_EQ(report["log_level"], "8");
-    EXPECT_EQ(report.count("logged"), 0U);
+    auto locations = LocationsIn(program);
+    EXPECT_EQ(locations["log_level"], "8");
+    EXPECT_EQ(locations.count("logged"), 0U);
     EXPECT_FALSE(fs::exists(home));
 }
 
 TEST_F(LogLocation, LevelOfAnotherProductIsNotRead) {
     EXPECT_EQ(LevelIn("[LOG]\nLEVEL=DEBUG\n"), "1");
     NameProduct("Other");
-    EXPECT_EQ(ReportOf(program)["log_level"], "8");
+    EXPECT_EQ(LocationsIn(program)["log_level"], "8");
 }
 
 TEST_F(LogLocation, LevelWithoutAProductIsReadFromTheApplicationDataItself) {
     NameProduct("");
     directory.Write("home/Library/Application Support/log.ini",
                     "[LOG]\nLEVEL=CRITICAL\n");
-    EXPECT_EQ(ReportOf(program)["log_level"], "16");
+    EXPECT_EQ(LocationsIn(program)["log_level"], "16");
 }
 
 TEST_F(LogLocation, TheFinderSyncExtensionReadsItsLevelOutsideItsContainerAndLogsInside) {
     std::string const extension =
         directory.Path() / "X.app/Contents/PlugIns/F.appex/Contents/MacOS/FinderSync";
-    InstallReporter(extension);
+    InstallPrintLocations(extension);
     std::string const library = "home/Library/";
     std::string const data = library + "Containers/com.tamlin.FinderSync/Data";
     directory.Write(library + "Application Support/Tamlin/log.ini",
@@ -116,12 +117,12 @@ TEST_F(LogLocation, TheFinderSyncExtensionReadsItsLevelOutsideItsContainerAndLog
     directory.Write(data + "/Library/Application Support/Tamlin/log.ini",
                     "[LOG]\nLEVEL=VERBOSE\n");
     std::string const container = directory.Path() / data;
-    PasswdRecord const in_container(container);
+    PasswdEntry const in_container(container);
 
-    auto report = ReportOf(extension);
-    EXPECT_EQ(report["log_level"], "1");
-    EXPECT_EQ(report["log_path"], container + "/Library/Logs/Tamlin/voplog");
-    EXPECT_EQ(ReportOf(program)["log_level"], "17");
+    auto locations = LocationsIn(extension);
+    EXPECT_EQ(locations["log_level"], "1");
+    EXPECT_EQ(locations["log_path"], container + "/Library/Logs/Tamlin/voplog");
+    EXPECT_EQ(LocationsIn(program)["log_level"], "17");
 }
 
 }  // namespace

@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/files.h"
+#include "harness/files.h"
 
 // While it is set, the process's locale has a lower-case "I" of its own; see
 // process_tolower.cpp.

@@ -9,9 +9,9 @@
 #include <stdexcept>
 #include <string>
 
+#include "harness/utf8_oracle.h"
 #include "tests/support/allocation_limit.h"
 #include "tests/support/in_threads.h"
-#include "tests/support/utf8_oracle.h"
 
 namespace {
 

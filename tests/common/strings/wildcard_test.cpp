@@ -11,9 +11,9 @@
 #include <stdexcept>
 #include <string>
 
+#include "harness/wildcard_oracle.h"
 #include "tests/support/locale_in_use.h"
 #include "tests/support/sanitizers.h"
-#include "tests/support/wildcard_oracle.h"
 
 namespace {
 

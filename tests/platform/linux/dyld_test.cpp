@@ -1,56 +1,35 @@
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <mach-o/dyld.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <string>
-#include <vector>
+
+#include "harness/files.h"
+#include "tests/support/run_program.h"
 
 namespace {
 
-// Returns what a child process prints that is made by `exec`.
+// Returns what a program prints that `exec` executes.
 std::string OutputOf(std::function<void()> const& exec) {
-    std::array<int, 2> ends = {};
-    EXPECT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
-    pid_t const child = fork();
-    if (child == 0) {
-        dup2(ends[1], STDOUT_FILENO);
-        exec();
-        _exit(127);
-    }
-    close(ends[1]);
-    std::string output;
-    std::array<char, 4096> chunk = {};
-    for (ssize_t size = 0; (size = read(ends[0], chunk.data(), chunk.size())) > 0;) {
-        output.append(chunk.data(), static_cast<std::size_t>(size));
-    }
-    close(ends[0]);
-    int status = -1;
-    EXPECT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
-    return output;
+    ProgramRun const run = RunProgram({"/nonexistent"}, "", exec);
+    EXPECT_EQ(run.end, "exit 0");
+    return run.output;
 }
 
-// A directory with the reporting program at bin/report.
+// A directory with the printing program at bin/print.
 class ExecutablePath : public testing::Test {
   protected:
     ExecutablePath() {
-        std::string name = std::filesystem::temp_directory_path() / "dyld.XXXXXX";
-        EXPECT_NE(mkdtemp(name.data()), nullptr);
-        directory = std::filesystem::canonical(name);
         std::filesystem::create_directory(directory + "/bin");
-        std::filesystem::copy_file(REPORT_EXECUTABLE_PATH, directory + "/bin/report");
+        std::filesystem::copy_file(PRINT_EXECUTABLE_PATH, directory + "/bin/print");
     }
-    ~ExecutablePath() override { std::filesystem::remove_all(directory); }
 
     // Starts `program`, as it is written, in `working_directory`; the program then
-    // changes to the root. Returns what it reports.
-    static std::string Report(std::string const& program,
+    // changes to the root. Returns what it prints.
+    static std::string PathOf(std::string const& program,
                               std::string const& working_directory) {
         return OutputOf([&] {
             if (chdir(working_directory.c_str()) == 0) {
@@ -60,58 +39,57 @@ class ExecutablePath : public testing::Test {
     }
 
     // The same for a program that is searched for in `path`.
-    static std::string ReportThroughPath(std::string const& path,
-                                         std::string const& working_directory) {
+    static std::string PathThroughPath(std::string const& path,
+                                       std::string const& working_directory) {
         return OutputOf([&] {
             setenv("PATH", path.c_str(), 1);
             if (chdir(working_directory.c_str()) == 0) {
-                execlp("report", "other name", "/", nullptr);
+                execlp("print", "other name", "/", nullptr);
             }
         });
     }
 
-    std::string directory;
+    TempDirectory const temp_directory;
+    std::string const directory = temp_directory.Path();
 };
 
 TEST_F(ExecutablePath, OfAProgramStartedByAnAbsolutePathIsThatPath) {
-    EXPECT_EQ(Report(directory + "/bin/report", "/"), directory + "/bin/report");
-    EXPECT_EQ(Report(directory + "/bin/report", directory), directory + "/bin/report");
+    EXPECT_EQ(PathOf(directory + "/bin/print", "/"), directory + "/bin/print");
+    EXPECT_EQ(PathOf(directory + "/bin/print", directory), directory + "/bin/print");
 }
 
 TEST_F(ExecutablePath, OfARelativePathCountsFromTheFirstWorkingDirectoryNotALaterOne) {
-    EXPECT_EQ(Report("bin/report", directory), directory + "/bin/report");
-    EXPECT_EQ(Report("report", directory + "/bin"), directory + "/bin/report");
+    EXPECT_EQ(PathOf("bin/print", directory), directory + "/bin/print");
+    EXPECT_EQ(PathOf("print", directory + "/bin"), directory + "/bin/print");
 }
 
 TEST_F(ExecutablePath, KeepsDotsAndDoubledSlashes) {
-    EXPECT_EQ(Report(directory + "/bin/../bin/report", "/"),
-              directory + "/bin/../bin/report");
-    EXPECT_EQ(Report("../bin/./report", directory + "/bin"),
-              directory + "/bin/../bin/./report");
-    EXPECT_EQ(Report("./bin//report", directory), directory + "/./bin//report");
+    EXPECT_EQ(PathOf(directory + "/bin/../bin/print", "/"),
+              directory + "/bin/../bin/print");
+    EXPECT_EQ(PathOf("../bin/./print", directory + "/bin"),
+              directory + "/bin/../bin/./print");
+    EXPECT_EQ(PathOf("./bin//print", directory), directory + "/./bin//print");
 }
 
 TEST_F(ExecutablePath, ThroughASymbolicLinkIsThatOfTheLink) {
-    std::filesystem::create_symlink("bin/report", directory + "/link");
+    std::filesystem::create_symlink("bin/print", directory + "/link");
     std::filesystem::create_directory_symlink("bin", directory + "/programs");
-    EXPECT_EQ(Report(directory + "/link", "/"), directory + "/link");
-    EXPECT_EQ(Report("link", directory), directory + "/link");
-    EXPECT_EQ(Report(directory + "/programs/report", "/"),
-              directory + "/programs/report");
-    EXPECT_EQ(Report("programs/../link", directory), directory + "/programs/../link");
+    EXPECT_EQ(PathOf(directory + "/link", "/"), directory + "/link");
+    EXPECT_EQ(PathOf("link", directory), directory + "/link");
+    EXPECT_EQ(PathOf(directory + "/programs/print", "/"), directory + "/programs/print");
+    EXPECT_EQ(PathOf("programs/../link", directory), directory + "/programs/../link");
 }
 
 TEST_F(ExecutablePath, ThroughPathIsThatOfTheEntryWhereTheProgramWasFound) {
-    EXPECT_EQ(ReportThroughPath(directory + ":" + directory + "/bin:/usr/bin", "/"),
-              directory + "/bin/report");
+    EXPECT_EQ(PathThroughPath(directory + ":" + directory + "/bin:/usr/bin", "/"),
+              directory + "/bin/print");
 }
 
 TEST_F(ExecutablePath, ThroughARelativeOrEmptyEntryOfPathIsAbsoluteToo) {
-    EXPECT_EQ(ReportThroughPath("nowhere:bin", directory), directory + "/bin/report");
-    EXPECT_EQ(ReportThroughPath("../bin", directory + "/bin"),
-              directory + "/bin/../bin/report");
-    EXPECT_EQ(ReportThroughPath("nowhere:", directory + "/bin"),
-              directory + "/bin/report");
+    EXPECT_EQ(PathThroughPath("nowhere:bin", directory), directory + "/bin/print");
+    EXPECT_EQ(PathThroughPath("../bin", directory + "/bin"),
+              directory + "/bin/../bin/print");
+    EXPECT_EQ(PathThroughPath("nowhere:", directory + "/bin"), directory + "/bin/print");
 }
 
 TEST_F(ExecutablePath, MayBeLongAndOfAnyBytes) {
@@ -121,20 +99,20 @@ TEST_F(ExecutablePath, MayBeLongAndOfAnyBytes) {
     }
     path += "/\xC3\xA9 \n\xFF";
     std::filesystem::create_directories(path);
-    std::filesystem::copy_file(REPORT_EXECUTABLE_PATH, path + "/report");
-    EXPECT_EQ(Report(path + "/report", "/"), path + "/report");
-    EXPECT_EQ(Report("report", path), path + "/report");
+    std::filesystem::copy_file(PRINT_EXECUTABLE_PATH, path + "/print");
+    EXPECT_EQ(PathOf(path + "/print", "/"), path + "/print");
+    EXPECT_EQ(PathOf("print", path), path + "/print");
 }
 
 TEST_F(ExecutablePath, InAWorkingDirectoryThatIsGoneIsWhatTheKernelTells) {
     std::string const gone = directory + "/gone";
     std::filesystem::create_directory(gone);
-    std::string const report = OutputOf([&] {
+    std::string const path = OutputOf([&] {
         if (chdir(gone.c_str()) == 0 && rmdir(gone.c_str()) == 0) {
-            execl("../bin/report", "other name", "/", nullptr);
+            execl("../bin/print", "other name", "/", nullptr);
         }
     });
-    EXPECT_EQ(report, directory + "/bin/report");
+    EXPECT_EQ(path, directory + "/bin/print");
 }
 
 // Asks for the path of this test program with a buffer of `size` bytes inside a larger

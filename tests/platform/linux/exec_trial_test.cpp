@@ -17,9 +17,11 @@
 #include <filesystem>
 #include <fstream>
 
-#include "tests/support/files.h"
+#include "harness/files.h"
+#include "harness/proc.h"
+#include "harness/process.h"
+#include "tests/support/limited_user.h"
 #include "tests/support/linux/forbid_tracing.h"
-#include "tests/support/process.h"
 
 namespace {
 

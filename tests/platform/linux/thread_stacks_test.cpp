@@ -11,9 +11,7 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <cstdint>
 #include <cstdlib>
-#include <fstream>
 #include <functional>
 #include <future>
 #include <mutex>
@@ -23,6 +21,8 @@
 #include <system_error>
 #include <thread>
 #include <vector>
+
+#include "harness/proc.h"
 
 namespace {
 
@@ -133,39 +133,6 @@ class WaitingThreads {
     std::vector<std::future<Stack>> stacks;
     std::vector<std::thread> threads;
 };
-
-// Returns the part of /proc/self/smaps that is about the mapping of the address.
-std::string MappingOf(void const* address) {
-    auto const wanted = reinterpret_cast<std::uintptr_t>(address);
-    std::ifstream maps("/proc/self/smaps");
-    std::string mapping;
-    for (std::string line; std::getline(maps, line);) {
-        std::uintptr_t first = 0;
-        std::uintptr_t end = 0;
-        char dash = 0;
-        std::istringstream words(line);
-        if (words >> std::hex >> first >> dash >> end && dash == '-') {
-            if (!mapping.empty()) {
-                break;
-            }
-            if (first > wanted || wanted >= end) {
-                continue;
-            }
-        } else if (mapping.empty()) {
-            continue;
-        }
-        mapping += line + "\n";
-    }
-    return mapping;
-}
-
-std::size_t ResidentKib() {
-    std::ifstream statm("/proc/self/statm");
-    std::size_t size = 0;
-    std::size_t resident = 0;
-    statm >> size >> resident;
-    return resident * static_cast<std::size_t>(sysconf(_SC_PAGESIZE)) / 1024;
-}
 
 // Returns how a forked child ends that runs `body`: -N for signal N, 0 if nothing failed
 // in it. A child that hangs is ended by SIGALRM.
@@ -338,11 +305,11 @@ TEST_P(ThreadStacks, AForkedChildHasAllIfThereIsNoRoomForAMappingMore) {
 
 TEST_P(ThreadStacks, AreUsedAgainAfterAJoin) {
     Stack const first = StackOfNewThread();
-    std::size_t const resident = ResidentKib();
+    long const resident = ProcNumber(getpid(), "status", "VmRSS");
     for (int i = 0; i < 10'000; ++i) {
         ASSERT_EQ(StackOfNewThread().lowest, first.lowest);
     }
-    EXPECT_LT(ResidentKib(), resident + 256);
+    EXPECT_LT(ProcNumber(getpid(), "status", "VmRSS"), resident + 256);
 }
 
 TEST_P(ThreadStacks, AreNotUsedAgainWhileTheirThreadIsNotJoined) {

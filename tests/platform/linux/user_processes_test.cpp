@@ -4,19 +4,14 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <filesystem>
 #include <future>
-#include <iterator>
 #include <thread>
 
-#include "tests/support/process.h"
+#include "harness/proc.h"
+#include "harness/process.h"
+#include "tests/support/limited_user.h"
 
 namespace {
-
-long CountThreads() {
-    std::filesystem::directory_iterator const threads("/proc/self/task");
-    return std::distance(begin(threads), end(threads));
-}
 
 // Says whether the limited user, limited to 40, is told to have that many processes.
 bool HasRunning(long count) {
@@ -41,7 +36,8 @@ TEST(UserProcesses, CountsThisProcessItsThreadsAndOthersOfTheUser) {
         std::thread first_thread(wait);
         // The only process of this user.
         std::optional<UserProcesses> const first = CountUserProcesses();
-        bool const counts_own = first && first->running == CountThreads();
+        bool const counts_own =
+            first && first->running == ProcNumber(getpid(), "status", "Threads");
         if (!first || first->limit != 40) {
             std::_Exit(1);
         }

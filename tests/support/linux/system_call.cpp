@@ -6,7 +6,7 @@
 #include <sstream>
 #include <string>
 
-#include "tests/support/files.h"
+#include "harness/files.h"
 
 namespace {
 

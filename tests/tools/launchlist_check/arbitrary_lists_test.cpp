@@ -7,7 +7,7 @@
 #include <string>
 
 #include "common/json/json_object.h"
-#include "tests/support/files.h"
+#include "harness/files.h"
 #include "tools/launchlist_check/list_check.h"
 #include "tools/launchlist_check/output.h"
 

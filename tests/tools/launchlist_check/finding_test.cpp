@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/files.h"
+#include "harness/files.h"
 #include "tests/tools/launchlist_check/checked.h"
 #include "tools/launchlist_check/list_check.h"
 #include "tools/launchlist_check/output.h"

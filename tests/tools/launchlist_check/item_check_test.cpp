@@ -7,7 +7,7 @@
 
 #include <filesystem>
 
-#include "tests/support/files.h"
+#include "harness/files.h"
 #include "tests/tools/launchlist_check/checked.h"
 #include "tools/launchlist_check/list_check.h"
 

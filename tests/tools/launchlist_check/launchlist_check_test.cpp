@@ -8,8 +8,8 @@
 
 #include <memory>
 
-#include "tests/support/files.h"
-#include "tests/support/process.h"
+#include "harness/files.h"
+#include "harness/process.h"
 #include "tests/support/sanitizers.h"
 #include "tests/tools/run_tool.h"
 

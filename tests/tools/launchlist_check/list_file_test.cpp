@@ -10,8 +10,8 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "tests/support/files.h"
-#include "tests/support/process.h"
+#include "harness/files.h"
+#include "harness/process.h"
 #include "tests/tools/launchlist_check/checked.h"
 #include "tools/launchlist_check/list_check.h"
 #include "tools/launchlist_check/output.h"

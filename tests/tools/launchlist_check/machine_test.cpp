@@ -10,9 +10,11 @@
 #include <cstdlib>
 #include <fstream>
 
+#include "harness/proc.h"
+#include "harness/wait_for.h"
 #include "tests/support/limited_launcher.h"
+#include "tests/support/limited_user.h"
 #include "tests/support/linux/forbid_tracing.h"
-#include "tests/support/wait_for.h"
 #include "tools/launchlist_check/list_check.h"
 #include "tools/launchlist_check/output.h"
 
@@ -223,7 +225,7 @@ class MachineOfALimitedUser : public LimitedLauncherTest {
                            R"(", "program": ")" + program + R"(", "argc": 1,
                            "args": {"0": "--hold"}})");
         }
-        return List(list);
+        return ListText(list);
     }
 
     // Returns what is printed about the list for a user with this limit of processes.
@@ -243,17 +245,17 @@ class MachineOfALimitedUser : public LimitedLauncherTest {
 };
 
 TEST_F(MachineOfALimitedUser, TwoProcessesForEachItemAndOneForTheLauncherAreEnough) {
-    std::string const list = ListOf(5, probe_copy);
+    std::string const list = ListOf(5, program_copy);
     if (SANITIZER_THREADS == 0) {
         EXPECT_THAT(CheckLimited(list, 11),
                     testing::ElementsAre("list.json: ok, 5 programs"));
     }
-    StartLimited(ListOf(5, PROBE), 11);
-    WaitForReports(5);
+    StartLimited(ListOf(5, TEST_PROGRAM), 11);
+    WaitForStarts(5);
 }
 
 TEST_F(MachineOfALimitedUser, WithOneLessAnItemGetsNoProcess) {
-    std::string const list = ListOf(5, probe_copy);
+    std::string const list = ListOf(5, program_copy);
     std::vector<std::string> const lines = CheckLimited(list, 10);
     ASSERT_EQ(lines.size(), 2U);
     EXPECT_THAT(
@@ -266,7 +268,7 @@ TEST_F(MachineOfALimitedUser, WithOneLessAnItemGetsNoProcess) {
                 "): items are given up, and the stop sends SIGKILL to every process of "
                 "the user; or the launcher ends at once, with SIGKILL to its own process "
                 "group [process-limit]")));
-    StartLimited(ListOf(5, PROBE), 10);
+    StartLimited(ListOf(5, TEST_PROGRAM), 10);
     EXPECT_TRUE(WaitFor(
         [&] { return launcher->HasEnded() || CountInLog("Failed to fork") > 0; }));
 }

@@ -5,9 +5,10 @@
 #include <algorithm>
 #include <csignal>
 
+#include "harness/proc.h"
+#include "harness/wait_for.h"
 #include "tests/support/launcher_fixture.h"
 #include "tests/support/log_gate.h"
-#include "tests/support/wait_for.h"
 #include "tools/common/printable.h"
 #include "tools/launchlist_check/list_check.h"
 
@@ -44,9 +45,10 @@ class Prediction : public LauncherTest {
         });
     }
 
-    // Returns an item with the probe as its program.
+    // Returns an item with the test program as its program.
     static std::string Probe(std::string const& name, std::string const& members) {
-        return R"({"name": )" + name + R"(, "program": ")" PROBE R"(", )" + members + "}";
+        return R"({"name": )" + name + R"(, "program": ")" TEST_PROGRAM R"(", )" +
+               members + "}";
     }
 
     std::size_t programs = 99;
@@ -70,13 +72,13 @@ TEST_F(Prediction, NamesAreReadAsItSays) {
     std::vector<std::string> items;
     for (auto const& [value, read_as, kinds] : cases) {
         items.push_back(Probe(value, R"("argc": 0)"));
-        std::vector<std::string> const messages = Check(List({items.back()}), kinds);
+        std::vector<std::string> const messages = Check(ListText({items.back()}), kinds);
         if (!kinds.empty()) {
             EXPECT_THAT(messages[0], testing::EndsWith(" " + tools::Quoted(read_as)));
         }
     }
-    Start(List(items));
-    WaitForReports(items.size());
+    Start(ListText(items));
+    WaitForStarts(items.size());
     for (auto const& [value, read_as, kinds] : cases) {
         EXPECT_THAT(Messages("DEBUG"),
                     Contains("[LAUNCHER  ] Start to fork " + std::string(read_as)));
@@ -131,16 +133,16 @@ TEST_F(Prediction, ArgumentsArriveAsItSays) {
     std::vector<std::string> items;
     for (auto const& [members, kinds, message, arguments] : cases) {
         items.push_back(Probe("\"" + std::to_string(items.size()) + "\"", members));
-        std::vector<std::string> const messages = Check(List({items.back()}), kinds);
+        std::vector<std::string> const messages = Check(ListText({items.back()}), kinds);
         if (!kinds.empty()) {
             EXPECT_THAT(messages[0], HasSubstr(message));
         }
     }
-    Start(List(items));
+    Start(ListText(items));
     std::vector<std::vector<std::string>> arrived;
-    for (Report const& report : WaitForReports(items.size())) {
-        EXPECT_EQ(report.arguments.at(0), PROBE);
-        arrived.emplace_back(report.arguments.begin() + 1, report.arguments.end());
+    for (ProgramStart const& start : WaitForStarts(items.size())) {
+        EXPECT_EQ(start.arguments.at(0), TEST_PROGRAM);
+        arrived.emplace_back(start.arguments.begin() + 1, start.arguments.end());
     }
     std::vector<std::vector<std::string>> expected;
     for (auto const& [members, kinds, message, arguments] : cases) {
@@ -150,13 +152,13 @@ TEST_F(Prediction, ArgumentsArriveAsItSays) {
 }
 
 TEST_F(Prediction, ANegativeCountStartsTheProgramWithoutItsPath) {
-    std::string const list = List({Probe(R"("a")", R"("argc": -1)")});
+    std::string const list = ListText({Probe(R"("a")", R"("argc": -1)")});
     EXPECT_THAT(Check(list, {"argc-negative"}),
                 ElementsAre(HasSubstr("without even its own path")));
     Start(list);
     // The system may put an empty argument in the path's place.
-    Report const report = WaitForReports(1)[0];
-    EXPECT_THAT(report.arguments, testing::Each(""));
+    ProgramStart const start = WaitForStarts(1)[0];
+    EXPECT_THAT(start.arguments, testing::Each(""));
 }
 
 TEST_F(Prediction, ChildrenEndAbnormallyWhereItSays) {
@@ -179,26 +181,26 @@ TEST_F(Prediction, ChildrenEndAbnormallyWhereItSays) {
     std::vector<std::string> items;
     for (auto const& [members, kind] : cases) {
         items.push_back(Probe("\"item" + std::to_string(items.size()) + "\"", members));
-        EXPECT_THAT(Check(List({items.back()}), {kind}),
+        EXPECT_THAT(Check(ListText({items.back()}), {kind}),
                     ElementsAre(HasSubstr("every child ends abnormally")));
     }
-    StartWithoutCores(List(items));
+    StartWithoutCores(ListText(items));
     for (std::size_t i = 0; i < items.size(); ++i) {
         EXPECT_TRUE(WaitFor([&] {
             return CountInLog("] item" + std::to_string(i) + " ") >= 2;
         })) << items[i];
     }
     EXPECT_THAT(Messages("ERROR"), testing::Each(testing::EndsWith("status = 6")));
-    EXPECT_THAT(Reports(), IsEmpty());
+    EXPECT_THAT(Starts(), IsEmpty());
 }
 
 TEST_F(Prediction, AnEmptyProgramIsForkedForNothingWhereItSays) {
     char const* const cases[] = {R"({"name": "a"})", R"({"name": "b", "program": ""})",
                                  R"({"name": "c", "program": "\u0000/bin/sh"})"};
-    Check(List({cases[0]}), {"no-program"});
-    Check(List({cases[1]}), {"no-program"});
-    Check(List({cases[2]}), {"zero-character", "no-program"});
-    Start(List({cases[0], cases[1], cases[2]}));
+    Check(ListText({cases[0]}), {"no-program"});
+    Check(ListText({cases[1]}), {"no-program"});
+    Check(ListText({cases[2]}), {"zero-character", "no-program"});
+    Start(ListText({cases[0], cases[1], cases[2]}));
     for (char const* const name : {"a", "b", "c"}) {
         EXPECT_TRUE(WaitFor([&] {
             return CountInLog("program path of " + std::string(name) + " is empty") >= 2;
@@ -285,7 +287,7 @@ TEST_F(Prediction, WhatIsIgnoredIsIgnored) {
         EXPECT_EQ(programs, 1U);
         Start(list);
         // Before the program runs, a stop would kill the launcher itself.
-        WaitForReports(++started);
+        WaitForStarts(++started);
         EXPECT_EQ(Stop(), "exit 1") << list;
     }
     EXPECT_EQ(CountInLog("Start to fork kept"), std::size(cases));
@@ -294,8 +296,8 @@ TEST_F(Prediction, WhatIsIgnoredIsIgnored) {
 
 TEST_F(Prediction, OfTwoWithOneNameTheLaterRunsOn) {
     std::string const list =
-        List({Item("a", {"--hold", "earlier"}), R"({"program": "/bin/sh"})",
-              Item("a", {"--hold", "later"})});
+        ListText({Item("a", {"--hold", "earlier"}), R"({"program": "/bin/sh"})",
+                  Item("a", {"--hold", "later"})});
     EXPECT_THAT(Check(list, {"no-name", "duplicate-name"}),
                 ElementsAre(testing::_, HasSubstr("this later one wins")));
     EXPECT_EQ(programs, 0U);
@@ -305,10 +307,10 @@ TEST_F(Prediction, OfTwoWithOneNameTheLaterRunsOn) {
     LogGate gate(log_file);
     SetLogLevel("ERROR");
     Start(list);
-    pid_t const earlier = WaitForReports(1, "earlier")[0].pid;
+    pid_t const earlier = WaitForStarts(1, "earlier")[0].pid;
     ASSERT_TRUE(gate.WaitUntilHeldUp(launcher->Pid(), 1));
     gate.Open();
-    pid_t const later = WaitForReports(1, "later")[0].pid;
+    pid_t const later = WaitForStarts(1, "later")[0].pid;
     EXPECT_TRUE(WaitFor([&] { return IsGone(earlier); }));
     EXPECT_TRUE(WaitUntilMainWaits());
     EXPECT_FALSE(IsGone(later));

@@ -7,7 +7,7 @@
 
 #include <filesystem>
 
-#include "tests/support/files.h"
+#include "harness/files.h"
 
 namespace launchlist_check {
 namespace {

@@ -7,8 +7,8 @@
 
 #include <filesystem>
 
-#include "tests/support/files.h"
-#include "tests/support/process.h"
+#include "harness/files.h"
+#include "harness/process.h"
 
 namespace launchlist_check {
 namespace {

@@ -4,7 +4,7 @@
 
 #include <filesystem>
 
-#include "tests/support/files.h"
+#include "harness/files.h"
 
 namespace launchlog_report {
 namespace {

@@ -2,14 +2,14 @@
 
 #include <gmock/gmock.h>
 
-#include "tests/support/passwd_record.h"
+#include "harness/passwd_entry.h"
 #include "tests/tools/run_tool.h"
 
 namespace {
 
 TEST(OwnLogs, AreReadIfNoLogIsNamed) {
     TempDirectory const home;
-    PasswdRecord const user(home.Path());
+    PasswdEntry const user(home.Path());
     ToolRun run = RunTool({LAUNCHLOG_REPORT});
     EXPECT_EQ(run.end, "exit 1");
     EXPECT_EQ(run.output, "");

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/files.h"
-#include "tests/support/process.h"
+#include "harness/files.h"
+#include "harness/process.h"
 #include "tests/tools/run_tool.h"
 
 namespace launchlog_report {

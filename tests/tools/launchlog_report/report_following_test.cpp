@@ -8,7 +8,7 @@
 #include <filesystem>
 #include <memory>
 
-#include "tests/support/wait_for.h"
+#include "harness/wait_for.h"
 #include "tests/tools/launchlog_report/report_fixture.h"
 
 namespace launchlog_report {

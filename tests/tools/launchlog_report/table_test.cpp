@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <clocale>
 
-#include "tests/support/files.h"
+#include "harness/files.h"
 #include "tools/common/printable.h"
 
 namespace launchlog_report {

@@ -9,9 +9,9 @@
 #include <cstdlib>
 #include <memory>
 
-#include "tests/support/files.h"
-#include "tests/support/process.h"
-#include "tests/support/wait_for.h"
+#include "harness/files.h"
+#include "harness/process.h"
+#include "harness/wait_for.h"
 
 namespace {
 

@@ -1,0 +1,84 @@
+// What the launcher does while it starts and stops, told by the calls that it makes.
+//
+// A program that links traced_launcher.cpp beside the launcher's sources notes these
+// calls, and makes them as before, in a file that the test shares with it and that
+// outlives it:
+//
+//   CallTrace const trace(file);
+//   setenv(CallTrace::kVariable, file.c_str(), 1);
+//   ...                                  // start the program, send it a SIGTERM
+//   trace.Calls()  -> {kInstallsHandler, main}, ..., {kKills, main, 4711}, ...
+
+#ifndef TESTS_LAUNCHER_CALL_TRACE_H
+#define TESTS_LAUNCHER_CALL_TRACE_H
+
+#include <sys/types.h>
+
+#include <atomic>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+enum class CallKind {
+    kNone,
+    kInstallsHandler,
+    kHasInstalledHandler,
+    kHandlerBegins,
+    kHandlerEnds,
+    kStartsThread,
+    kHasStartedThread,
+    kForks,
+    kHasForked,  // value: the child
+    kKills,      // value: whom
+    kJoins,      // value: kItself if the thread is to wait for its own end
+    kHasJoined,
+    kAborts,
+};
+
+constexpr long kItself = 1;
+
+// One call, or the return from it.
+struct TracedCall {
+    CallKind kind = CallKind::kNone;
+    pid_t thread = 0;
+    long value = 0;
+    bool inside_fork = false;  // the thread was interrupted in the midst of fork
+};
+
+// Returns the call in words.
+std::string Describe(TracedCall const& call);
+
+// The shared file's content. A slot counts once its kind is set.
+struct TraceSlots {
+    static constexpr unsigned kCount = 16384;
+    struct Slot {
+        std::atomic<CallKind> kind;
+        pid_t thread;
+        long value;
+        bool inside_fork;
+    };
+    std::atomic<unsigned> used;
+    Slot slots[kCount];
+};
+
+// The file of one run, empty at first.
+class CallTrace {
+  public:
+    // The environment variable that names the file to the program.
+    static constexpr char const* kVariable = "CALL_TRACE";
+
+    // Makes the file. Throws std::system_error if that cannot be done.
+    explicit CallTrace(std::filesystem::path const& file);
+    ~CallTrace();
+    CallTrace(CallTrace const&) = delete;
+    CallTrace& operator=(CallTrace const&) = delete;
+
+    // Returns what was noted so far, in order.
+    std::vector<TracedCall> Calls() const;
+
+  private:
+    std::filesystem::path const path;
+    TraceSlots* slots;
+};
+
+#endif

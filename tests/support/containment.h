@@ -1,9 +1,0 @@
-// Whether this program runs where its kills reach nothing but what it started itself.
-
-#ifndef TESTS_SUPPORT_CONTAINMENT_H
-#define TESTS_SUPPORT_CONTAINMENT_H
-
-// Says whether this process runs inside tests/support/contained.
-bool IsContained();
-
-#endif
