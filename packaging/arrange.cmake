@@ -1,13 +1,13 @@
-# Run by CPack on the tree that a package is made of, before it is packed.
+# CPack runs this on the files of a package before it packs them.
 
 set(prefix ${CPACK_TEMPORARY_INSTALL_DIRECTORY}/usr)
 set(documents ${prefix}/share/doc/${CPACK_PACKAGE_NAME})
 
-# The place of every thing on a Debian system, from where `cmake --install` puts it.
+# Moves the files from where `cmake --install` puts them to their places on Debian.
 function(arrange_for_debian)
   file(MAKE_DIRECTORY ${prefix}/lib/tamlin)
   file(RENAME ${prefix}/Tamlin.app ${prefix}/lib/tamlin/Tamlin.app)
-  # The zsh of Debian looks for those of packages here.
+  # Debian's zsh looks here for the completions of packages.
   if(EXISTS ${prefix}/share/zsh/site-functions)
     file(RENAME ${prefix}/share/zsh/site-functions ${prefix}/share/zsh/vendor-completions)
   endif()
@@ -20,8 +20,8 @@ function(compress_texts)
   execute_process(COMMAND gzip -9 -n ${texts} COMMAND_ERROR_IS_FATAL ANY)
 endfunction()
 
-# The time is SOURCE_DATE_EPOCH where that is set, so that the same sources make the
-# same package.
+# Gives every file the time in SOURCE_DATE_EPOCH if it is set, so that the same sources make
+# the same package.
 function(set_all_times)
   string(TIMESTAMP time %Y%m%d%H%M.%S UTC)
   execute_process(

@@ -80,10 +80,10 @@ def test_help_is_printed(prefix, option):
 
 
 @pytest.mark.parametrize("arguments, words", [
-    ([], "it takes a name and a launch list; --help explains both"),
-    (["main"], "it takes a name and a launch list; --help explains both"),
-    (["main", "list.json", "more"], "it takes a name and a launch list; --help explains both"),
-    (["--json", "main", "list.json"], "unknown option --json; --help lists the options"),
+    ([], "it takes a name and a launch list; --help tells more"),
+    (["main"], "it takes a name and a launch list; --help tells more"),
+    (["main", "list.json", "more"], "it takes a name and a launch list; --help tells more"),
+    (["--json", "main", "list.json"], "unknown option --json; --help tells more"),
     (["100%", "list.json"], "the name 100% has a percent sign, which the system log would take "
                             "as a format"),
 ])
