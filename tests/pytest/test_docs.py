@@ -231,6 +231,19 @@ def test_every_link_in_the_project_leads_somewhere(page):
         assert not heading or heading in headings(file), f"there is no heading for {link}"
 
 
+@pytest.mark.parametrize("page", ["README.md", "CONTRIBUTING.md", "docs/architecture.md"])
+def test_every_file_of_the_sources_that_is_named_exists(page):
+    folders = [path for path in ROOT.iterdir() if path.name not in {"build", ".git"}]
+    sources = folders + [path for folder in folders for path in folder.rglob("*")]
+    text = (ROOT / page).read_text(encoding="utf-8")
+    named = set(re.findall(r"`((?:[\w.+-]+/)+[\w.+-]*|[\w-]+\.(?:cpp|h|json|ld|md|py|txt))`",
+                           text))
+    assert len(named) > 10
+    assert [name for name in named if not name.startswith("build/")
+            and not any(f"{source}/".endswith(f"/{name.rstrip('/')}/")
+                        for source in sources)] == []
+
+
 def message_pieces():
     """Returns what of the launcher's messages is the same in each line."""
     sources = [*ROOT.glob("launcher/*.cpp"), ROOT / "common/config/log_location.cpp"]
