@@ -7,7 +7,7 @@ namespace {
 
 constexpr Time kNoon = 1795262400000;
 
-// One item's lines, to be told to a detector.
+// Passes lines of one item to a detector.
 class Chain : public testing::Test {
   protected:
     void Start(int process, std::optional<Time> time, bool is_launcher = false) {
@@ -23,14 +23,14 @@ class Chain : public testing::Test {
                   false);
     }
 
-    // A first start by each of `count` processes, with `gap` milliseconds between two.
+    // Adds a first start by each of `count` processes, `gap` milliseconds apart.
     void Starts(int count, Time gap, Time from = kNoon, int first = 100) {
         for (int i = 0; i < count; ++i) {
             Start(first + i, from + i * gap);
         }
     }
 
-    // Without a process id in the log the number is 0.
+    // Returns the id in the log; 0 stands for a log without process ids.
     static std::string Id(int process) {
         return process == 0 ? "" : std::to_string(process);
     }
@@ -71,7 +71,7 @@ TEST_F(Chain, TenFirstStartsFiveSecondsApartAreOne) {
     EXPECT_EQ(chain.Processes(), 10);
 }
 
-// Its last line is a start: it was killed, and the next link has got its process id.
+// A process whose last line is a start was killed, and the next link has its process id.
 TEST_F(Chain, AStartAfterAStartIsOfANewProcess) {
     Starts(9, 1000);
     Start(108, kNoon + 9LL * 1000);
@@ -115,8 +115,8 @@ TEST_F(Chain, WithoutProcessIdsThereIsNone) {
     EXPECT_FALSE(chain.IsChain());
 }
 
-// Level ERROR: the chain has met the process limit. A link ends, and its parent logs
-// that.
+// At level ERROR a chain is seen when it has met the process limit: a link exits, and its
+// parent logs the end.
 TEST_F(Chain, AChildThatFailedToForkIsALink) {
     FailedFork(300, kNoon);
     EXPECT_FALSE(chain.IsChain());
@@ -128,12 +128,12 @@ TEST_F(Chain, AChildThatFailedToForkIsALink) {
 TEST_F(Chain, AChildThatStartedTheItemItselfIsALink) {
     Start(1, kNoon);
     Start(2, kNoon + 52);
-    // The program appeared. It runs until the stop, long after.
+    // The program appeared. It runs until the stop, much later.
     End(1, 2, kNoon + 1'000'000);
     EXPECT_TRUE(chain.IsChain());
 }
 
-// A process id of long ago is used again, by a child of a launcher of today.
+// A child of a new launcher has the process id of an old process.
 TEST_F(Chain, AProcessIdThatIsUsedAgainIsNoLink) {
     FailedFork(300, kNoon);
     End(400, 300, kNoon + 10'001);
@@ -144,7 +144,7 @@ TEST_F(Chain, AProcessIdThatIsUsedAgainIsNoLink) {
     End(1, 300, kNoon + 20'001);
     EXPECT_FALSE(chain.IsChain());
     chain = {};
-    // Without times only the line just before counts.
+    // Without times only the previous line counts.
     FailedFork(300, std::nullopt);
     Start(5, std::nullopt);
     End(400, 300, std::nullopt);
@@ -169,7 +169,7 @@ TEST_F(Chain, IsOverWhenANewLauncherStartsLater) {
     Starts(10, 52);
     Start(7, kNoon + 9LL * 52 + 5001);
     EXPECT_FALSE(chain.IsChain());
-    // The same, and the launcher has the process id of the old one, as in a container.
+    // The new launcher may have the process id of the old one, as in a container.
     Starts(10, 52, kNoon + 100'000);
     EXPECT_TRUE(chain.IsChain());
     Start(100, kNoon + 200'000);

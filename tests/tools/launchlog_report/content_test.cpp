@@ -11,7 +11,7 @@ Content ContentOf(std::string const& text) {
     return content;
 }
 
-// Returns how much of `text` is known, read in pieces of this size.
+// Returns how much of `text` is known. It is read in pieces of this size.
 std::uint64_t KnownLength(std::vector<std::string> const& known, std::string const& text,
                           std::size_t piece = 1) {
     std::vector<Content> contents;

@@ -8,7 +8,7 @@ namespace launchlog_report {
 namespace {
 
 // Returns what a line says: "end NAME RET STATUS by PROCESS", "failed NAME", "start
-// NAME", "no program NAME", "nameless", "unreadable", "other", and "-" if it is no log
+// NAME", "no program NAME", "nameless", "unreadable" or "other"; "-" if it is no log
 // line.
 std::string Said(std::string const& line) {
     std::optional<LogEvent> const event = ParseLogLine(line);

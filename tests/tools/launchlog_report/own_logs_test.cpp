@@ -1,4 +1,4 @@
-// Where logs are looked for if none is named.
+// Where the program looks for logs if none is named.
 
 #include <gmock/gmock.h>
 

@@ -24,7 +24,7 @@ TEST_F(LaunchlogReport, AFileWithoutALogLineIsAnError) {
     EXPECT_EQ(Run({"-"}, "hello").errors,
               "launchlog-report: the standard input: no line of it is a line of a "
               "launcher's log\n");
-    // The rest is reported.
+    // Other files are reported all the same.
     Append("launcher.log", "hello\n" + Line("a", 256));
     EXPECT_EQ(Run({log}).errors, "");
     EXPECT_EQ(Run({log}).end, "exit 0");
@@ -32,7 +32,7 @@ TEST_F(LaunchlogReport, AFileWithoutALogLineIsAnError) {
     EXPECT_EQ(both.end, "exit 1");
     EXPECT_EQ(both.errors, run.errors);
     EXPECT_THAT(both.output, HasSubstr("\n  a "));
-    // newsyslog begins a file so.
+    // A new file of newsyslog begins with this line.
     Append("new.log", "Nov 21 12:00:00 host newsyslog[77]: logfile turned over\n");
     EXPECT_EQ(Run({directory.Path() / "new.log"}).end, "exit 0");
 }
@@ -49,7 +49,7 @@ TEST_F(LaunchlogReport, ACompressedStandardInputIsAnErrorThatSaysSo) {
 }
 
 TEST_F(LaunchlogReport, RotatedFilesAreReadInTheOrderOfTheirTimes) {
-    // As a shell orders them, the newest first, and one that is named by a date.
+    // Given in the order of a shell, which is the newest first, and one with a date.
     Append("launcher.log.0", Line("a", 768, 30) + Line("a", 1024, 31));
     Append("launcher.log.1", Line("a", 512, 20));
     Append("launcher.log-20261121", Line("a", 1280, 40));
@@ -76,7 +76,7 @@ TEST_F(LaunchlogReport, LinesThatAreTooLongAreCountedAndLeftOut) {
     EXPECT_EQ(Lines(run.output).size(), 3U);
     EXPECT_EQ(Lines(run.output).at(2), "2 lines longer than 1,000,000 bytes left out");
     EXPECT_EQ(Parse(Run({"--json", log}).output)["cut_lines"], 2);
-    // One of a million bytes is read.
+    // A line of exactly a million bytes is read.
     std::string const line = Line("", 256);
     directory.Write("launcher.log",
                     Line(std::string(1'000'000 - line.size() + 1, 'x'), 256));
@@ -140,7 +140,7 @@ TEST_F(LaunchlogReport, ALastLineWithoutALineFeedCounts) {
     EXPECT_EQ(Items({log})[0]["restarts"], 1);
 }
 
-TEST_F(LaunchlogReport, AJustRotatedLogNeedNotBeThere) {
+TEST_F(LaunchlogReport, ALogMayBeMissingJustAfterItsRotation) {
     Append("launcher.log.0", Line("a", 256));
     ToolRun const run = Run({log});
     EXPECT_EQ(run.end, "exit 0");
@@ -148,7 +148,7 @@ TEST_F(LaunchlogReport, AJustRotatedLogNeedNotBeThere) {
     EXPECT_THAT(run.output, HasSubstr("  a "));
 }
 
-TEST_F(LaunchlogReport, WhatCannotBeReadIsSaidAndTheRestReported) {
+TEST_F(LaunchlogReport, ReportsWhatItCanReadAndNamesTheRest) {
     Append("launcher.log", Line("a", 256));
     Append("launcher.log.1.gz", "this is not compressed");
     ToolRun const run = Run({directory.Path() / "missing.log", log, directory.Path()});

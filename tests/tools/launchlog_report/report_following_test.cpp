@@ -39,7 +39,7 @@ class LaunchlogReportFollowing : public LaunchlogReport {
         });
     }
 
-    // Rotates once, as launcher.log.0 to the given number.
+    // Rotates once: each of launcher.log.0 up to the given number gets the next number.
     void Rotate(int last) const {
         for (int i = last; i >= 0; --i) {
             std::string const number = std::to_string(i);
@@ -82,7 +82,7 @@ TEST_F(LaunchlogReportFollowing, ReportsWhatIsAppended) {
     EXPECT_TRUE(WaitForRestarts(1));
     Append("launcher.log", Line("a", 256));
     EXPECT_TRUE(WaitForRestarts(2));
-    // A line counts when it is complete.
+    // A line counts as soon as it is complete.
     std::string const line = Line("a", 256) + Line("a", 512);
     Append("launcher.log", line.substr(0, line.size() - 20));
     EXPECT_TRUE(WaitForRestarts(3));
@@ -154,7 +154,7 @@ TEST_F(LaunchlogReportFollowing, ASignalEndsItWithZero) {
     }
 }
 
-TEST_F(LaunchlogReportFollowing, TablesInAFileAreApartByAnEmptyLine) {
+TEST_F(LaunchlogReportFollowing, AnEmptyLineSeparatesTablesInAFile) {
     Append("launcher.log", Line("a", 256));
     Follow({});
     ASSERT_TRUE(WaitFor([this] { return Lines(ReadFile(output)).size() == 2; }));
@@ -163,7 +163,7 @@ TEST_F(LaunchlogReportFollowing, TablesInAFileAreApartByAnEmptyLine) {
     EXPECT_EQ(Lines(ReadFile(output)).at(2), "");
 }
 
-// Everything between Stop and GoOn happens between two readings.
+// Everything between SIGSTOP and SIGCONT happens between two readings.
 TEST_F(LaunchlogReportFollowing, ReadsAllFilesOfSeveralRotationsAtOnce) {
     Append("launcher.log.0", Line("a", 256, 1));
     Append("launcher.log", Line("a", 256, 2));
@@ -179,7 +179,7 @@ TEST_F(LaunchlogReportFollowing, ReadsAllFilesOfSeveralRotationsAtOnce) {
     EXPECT_TRUE(WaitForRestarts(6));
     EXPECT_EQ(
         Parse(Lines(ReadFile(output)).back())["items"][0]["last_status"]["exit_code"], 6);
-    // Nothing is read a second time after the next one.
+    // The next rotation makes it read nothing twice.
     Rotate(5);
     Append("launcher.log", Line("a", 256, 8));
     EXPECT_TRUE(WaitForRestarts(7));
@@ -216,7 +216,7 @@ TEST_F(LaunchlogReportFollowing, ReadsTheRestOfALogThatWasTruncatedFromItsCopy) 
     Append("launcher.log", Line("a", 256, 4));
     tool->Signal(SIGCONT);
     EXPECT_TRUE(WaitForRestarts(4));
-    // A line that was read before its end, and a new log that is longer than the old one.
+    // Now a line was read before its end, and the new log is longer than the old one.
     std::string const half = Line("a", 256, 6);
     Append("launcher.log", Line("a", 256, 5) + half.substr(0, 30));
     ASSERT_TRUE(WaitForRestarts(5));
@@ -243,7 +243,7 @@ TEST_F(LaunchlogReportFollowing, ACopyThatLacksTheLastLinesIsKnown) {
     EXPECT_TRUE(WaitForRestarts(3));
 }
 
-TEST_F(LaunchlogReportFollowing, AFileWithoutALogLineIsSaidAndFollowed) {
+TEST_F(LaunchlogReportFollowing, AFileWithoutALogLineIsReportedAndFollowed) {
     Append("launcher.log", "hello\n");
     Follow();
     ASSERT_TRUE(WaitFor([this] { return ReadFile(output) == kEmptyJson; }));
@@ -295,7 +295,7 @@ TEST_F(LaunchlogReportFollowing, ATableSaysThatALogIsNotThereYet) {
     EXPECT_TRUE(WaitFor([this] {
         return ReadFile(output) == "no program has ended\n" + log + ": not there yet\n";
     })) << ReadFile(output);
-    // It is never there without its line.
+    // The file appears together with its line.
     Append("new.log", Line("a", 256));
     Rename("new.log", "launcher.log");
     EXPECT_TRUE(WaitFor([this] { return Lines(ReadFile(output)).size() == 5; }));

@@ -36,7 +36,7 @@ TEST_F(LaunchlogReport, PrintsATable) {
     EXPECT_EQ(run.end, "exit 0");
 }
 
-// The table of the help is made by this program.
+// The program itself printed the table that the help shows.
 TEST_F(LaunchlogReport, MarksWhatRestartsOftenAsTheHelpShows) {
     std::string lines;
     for (int i = 0; i < 25; ++i) {
@@ -127,7 +127,7 @@ TEST_F(LaunchlogReport, FailsIfAnItemIsMarkedAndThatWasAskedFor) {
     EXPECT_THAT(Run(asked).output, HasSubstr("\n! a "));
     EXPECT_EQ(Run({log}).end, "exit 0");
     EXPECT_EQ(Run({"--fail-if-marked", "--json", log}).end, "exit 3");
-    // The alarm is more than the file that is missing.
+    // A marked item matters more than a missing file.
     EXPECT_EQ(Run({"--fail-if-marked", log, "/nonexistent.log"}).end, "exit 3");
     directory.Write("launcher.log", Line("a", 256));
     EXPECT_EQ(Run({"--fail-if-marked", log, "/nonexistent.log"}).end, "exit 1");
@@ -156,7 +156,7 @@ TEST_F(LaunchlogReport, OrdersItemsWithMarkedOnesFirstAndByOtherKeys) {
     EXPECT_EQ(Items({"--sort", "marked", log})[0]["name"], "often");
 }
 
-TEST_F(LaunchlogReport, HidingCharactersOfANameAreEscaped) {
+TEST_F(LaunchlogReport, InvisibleCharactersOfANameAreEscaped) {
     Append("launcher.log", Line("a\xE2\x80\x8B"
                                 "b\xE2\x80\xAE",
                                 0));
@@ -196,7 +196,7 @@ TEST_F(LaunchlogReport, PrintsJsonForMachines) {
     EXPECT_EQ(often["given_up"], false);
 }
 
-TEST_F(LaunchlogReport, JsonHasNullForWhatIsNotKnown) {
+TEST_F(LaunchlogReport, JsonHasNullForUnknownValues) {
     Append("launcher.log", "[LAUNCHER  ] a 7 is killed. ret = -1, status = 0\n");
     Json::Value const items = Items({log});
     ASSERT_EQ(items.size(), 1U);
@@ -247,7 +247,7 @@ TEST_F(LaunchlogReport, AWrongCommandLineGivesTwo) {
     }
 }
 
-TEST_F(LaunchlogReport, TellsItsUseAndItsVersion) {
+TEST_F(LaunchlogReport, PrintsHelpAndVersion) {
     for (char const* const option : {"--help", "-h"}) {
         ToolRun const run = Run({option});
         EXPECT_EQ(run.end, "exit 0");

@@ -187,7 +187,7 @@ TEST(Summary, OfSeveralLogsTheLatestLastEndCounts) {
     EXPECT_EQ(row.restarts_per_minute, 3);
     summary.Add(End("a", 1024, kNoon), 1);
     EXPECT_EQ(DescribeLastStatus(summary.At(kNoon).items.at(0)), "exit 4");
-    // Without a time, the log that spoke last.
+    // Without a time, the log with the last line counts.
     summary.Add(End("a", 1280, std::nullopt), 0);
     row = summary.At(kNoon).items.at(0);
     EXPECT_EQ(DescribeLastStatus(row), "exit 5");
@@ -263,7 +263,7 @@ TEST(Summary, AChainIsAStateAndTellsItsProcesses) {
     EXPECT_EQ(row.last_line, kNoon + 39LL * 55);
 }
 
-// Launchers that are started again and again start each of their items once.
+// Each of these launchers starts each item once and is then replaced.
 TEST(Summary, LaunchersOfSeveralItemsAreNoChain) {
     std::vector<LogEvent> events;
     for (int i = 0; i < 40; ++i) {

@@ -93,7 +93,7 @@ TEST(Table, NamesAndStatesAreCutWithAnEllipsis) {
     EXPECT_EQ(tools::CountColumns(lines.at(1)), 40U);
 }
 
-// Whatever the size, no line is wider, and there are no more lines.
+// Whatever the size of the space, the table is neither wider nor higher.
 TEST(Table, FitsEverySpace) {
     std::setlocale(LC_CTYPE, "C.UTF-8");
     std::vector<Row> items;
@@ -155,7 +155,7 @@ TEST(Table, AnEndlessNameWidensNoOtherLine) {
                                                "         1           1  2026"));
 }
 
-// The most memory that this process had so far, in KiB.
+// Returns the most memory that this process has had so far, in KiB.
 long MostMemory() {
     rusage usage = {};
     getrusage(RUSAGE_SELF, &usage);

@@ -19,8 +19,8 @@ using testing::Contains;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-// What a terminal shows: it clears, wraps and scrolls as a terminal does. Texts are
-// ASCII, but for the ellipsis.
+// A screen that clears, wraps and scrolls as a terminal does. Its texts are in ASCII,
+// except for the ellipsis.
 class Screen {
   public:
     Screen(std::size_t screen_columns, std::size_t screen_lines)
@@ -32,7 +32,7 @@ class Screen {
         }
     }
 
-    // The lines, the empty ones at the end apart.
+    // Returns the lines, without the empty ones at the end.
     std::vector<std::string> Shown() const {
         std::vector<std::string> lines = shown;
         while (!lines.empty() && lines.back().empty()) {
@@ -93,7 +93,7 @@ class LaunchlogReportOnATerminal : public testing::Test {
         grantpt(terminal);
         unlockpt(terminal);
         name = ptsname(terminal);
-        // While nobody has the other end open, what was written there is lost.
+        // Output is lost while no process has the other end open.
         other_end = open(name.c_str(), O_RDWR | O_NOCTTY);
         fcntl(terminal, F_SETFL, O_NONBLOCK);
         unsetenv("COLUMNS");
@@ -111,7 +111,7 @@ class LaunchlogReportOnATerminal : public testing::Test {
         screen = std::make_unique<Screen>(columns, lines);
     }
 
-    // Starts the program, with the terminal as that of its session.
+    // Starts the program. The terminal is its controlling terminal.
     void Start(std::vector<std::string> arguments) {
         arguments.insert(arguments.begin(),
                          {LAUNCHLOG_REPORT, "--now", "2026-11-21T12:00:00Z"});
@@ -125,7 +125,7 @@ class LaunchlogReportOnATerminal : public testing::Test {
         });
     }
 
-    // Waits until the screen shows this many lines, the last of which begins so.
+    // Waits until the screen shows this many lines, and the last one begins with `last`.
     bool WaitForLines(std::size_t count, std::string const& last) {
         return WaitFor([&] {
             TakeOutput();
@@ -142,7 +142,7 @@ class LaunchlogReportOnATerminal : public testing::Test {
         }
     }
 
-    // Lets item 11 restart often, and the others, 1 to 20, once.
+    // Writes a log of 20 items. Item 11 restarts often, the others once.
     void WriteLog(int last_status = 256) const {
         std::string lines;
         for (int i = 1; i <= 20; ++i) {
@@ -176,7 +176,7 @@ TEST_F(LaunchlogReportOnATerminal, TheTableIsAsWideAsTheTerminalAndAllOfIt) {
     EXPECT_EQ(tool->WaitForEnd(), "exit 0");
 }
 
-TEST_F(LaunchlogReportOnATerminal, TheEnvironmentSaysMoreThanTheTerminal) {
+TEST_F(LaunchlogReportOnATerminal, TheEnvironmentOverridesTheTerminal) {
     WriteLog();
     Resize(200, 50);
     setenv("COLUMNS", "45", 1);
@@ -234,14 +234,14 @@ TEST_F(LaunchlogReportOnATerminal, AResizeRedrawsForTheNewSize) {
     EXPECT_EQ(screen->Shown().at(1), "! item11  exit 1");
     Resize(80, 24);
     EXPECT_TRUE(WaitForLines(22, "! more"));
-    // The same text again: the terminal may have moved what was there.
+    // The same text is printed again: the terminal may have moved the old one.
     Resize(80, 30);
     EXPECT_TRUE(WaitForLines(22, "! more"));
     tool->Signal(SIGTERM);
     EXPECT_EQ(tool->WaitForEnd(), "exit 0");
 }
 
-TEST_F(LaunchlogReportOnATerminal, EachTableIsInThePlaceOfTheLast) {
+TEST_F(LaunchlogReportOnATerminal, EachTableReplacesTheLastOne) {
     WriteLog();
     Resize(80, 24);
     Start({"--follow"});
@@ -261,7 +261,7 @@ TEST_F(LaunchlogReportOnATerminal, ProblemsStayOnTheScreen) {
     Start({"--follow"});
     EXPECT_TRUE(WaitForLines(2, log + ": no line of it is a line of a launcher's log"));
     EXPECT_EQ(screen->Shown().at(0), "no program has ended");
-    // Until a launcher has written to it.
+    // They disappear when a launcher has written to the log.
     directory.Write("launcher.log",
                     "hello\n[LAUNCHER  ] a 7 is killed. ret = 7, status = 256\n");
     EXPECT_TRUE(WaitForLines(2, "  a "));

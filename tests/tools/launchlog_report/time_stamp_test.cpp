@@ -8,7 +8,7 @@
 namespace launchlog_report {
 namespace {
 
-// A zone of its own for local times: one hour ahead of UTC in winter, two in summer.
+// Sets a local zone that is one hour ahead of UTC in winter, and two in summer.
 class TimeStamp : public testing::Test {
   protected:
     TimeStamp() {
@@ -90,13 +90,13 @@ TEST_F(TimeStamp, WithoutAZoneItIsLocalTime) {
     EXPECT_EQ(ParseTimeStamp("2026-11-21 12:53:38"), kExample);
     EXPECT_EQ(ParseTimeStamp("2026-11-21 12:53:38.250 ERROR"), kExample + 250);
     EXPECT_EQ(ParseTimeStamp("2026-07-01 02:00:00"), 1782864000000);
-    // These only look like a zone.
+    // These look like a zone, but are none.
     EXPECT_EQ(ParseTimeStamp("2026-11-21 12:53:38 Zoe"), kExample);
     EXPECT_EQ(ParseTimeStamp("2026-11-21 12:53:38 -12345"), kExample);
     EXPECT_EQ(ParseTimeStamp("2026-11-21 12:53:38 +x"), kExample);
 }
 
-TEST_F(TimeStamp, OtherTextsHaveNone) {
+TEST_F(TimeStamp, OtherTextsHaveNoTimestamp) {
     for (char const* const text :
          {"", "x", "ERROR 2026-11-21T11:53:38Z", "Nov 21 11:53:38", "11:53:38",
           "2026-11-21", "2026-11-21T11:53Z", "2026-13-21T11:53:38Z",

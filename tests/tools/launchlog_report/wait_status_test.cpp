@@ -34,7 +34,7 @@ TEST(WaitStatus, SignalsAndCoreDumps) {
     EXPECT_EQ(DecodeWaitStatus(9).exit_code, std::nullopt);
 }
 
-TEST(WaitStatus, WhatIsNoEndStaysANumber) {
+TEST(WaitStatus, AStatusThatIsNoEndStaysANumber) {
     EXPECT_EQ(Words(-1), "status -1");
     EXPECT_EQ(Words(0x80), "status 128");
     EXPECT_EQ(Words(0x7F), "status 127");
