@@ -2,24 +2,24 @@
 
     tests/support/contained /usr/bin/python3 -B -m pytest tests/pytest/test_docs.py
 
-The pages are *.md, docs/*.md and packaging/man/*. What is looked for in them:
+The pages are *.md, docs/*.md and packaging/man/*. Their blocks:
 
   ```console       a session. A line that begins with "$ " is a command, lines that begin
-                   with "> " go on with it, and the others are what it prints, its errors
-                   included.
-  ```json a.json   a file, written before the session goes on. The line above the block
-                   names it.
-  ```text          nothing to be run. Above its commands a line says in brackets where
-                   they belong: "(on macOS)".
+                   with "> " continue it, and the other lines are what it prints, with its
+                   errors.
+  ```json a.json   a file, which is written before the next session. The line above the
+                   block names it.
+  ```text          commands that are not run. A line in brackets above them says where they
+                   belong: "(on macOS)".
 
-Other blocks are left alone, but a shell's are not accepted. A literal display of a man
-page is a session if it begins with "$ ". A command stands nowhere else.
+A literal display of a man page is a session if it begins with "$ ". Blocks of a shell
+(```sh) are refused, and so are commands outside of blocks. Other blocks are ignored.
 
-All sessions of a page are one: the commands run in their order, in one shell with job
-control, which begins in the project's folder. The user's home holds nothing but a link to
-that, called launcher. A man page finds the programs on the PATH. Each command must succeed;
-one that fails shows it, as in `launcher; echo $?`. What is printed must be what is shown,
-with these exceptions:
+All sessions of a page are one: one shell with job control runs the commands in their order,
+and begins in the project's folder. The user's home is empty but for a link to that folder,
+called launcher. The commands of a man page find the programs on the PATH. Each command must
+succeed; a page shows a failure as in `launcher; echo $?`. What is printed must be what is
+shown, with these exceptions:
 
   - a line "..." stands for any lines, or none, and "..." in a line for any text in it;
   - a time stands for any time, and the process ids in log lines for any others;
@@ -172,8 +172,8 @@ class Shell:
         return pattern
 
 
-def pass_over(block):
-    """Prints the commands of a block that are not to be run."""
+def print_not_run(block):
+    """Prints the commands of a block that is not a session; each must follow a note."""
     note = ""
     for index, line in enumerate(block.lines):
         if re.fullmatch(r"\(.*\)", line):
@@ -191,7 +191,7 @@ def run_block(shell, block):
     assert block.kind != "console", f"{block.at()}: a session begins with a command"
     assert block.kind not in ("sh", "bash", "zsh", "shell"), (
         f"{block.at()}: commands are shown as a console")
-    pass_over(block)
+    print_not_run(block)
     if block.name:
         assert f"`{block.name}`" in block.above, (
             f"{block.at()}: the line above does not name {block.name}: {block.above}")

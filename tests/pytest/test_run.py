@@ -127,12 +127,12 @@ def test_a_chain_of_failed_starts_is_ended_at_once(tmp_path):
     wait_until(no_launcher_is_left)
 
 
-def test_a_sigkill_to_its_process_group_is_told(tmp_path):
+def test_a_sigkill_to_its_process_group_is_reported(tmp_path):
     run(SCRIPT, shell_list(tmp_path, "kill -KILL 0")).expect(
         5, "scripts/run: SIGKILL ended the launcher with its process group; .*")
 
 
-def test_an_abort_is_told_and_its_programs_are_killed(tmp_path, pid_file):
+def test_an_abort_is_reported_and_its_programs_are_killed(tmp_path, pid_file):
     wrong = {"name": "a", "program": ["/bin/sh"]}
     run(SCRIPT, "--anyway", write_list(tmp_path / "list.json", steady_item(pid_file), wrong)
         ).expect(6, r"scripts/run: the launcher aborted \(SIGABRT\), .*")
@@ -226,7 +226,7 @@ def test_at_the_process_limit_nothing_else_of_the_user_is_harmed(user, tmp_path)
         ).expect_no("SIGTERM sent|fork: retry")
 
 
-def test_a_user_with_too_few_processes_left_is_told(user, steady_list):
+def test_a_user_with_too_few_processes_left_is_refused(user, steady_list):
     with Command(*user.become_limited, "bash", "-c",
                  "for _ in {1..101}; do sleep 1000 & done; exec sleep 1000"):
         wait_until(lambda: user.count_sleeping() == 102)
@@ -257,7 +257,7 @@ def test_a_list_that_is_not_json_is_reported_at_once(tmp_path):
         "scripts/run: the launcher ended by itself with exit code 0: .*")
 
 
-def test_a_list_of_no_use_is_refused_in_one_line(tmp_path):
+def test_a_list_that_cannot_be_used_is_refused_in_one_line(tmp_path):
     empty = tmp_path / "empty.json"
     empty.touch()
     for file, words in [(tmp_path / "none.json", "there is no launch list {}"),

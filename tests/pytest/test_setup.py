@@ -15,7 +15,7 @@ pytestmark = pytest.mark.usefixtures("home")
 
 
 class Machine:
-    """A machine with the commands of this one, but for those named."""
+    """This machine without some of its commands."""
 
     def __init__(self, folder, *lacking):
         self.bin = folder
