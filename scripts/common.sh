@@ -106,10 +106,6 @@ need_for_containment() {
     need 'mount and umount' mount '' has_command mount umount
 }
 
-need_for_benchmarks() {
-    need 'google benchmark' libbenchmark-dev google-benchmark has_header benchmark/benchmark.h
-}
-
 need_for_tests() {
     need googletest 'libgtest-dev libgmock-dev' googletest has_header gmock/gmock.h
     if [ "$(uname)" != Darwin ]; then
@@ -122,7 +118,7 @@ need_for_tests() {
         need "Python's jsonschema" python3-jsonschema '' has_python_module jsonschema
         need_for_containment
     fi
-    need_for_benchmarks
+    need 'google benchmark' libbenchmark-dev google-benchmark has_header benchmark/benchmark.h
 }
 
 install_with_apt() {
@@ -181,29 +177,44 @@ EOF
     fi
 }
 
-# Configures the preset in $1, in build/$1.
+# Configures the preset $1, in build/$1.
 configure_build() {
+    check_cmake_version
+    say "building build/$1"
     (cd "$root" && cmake --preset "$1") ||
         fail "build/$1 could not be configured; cmake says why above"
 }
 
-# Configures and builds the preset in $1, in build/$1.
-build() {
-    check_cmake_version
-    say "building build/$1"
-    configure_build "$1"
-    (cd "$root" && cmake --build --preset "$1") ||
-        fail "build/$1 could not be built; the first error above says why"
+# build_configured PRESET [TARGET...]
+#
+# Builds the targets in build/PRESET; without any, those of the preset.
+build_configured() {
+    local preset=$1 targets=()
+    shift
+    [ $# -eq 0 ] || targets=(--target "$@")
+    # An empty array is an unset variable to older shells.
+    (cd "$root" && cmake --build --preset "$preset" ${targets[@]+"${targets[@]}"}) ||
+        fail "build/$preset could not be built; the first error above says why"
 }
 
-# Builds the bundle as it is shipped, in build/$1. Before its first build this fetches the
-# sources of what is linked into it; where they are not to be had the distribution's
-# library serves.
-build_bundle() {
+# Configures and builds the preset $1, in build/$1.
+build() {
+    configure_build "$1"
+    build_configured "$1"
+}
+
+# Before the first build of build/$1, fetches the sources of what is linked into the
+# bundle. If that fails, the system's library is used.
+fetch_sources_once() {
     if [ ! -d "$root/build/$1" ] && has_command apt-get; then
         "$root/scripts/fetch-sources" 2>/dev/null ||
-            say "the sources of jsoncpp are not to be had; the system's library is used"
+            say "the sources of jsoncpp could not be fetched; the system's library is used"
     fi
+}
+
+# Builds the bundle as it is shipped, in build/$1.
+build_bundle() {
+    fetch_sources_once "$1"
     build "$1"
 }
 
