@@ -33,8 +33,8 @@ enum class Fate { kUnknown, kExecuted, kEnds, kChain };
 // What is known of a thread that supervises an item.
 struct Supervisor {
     Fate fate = Fate::kUnknown;
-    // How often its child was seen in another program than the launcher.
-    int times_executed = 0;
+    // How often its child was seen asleep in another program than the launcher.
+    int times_asleep = 0;
 };
 
 using Parents = std::map<pid_t, pid_t>;
@@ -157,10 +157,11 @@ class Watch {
             }
             return;
         }
-        ++supervisor.times_executed;
+        // On a busy machine a program may need long until it has written its file.
+        supervisor.times_asleep += StateOf(child) == 'S' ? 1 : 0;
         std::string const file = std::to_string(child) + ".start";
         if (std::filesystem::exists(places.starts / file) ||
-            supervisor.times_executed > kLasting) {
+            supervisor.times_asleep > kLasting) {
             supervisor.fate = Fate::kExecuted;
         }
     }

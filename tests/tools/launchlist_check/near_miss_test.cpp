@@ -16,6 +16,7 @@ TEST(NearMiss, FindsWordsWithUpToTwoLettersWrong) {
     EXPECT_EQ(Nearest("agrc"), "argc");
     EXPECT_EQ(Nearest("nmae"), "name");
     EXPECT_EQ(Nearest("nmaes"), "name");
+    EXPECT_EQ(Nearest("nane"), "name");
     EXPECT_EQ(Nearest("progrm"), "program");
     EXPECT_EQ(Nearest("programme"), "program");
     EXPECT_EQ(Nearest("progrmma"), "program");
@@ -47,6 +48,7 @@ TEST(NearMiss, FindsNothingForShortWordsAndFarOnes) {
     EXPECT_EQ(Nearest("comment"), "");
     EXPECT_EQ(Nearest("x"), "");
     EXPECT_EQ(Nearest("na"), "");
+    EXPECT_EQ(Nearest("env"), "");
     EXPECT_EQ(Nearest(""), "");
     EXPECT_EQ(Nearest(std::string(100000, 'n')), "");
     EXPECT_EQ(NearMiss("name", {}), "");
