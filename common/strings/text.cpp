@@ -14,8 +14,7 @@ void ReplaceAll(Text& text, Text const& searched, Text const& replacement) {
             return;
         }
         text.replace(position, searched.size(), replacement);
-        // Contract: goes on after the length of the searched text, not of the
-        // replacement.
+        // Contract: advances by the length of the searched text, not of the other.
         position += searched.size();
     }
 }
