@@ -49,6 +49,7 @@ TEST(NearMiss, FindsNothingForShortWordsAndFarOnes) {
     EXPECT_EQ(Nearest("x"), "");
     EXPECT_EQ(Nearest("na"), "");
     EXPECT_EQ(Nearest("env"), "");
+    EXPECT_EQ(Nearest("grade"), "");
     EXPECT_EQ(Nearest(""), "");
     EXPECT_EQ(Nearest(std::string(100000, 'n')), "");
     EXPECT_EQ(NearMiss("name", {}), "");
