@@ -9,10 +9,10 @@ foreach(tool ar ranlib nm strip)
   string(TOUPPER ${tool} name)
   find_program(CMAKE_${name} llvm-${tool}-15 REQUIRED)
 endforeach()
-# The install names are right from the start.
+# The linker writes the right install names; CMake need not change them.
 set(CMAKE_INSTALL_NAME_TOOL "")
 
-# This machine's libraries and headers are no use on another system.
+# Ignores the libraries and headers of this machine, which are for another system.
 set(CMAKE_FIND_ROOT_PATH ${CMAKE_CURRENT_LIST_DIR}/../../build/macos/tools)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
