@@ -23,7 +23,7 @@ std::string ThreeDigits(double value) {
     return text;
 }
 
-// The median with three digits; an empty string if there is none.
+// Returns the median with three digits; an empty string if there are no values.
 std::string MedianText(std::vector<double> const& values) {
     return values.empty() ? "" : ThreeDigits(Median(values));
 }

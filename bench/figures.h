@@ -1,4 +1,4 @@
-// The figures of a measurement of the launcher beside the floor, and their tables.
+// The figures that were measured of the launcher and of the floor, and their tables.
 //
 //   Figures figures;
 //   figures.Add("Stop", "10 programs", "ms", kLauncher, 502.1);
@@ -22,10 +22,10 @@
 
 enum Kind { kLauncher, kFloor };
 
-// Returns the median, 0 of nothing.
+// Returns the median; 0 if there are no values.
 double Median(std::vector<double> values);
 
-// Returns the value that `percent` of the values do not exceed, 0 of nothing.
+// Returns the value that `percent` of the values do not exceed; 0 if there are no values.
 double Percentile(std::vector<double> values, double percent);
 
 class Figures {
@@ -51,7 +51,7 @@ class Figures {
         std::vector<double> values[2];  // by Kind
     };
 
-    // The median of launcher / floor; 0 where no round has both, or the floor has 0.
+    // Returns the median of launcher / floor; 0 if no round has both, or the floor has 0.
     static double MedianRatio(Row const& row);
 
     std::vector<Row> rows;

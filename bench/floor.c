@@ -1,5 +1,5 @@
-/* The least that a supervisor of the launcher's design can be, to measure the launcher
-   by:
+/* The least that a supervisor of the launcher's design can be. The launcher is measured
+   against it.
 
      floor COUNT DIRECTORY [ARGUMENT...]
 

@@ -1,7 +1,7 @@
-// Measures the calls of the support layer, each beside what a program would otherwise
-// call, at three sizes or more, and prints a table: the times, their ratio, the units
-// that are done in a second, and how much longer each takes than at the smallest size. To
-// be run by scripts/bench; takes the options of Google Benchmark.
+// Measures the calls of the support layer at three sizes or more, and compares each with
+// the call that a program would use otherwise. Prints a table: the times, their ratio,
+// the units that are done in a second, and how much longer a unit takes than at the
+// smallest size. scripts/bench runs it. It takes the options of Google Benchmark.
 
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
@@ -36,13 +36,13 @@ ILog* logger = nullptr;
 
 namespace {
 
-// What is measured, with everything that it needs made before.
+// What is measured. Everything that it needs is made before.
 using Work = std::function<void()>;
 using Maker = std::function<Work(std::size_t size)>;
 
 struct Comparison {
     std::string name;
-    std::string reference;  // what the other one is; empty if there is none
+    std::string reference;  // what it is compared with; may be empty
     std::string unit;       // of the sizes
     std::vector<std::size_t> sizes;
     Maker ours;
@@ -132,7 +132,7 @@ Comparison GetObject() {
     });
 }
 
-// Words of seven letters with a comma behind each.
+// Returns words of seven letters with a comma after each.
 std::string Words(std::size_t bytes) {
     std::string text;
     while (text.size() < bytes) {
@@ -220,7 +220,7 @@ std::vector<Comparison> Wildcards() {
                  "")};
 }
 
-// The encoders, which nothing on every machine does otherwise.
+// The encoders, for which there is nothing on every machine to compare them with.
 std::vector<Comparison> Encoders() {
     std::vector<std::size_t> const sizes = {100, 10'000, 1'000'000};
     Maker const encode_base64 = [](std::size_t bytes) -> Work {
@@ -240,7 +240,7 @@ std::vector<Comparison> Encoders() {
 
 using Converter = std::wstring_convert<std::codecvt_utf8<wchar_t>>;
 
-// Text of which every other character is not ASCII.
+// Returns text in which every other character is not ASCII.
 std::wstring WideText(std::size_t characters) {
     std::wstring text;
     while (text.size() < characters) {
@@ -288,7 +288,7 @@ std::vector<Comparison> Conversions() {
              encode}};
 }
 
-// A file with a section of so many lines, of which the last one is wanted.
+// Writes a file with a section of so many lines, of which the last one is wanted.
 std::string WriteProfile(TempDirectory const& directory, std::size_t lines) {
     std::string text = "[SECTION]\n";
     for (std::size_t i = 1; i < lines - 1; ++i) {
@@ -327,8 +327,8 @@ void Log(char const* format, ...) {
     va_end(arguments);
 }
 
-// The launcher's line of an end, with a name of so many characters. What writes it
-// otherwise has the line ready and the file open.
+// The line that the launcher logs of an end, with a name of so many characters. It is
+// compared with a single write, of a line that is ready, to a file that is open.
 Comparison Logging(TempDirectory const& directory) {
     return {"a log line",
             "write of a line that is ready, to an open file",
@@ -446,7 +446,7 @@ int main(int argc, char** argv) {
     TempDirectory const directory;
     if (InitLogger(directory.Path().c_str()) != 0 ||
         GetLogger(2, "bench", LOGLEVEL_ERROR, &logger) != 0) {
-        std::cerr << "micro: there is no log\n";
+        std::cerr << "micro: cannot open the log\n";
         return 1;
     }
     std::vector<Comparison> const comparisons = AllComparisons(directory);

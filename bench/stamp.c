@@ -1,7 +1,7 @@
-/* The program that is supervised in the measurements. It stamps its start and its end
-   into the slot of the file beside it that has its name for a number, and ends at once,
-   or stays until it is killed if the slot says so. It does as little as it can, for what
-   it costs is added to what every supervisor costs. */
+/* The program that is supervised in the measurements. Its name is a number. It writes the
+   times of its start and of its end into the slot of that number, in a file in the same
+   directory. It ends at once; if the slot says so, it stays until it is killed. It does as
+   little as it can, because its cost is part of what is measured. */
 
 #include <fcntl.h>
 #include <limits.h>
@@ -19,7 +19,7 @@ static int64_t Now(void) {
     return now.tv_sec * 1000000000LL + now.tv_nsec;
 }
 
-/* Returns the slot of the program with this path, MAP_FAILED if there is none. */
+/* Returns the slot of the program with this path, MAP_FAILED if there is no file. */
 static struct StampSlot* MapSlot(char const* path) {
     char program[PATH_MAX + sizeof STAMPS_FILE]; /* no path of execv is longer */
     strcpy(program, path);

@@ -1,6 +1,6 @@
-/* What the supervised program of the measurements leaves in a file that it shares with
-   the one who measures: when it started and when it ended. It is started by links with
-   the numbers of the slots for names, which lie beside the file. */
+/* The file in which the supervised program tells the measuring one when it started and
+   when it ended. In the directory of the file there is a link to the program for each
+   slot, whose name is the number of the slot. */
 
 #ifndef BENCH_STAMPS_H
 #define BENCH_STAMPS_H
@@ -15,12 +15,12 @@ enum { kStampsKept = 1023 };
 /* One start of the program, in nanoseconds of CLOCK_MONOTONIC. */
 struct Stamp {
     int64_t start;
-    int64_t end; /* just before its exit; 0 if it has not come to that */
+    int64_t end; /* just before its exit; 0 before that */
 };
 
 /* The stamps of one item: whole pages of the file, written by one process at a time.
-   Number n of its starts, counted from 0, is in stamps[n % kStampsKept]. The counts are
-   read and written with the __atomic functions: what they count is complete. */
+   Start number n, counted from 0, is in stamps[n % kStampsKept]. The counts are read and
+   written with the __atomic functions: a stamp is complete once it is counted. */
 struct StampSlot {
     uint32_t starts;
     uint32_t ends;

@@ -1,6 +1,6 @@
 // What the fuzzers share. A fuzzer defines LLVMFuzzerTestOneInput, which takes one input
-// after the other and ends the process where an input shows a defect. What calls it is
-// libFuzzer, which makes up the inputs, or replay_main.cpp, which reads them from files.
+// after the other, and ends the process if an input shows a defect. libFuzzer calls it
+// with inputs that it makes, replay_main.cpp with inputs from files.
 
 #ifndef FUZZ_FUZZING_H
 #define FUZZ_FUZZING_H
@@ -15,10 +15,11 @@
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size);
 
-// Ends the process with the sentence, which says what should hold, if it does not.
+// Ends the process if `holds` is false, after a line with the sentence, which says what
+// should hold.
 inline void Require(bool holds, char const* sentence) {
     if (!holds) {
-        std::fprintf(stderr, "It does not hold that %s.\n", sentence);
+        std::fprintf(stderr, "This does not hold: %s.\n", sentence);
         std::abort();
     }
 }

@@ -10,7 +10,7 @@
 #include "fuzz/fuzzing.h"
 
 // A pipe with the content in it, to be opened and read once. It costs a hundredth of a
-// file on a disk, and nothing of it stays behind however the process ends.
+// file on a disk, and disappears with the process.
 class InputPipe {
   public:
     // What a pipe holds on every system, without a reader.
@@ -19,10 +19,10 @@ class InputPipe {
     // `content` is no longer than kCapacity.
     explicit InputPipe(std::string const& content) {
         int ends[2];
-        Require(pipe(ends) == 0, "there is a pipe to be had");
+        Require(pipe(ends) == 0, "a pipe can be made");
         Require(write(ends[1], content.data(), content.size()) ==
                     static_cast<ssize_t>(content.size()),
-                "a pipe takes what it has room for");
+                "a pipe takes as much as it has room for");
         close(ends[1]);
         descriptor = ends[0];
     }

@@ -33,9 +33,9 @@ struct Value {
 
 struct Member {
     std::string name;
-    // An element that is there only because a later one is. It reads as null, but there
-    // is nothing to remove.
-    bool isGap = false;
+    // An element that exists only because a later one does. It reads as null, and cannot
+    // be removed.
+    bool is_gap = false;
     Value value;
 };
 
@@ -83,7 +83,7 @@ inline Value& ElementAt(Value& array, int index) {
         array.members.push_back(Member{"", true, {}});
     }
     Member& member = *std::next(array.members.begin(), index);
-    member.isGap = false;
+    member.is_gap = false;
     return member.value;
 }
 
@@ -113,17 +113,17 @@ inline void Append(Value& array, Value item) {
 
 inline bool HasElement(Value const& array, std::size_t index) {
     return array.kind == Value::kArray && index < array.members.size() &&
-           !std::next(array.members.begin(), static_cast<long>(index))->isGap;
+           !std::next(array.members.begin(), static_cast<long>(index))->is_gap;
 }
 
-// Removes an element that is there. The gaps behind it become elements, and those in
-// front of it go with it if it was the last.
+// Removes an element that exists. The gaps after it become elements. If it was the last,
+// the gaps before it are removed too.
 inline void RemoveElement(Value& array, std::size_t index) {
     auto const next =
         array.members.erase(std::next(array.members.begin(), static_cast<long>(index)));
     std::for_each(next, array.members.end(),
-                  [](Member& member) { member.isGap = false; });
-    while (!array.members.empty() && array.members.back().isGap) {
+                  [](Member& member) { member.is_gap = false; });
+    while (!array.members.empty() && array.members.back().is_gap) {
         array.members.pop_back();
     }
 }

@@ -1,20 +1,20 @@
-// Plays a sequence of JsonObject's operations on four handles, owners and views in each
-// other's documents, and on a model of them. After every operation all handles must read
-// as their models do. A letter of an input is an operation, see kOperations; what follows
-// it are its arguments: handles, and what ByteSource takes.
+// Plays a sequence of JsonObject's operations on four handles, and on a model of them.
+// The handles are owners, or views in each other's documents. After every operation all
+// handles must read as their models do. A letter of an input is an operation, see
+// kOperations. The bytes after it are its arguments: handles, and what ByteSource takes.
 
 #include "common/json/json_object.h"
 
 #include <json/value.h>
 
 #include <array>
-#include <climits>
 #include <iterator>
 #include <memory>
 #include <set>
 #include <stdexcept>
 #include <vector>
 
+#include "fuzz/byte_source.h"
 #include "fuzz/fuzzing.h"
 #include "fuzz/json_model.h"
 
@@ -27,85 +27,6 @@ using json_model::Value;
 // Left out: longer sequences and larger documents, which only take longer.
 int const kMostOperations = 64;
 std::size_t const kMostValues = 300;
-
-// Takes arguments from the bytes of an input, and zeros behind their end. In a choice the
-// digits stand for their numbers.
-class ByteSource {
-  public:
-    ByteSource(std::uint8_t const* data, std::size_t size)
-        : next(data), end(data + size) {}
-
-    bool IsAtEnd() const { return next == end; }
-    unsigned Byte() { return IsAtEnd() ? 0U : *next++; }
-    unsigned Choice(unsigned count) { return Byte() % 16 % count; }
-
-    // Text of up to seven bytes, in UTF-8.
-    std::string Text() {
-        std::string text;
-        for (unsigned left = Choice(8); left > 0; --left) {
-            text += static_cast<char>(Byte());
-        }
-        if (!DecodeUtf8Strictly(text)) {
-            for (char& c : text) {
-                c = static_cast<char>(c & 0x7F);
-            }
-        }
-        return text;
-    }
-
-    // A name, often one of a few so that it is found again.
-    std::string Name() {
-        char const* const names[] = {"a", "b", "0", "1", "a/b", "", "\xC3\xA9", "a.*"};
-        unsigned const choice = Choice(9);
-        return choice < std::size(names) ? names[choice] : Text().c_str();
-    }
-
-    std::string Path() {
-        char const* const slashes[] = {"/", "", "//"};
-        std::string path = slashes[Choice(3)];
-        for (unsigned left = Choice(4); left > 0; --left) {
-            path += Name();
-            path += slashes[Choice(3)];
-        }
-        return path;
-    }
-
-    // A value of no more than four levels below this one.
-    Value TakeValue(unsigned depth = 0) {
-        Value value;
-        value.kind = static_cast<Value::Kind>(Choice(depth < 4 ? 7 : 5));
-        if (value.kind == Value::kBoolean) {
-            value.number = Choice(2);
-        } else if (value.kind == Value::kInteger) {
-            value.number = Integer();
-        } else if (value.kind == Value::kReal) {
-            value.number = static_cast<int>(Byte()) - 128;
-        } else if (value.kind == Value::kText) {
-            value.text = Text();
-        } else if (value.kind == Value::kArray) {
-            for (unsigned left = Choice(4); left > 0; --left) {
-                Append(value, TakeValue(depth + 1));
-            }
-        } else if (value.kind == Value::kObject) {
-            for (unsigned left = Choice(4); left > 0; --left) {
-                Value& member = MemberAt(value, Name());
-                member = TakeValue(depth + 1);
-            }
-        }
-        return value;
-    }
-
-  private:
-    long long Integer() {
-        long long const numbers[] = {0,        1,         2,        -1,
-                                     6001,     INT_MAX,   INT_MIN,  0x100000001,
-                                     UINT_MAX, LLONG_MAX, LLONG_MIN};
-        return numbers[Choice(std::size(numbers))];
-    }
-
-    std::uint8_t const* next;
-    std::uint8_t const* end;
-};
 
 // A handle and its model, which owns a document if the target is its own.
 struct Handle {
@@ -132,7 +53,7 @@ Outcome OutcomeOf(Operation const& operation) {
     return Outcome::kDone;
 }
 
-// Does both, and requires that they end in the same way. Says whether they were done.
+// Does both, and requires that they end in the same way. Returns whether they were done.
 template <typename Real, typename Model>
 bool DoBoth(Real const& real, Model const& model) {
     Outcome const outcome = OutcomeOf(real);
@@ -174,7 +95,7 @@ class Game {
     template <typename Real, typename Model>
     void MakeView(Handle& handle, Real const& real, Model const& model);
 
-    // The operations. Those that make a handle take first the one that it replaces.
+    // The operations. One that makes a handle first takes the handle that it replaces.
     void Parse();
     void MakeEmpty();
     void MakeNull();
@@ -252,7 +173,7 @@ void Game::CheckReadBack() {
     }
 }
 
-// Puts a null document where a view was whose value is gone. Returns false if the
+// Replaces each view whose value is gone by a null document. Returns false if the
 // documents have become too large.
 bool Game::DropDanglingViews() {
     std::set<Value const*> all;
@@ -277,8 +198,9 @@ void Game::DropViewsInto(Value& value) {
     }
 }
 
-// Gives the handle a view, or leaves it if there is none to be had. The view may refer to
-// the document of the handle that it replaces: then it dangles, and is dropped.
+// Gives the handle a view; if making the view throws, leaves the handle as it is. The
+// view may refer to the document of the handle that it replaces: then it dangles, and is
+// dropped.
 template <typename Real, typename Model>
 void Game::MakeView(Handle& handle, Real const& real, Model const& model) {
     Handle view;
@@ -325,8 +247,8 @@ void Game::CopyConstruct() {
     handle = std::move(copy);
 }
 
-// In the model, what is copied is complete before anything goes, so that no new value has
-// the address of an old one, to which views are still there.
+// The model completes the copy before it destroys anything. So no new value has the
+// address of an old one, to which there may still be views.
 void Game::Assign() {
     Handle& handle = TakeHandle();
     Handle& other = TakeHandle();
@@ -435,7 +357,7 @@ void Game::InsertArrayText() {
            });
 }
 
-// What views to the elements that move down show is left out.
+// Views to the elements that move down are dropped before.
 void Game::RemoveArrayItem() {
     Handle& handle = TakeHandle();
     std::size_t const index = source.Choice(12);

@@ -1,7 +1,7 @@
-// Takes every input for a launch list and does all that the launcher does with one, short
-// of starting programs: reads the file, walks the items, and makes each program's
-// argument vector. Compares what comes of it with a model that reads jsoncpp's values by
-// itself, and with what launchlist-check says.
+// Takes every input for a launch list and does with it what the launcher does, except
+// that it starts no programs: reads the file, walks the items, and makes each program's
+// argument vector. Compares the result with a model that reads jsoncpp's values itself,
+// and with what launchlist-check says.
 
 #include <json/reader.h>
 
@@ -29,8 +29,9 @@ using launchlist_check::Severity;
 using launchlist_check::ToJson;
 using launchlist_check::ToLines;
 
-// What a supervisor reads of its item. What cannot be read is not there, nor what is not
-// read because of it: in the launcher a process ends abnormally at that point.
+// What a supervisor reads of its item. A member that cannot be read has no value, and
+// neither have those that would be read after it: in the launcher a process ends
+// abnormally at that point.
 struct Supervised {
     std::string name;
     std::optional<std::string> program;
@@ -41,17 +42,17 @@ bool operator==(Supervised const& a, Supervised const& b) {
     return a.name == b.name && a.program == b.program && a.arguments == b.arguments;
 }
 
-// What the walk of a launch list gave, and whether something stopped it that was thrown.
+// The result of a walk over a launch list, and whether an exception ended it.
 struct Walk {
     std::vector<Supervised> supervised;
     bool failed = false;
 };
 
-// What the supervisors that the walk created have read, and the latest of each name.
+// What the supervisors that the walk created have read, and the latest one of each name.
 std::vector<Supervised> created;
 std::map<std::string, ChildProc const*> latest;
 
-// Returns what `read` returns, or nothing if it throws an error that may be thrown.
+// Returns what `read` returns; no value if it throws an error that it may throw.
 template <typename Read>
 auto Result(Read const& read) -> std::optional<decltype(read())> {
     try {
@@ -180,7 +181,7 @@ Walk WalkModel(Json::Value const& list) {
     return walk;
 }
 
-// Returns nothing if the text is not JSON.
+// Parses the text; returns no value if it is not JSON.
 std::optional<Json::Value> Parsed(std::string const& text) {
     Json::Value value;
     auto const parse = [&] { return Json::Reader().parse(text, value, false); };
@@ -188,7 +189,8 @@ std::optional<Json::Value> Parsed(std::string const& text) {
                                          : std::nullopt;
 }
 
-// Left out: items with so many arguments that all they show is how long that takes.
+// Returns true for a list that is left out: an item has so many arguments that reading
+// them takes too long.
 bool IsTooMuch(Json::Value const& list) {
     if (!list.isObject()) {
         return false;
@@ -222,7 +224,7 @@ Outcome OutcomeOf(Walk const& walk) {
     return aborts ? Outcome::Aborts : Outcome::Runs;
 }
 
-// Says whether a finding of one of these kinds is about an item that is supervised.
+// Returns true if there is an error of one of these kinds.
 bool HasFinding(CheckResult const& result, std::vector<std::string> const& kinds) {
     return std::any_of(kinds.begin(), kinds.end(), [&result](std::string const& kind) {
         return result.findings.Counts().count({kind, Severity::Error}) != 0;

@@ -131,7 +131,7 @@ Placed Expected(std::string const& content, Query const& query) {
     return placed;
 }
 
-// The buffer has nothing behind it, so that a sanitizer sees who writes on.
+// Nothing stands after the buffer, so that a sanitizer sees a write past its end.
 Placed Read(std::string const& content, Query const& query) {
     std::string const untouched = UntouchedBuffer(query);
     std::vector<char> buffer(untouched.begin(), untouched.end());

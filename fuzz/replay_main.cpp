@@ -1,9 +1,10 @@
-// Runs a fuzzer on every file of the folder that is named, where there is no libFuzzer:
+// Runs a fuzzer on every file of a folder, where there is no libFuzzer:
 //
 //   fuzz_wildcard fuzz/corpus/wildcard
 //
-// Exit code: 0 if the fuzzer has nothing to say against any of them, 1 if there is no
-// file. A defect ends the process abnormally, behind a line with the file's name.
+// Exit code: 0 if the fuzzer finds no defect in any of them, 1 if there is no file.
+// Prints the name of each file. A defect ends the process abnormally, so the last name is
+// that of the file that shows it.
 
 #include <algorithm>
 #include <cstdio>
@@ -27,7 +28,8 @@ std::vector<std::filesystem::path> FilesIn(std::filesystem::path const& folder) 
     return files;
 }
 
-// The fuzzer gets bytes with nothing around them, so that a sanitizer sees who reads on.
+// Nothing stands after the fuzzer's bytes, so that a sanitizer sees a read past their
+// end.
 void Replay(std::filesystem::path const& file) {
     std::ifstream in(file, std::ios::binary);
     std::string const content{std::istreambuf_iterator<char>(in), {}};

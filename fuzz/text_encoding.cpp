@@ -14,7 +14,7 @@
 
 namespace {
 
-// Returns what `convert` returns, or nothing if it throws what it should.
+// Returns what `convert` returns; no value if it throws what it should.
 template <typename Convert>
 auto Result(Convert const& convert, char const* message)
     -> std::optional<decltype(convert())> {
@@ -34,7 +34,7 @@ std::optional<std::string> Encoded(std::wstring const& text) {
     return Result([&] { return ws2s(text); }, "wstring_convert: to_bytes error");
 }
 
-// Encoded from a copy with nothing behind the terminator, so that a sanitizer sees who
+// Encodes a copy with nothing after the terminator, so that a sanitizer sees who
 // reads on.
 std::optional<std::string> EncodedUpToNul(std::wstring const& text) {
     std::vector<wchar_t> const copy(text.c_str(), text.c_str() + text.size() + 1);

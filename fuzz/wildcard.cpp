@@ -22,7 +22,7 @@ bool IsMatched(wchar_t const* expression, wchar_t const* name, bool ignore_case)
     return IsNameInExpression(expression, name, ignore_case);
 }
 
-// A copy with nothing behind the terminator, so that a sanitizer sees who reads on.
+// A copy with nothing after the terminator, so that a sanitizer sees a read past its end.
 template <typename Text>
 std::vector<typename Text::value_type> ExactCopy(Text const& text) {
     return {text.c_str(), text.c_str() + text.size() + 1};

@@ -1,9 +1,9 @@
-// Whether this program runs where its kills reach nothing but what it started itself.
+// Whether the signals of this program reach only processes that it started itself.
 
 #ifndef HARNESS_CONTAINMENT_H
 #define HARNESS_CONTAINMENT_H
 
-// Says whether this process runs inside tests/support/contained.
+// Returns true if this process runs inside tests/support/contained.
 bool IsContained();
 
 #endif

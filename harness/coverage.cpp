@@ -1,6 +1,6 @@
 // Part of every program of the coverage build: saves the counters of processes that end
-// without an ordinary exit. (Before execv the compiler saves them. Those of a process
-// that SIGKILL ends are lost.)
+// without an ordinary exit. (Before execv, the compiler saves them. If SIGKILL ends a
+// process, its counters are lost.)
 
 #include <cstdlib>
 #include <exception>
@@ -9,7 +9,7 @@ extern "C" void __gcov_dump();
 
 namespace {
 
-// What an uncaught exception leads to.
+// An uncaught exception leads here.
 [[noreturn]] void SaveAndAbort() {
     __gcov_dump();
     std::abort();
@@ -19,7 +19,7 @@ namespace {
 
 }  // namespace
 
-// The linker puts these in the place of _exit.
+// The linker replaces _exit by these.
 extern "C" [[noreturn]] void __real__exit(int status);
 
 extern "C" [[noreturn]] void __wrap__exit(int status) {

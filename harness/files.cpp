@@ -40,8 +40,8 @@ void WriteFile(std::filesystem::path const& file, std::string const& content) {
 std::string ReadFile(std::filesystem::path const& file) {
     std::ifstream in(file, std::ios::binary);
     std::ostringstream out;
-    // Unlike the stream's iterators this throws nothing if the file is one of /proc whose
-    // process ends meanwhile.
+    // Unlike the stream's iterators this does not throw if the file is one of /proc and
+    // its process ends meanwhile.
     out << in.rdbuf();
     return out.str();
 }

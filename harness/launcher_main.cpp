@@ -1,4 +1,5 @@
-// The launcher, made of the sources that the tests link, whose main has another name.
+// The main of a launcher that is made of the sources that tests link: there main has
+// another name.
 
 int launcher_main(int argc, char** argv);
 

@@ -9,7 +9,7 @@
 
 namespace {
 
-std::string RecordOfRunningUser(std::string const& home, std::string const& user) {
+std::string EntryOfRunningUser(std::string const& home, std::string const& user) {
     return user + ":x:" + std::to_string(getuid()) + ":" + std::to_string(getgid()) +
            "::" + home + ":/bin/sh\n";
 }
@@ -18,7 +18,8 @@ std::string RecordOfRunningUser(std::string const& home, std::string const& user
 
 PasswdEntry::Mount::Mount(std::string const& file, char const* where) : place(where) {
     if (std::getenv("CONTAINED_FROM") == nullptr) {
-        throw std::logic_error("a passwd record is mounted inside the containment only");
+        throw std::logic_error(
+            "a passwd entry can only be mounted inside tests/support/contained");
     }
     MountFile(file, place);
 }
@@ -28,14 +29,14 @@ PasswdEntry::Mount::~Mount() {
 }
 
 PasswdEntry::PasswdEntry(std::string const& home, std::string const& user)
-    : PasswdEntry(Records{RecordOfRunningUser(home, user)}) {}
+    : PasswdEntry(Entries{EntryOfRunningUser(home, user)}) {}
 
 PasswdEntry PasswdEntry::None() {
-    return PasswdEntry(Records{""});
+    return PasswdEntry(Entries{""});
 }
 
-PasswdEntry::PasswdEntry(Records const& records)
+PasswdEntry::PasswdEntry(Entries const& entries)
     : sources(directory.Write("nsswitch.conf", "passwd: files\n"), "/etc/nsswitch.conf"),
-      users(directory.Write("passwd", records.text), "/etc/passwd") {}
+      users(directory.Write("passwd", entries.text), "/etc/passwd") {}
 
 PasswdEntry::~PasswdEntry() = default;

@@ -1,9 +1,9 @@
-// The user's record as the C library finds it: a test says what is in it.
+// The user's passwd entry as the C library finds it: a test decides what is in it.
 //
-//   PasswdEntry const record("/home/of/the/test", "alice");
+//   PasswdEntry const entry("/home/of/the/test", "alice");
 //   getpwuid(getuid())->pw_dir  -> "/home/of/the/test", here and in programs started now
 //
-// For programs that run inside tests/support/contained only, whose mounts are their own.
+// Only for programs that run inside tests/support/contained, whose mounts are their own.
 
 #ifndef HARNESS_PASSWD_ENTRY_H
 #define HARNESS_PASSWD_ENTRY_H
@@ -12,16 +12,16 @@
 
 #include "harness/files.h"
 
-// Stands in for the system's users as long as it lives; then they are back. Objects that
-// live at the same time are destroyed in the reverse order of their making.
+// Replaces the system's users as long as it lives. Objects that live at the same time are
+// destroyed in the reverse order of their making.
 class PasswdEntry {
   public:
-    // The only record is that of the running user, with this home directory and login
-    // name, in which there is no ":". Throws std::logic_error outside the containment,
-    // and std::system_error if the file cannot be mounted.
+    // The only entry is that of the running user, with this home directory and login
+    // name, neither with a ":" in it. Throws std::logic_error outside
+    // tests/support/contained, and std::system_error if the file cannot be mounted.
     explicit PasswdEntry(std::string const& home, std::string const& user = "root");
 
-    // No user has a record.
+    // No user has an entry.
     static PasswdEntry None();
 
     ~PasswdEntry();
@@ -29,8 +29,8 @@ class PasswdEntry {
     PasswdEntry& operator=(PasswdEntry const&) = delete;
 
   private:
-    // A file mounted in the place of another. The file must stay as long as the mount, or
-    // a second mount cannot be laid over it.
+    // A file mounted on another. The file must stay as long as the mount, or a second one
+    // cannot be mounted on it.
     class Mount {
       public:
         Mount(std::string const& file, char const* place);
@@ -42,10 +42,10 @@ class PasswdEntry {
         char const* place;
     };
 
-    struct Records {
+    struct Entries {
         std::string text;
     };
-    explicit PasswdEntry(Records const& records);
+    explicit PasswdEntry(Entries const& entries);
 
     TempDirectory const directory;
     Mount const sources;

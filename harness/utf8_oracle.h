@@ -1,8 +1,8 @@
-// A strict UTF-8 decoder, written apart from the one under test and to be compared with
-// it: it looks every sequence up in the table of well-formed ones.
+// A strict UTF-8 decoder, to compare the product's with. It is written in another way: it
+// looks up every sequence in the table of well-formed ones.
 //
 //   DecodeUtf8Strictly("\xC3\xA9")  -> L"\u00E9"
-//   DecodeUtf8Strictly("\xC3")      -> nothing
+//   DecodeUtf8Strictly("\xC3")      -> no value
 
 #ifndef HARNESS_UTF8_ORACLE_H
 #define HARNESS_UTF8_ORACLE_H
@@ -34,7 +34,7 @@ inline constexpr Utf8SequenceForm kUtf8SequenceForms[] = {
     {4, {{0xF4, 0xF4}, {0x80, 0x8F}, {0x80, 0xBF}, {0x80, 0xBF}}},
 };
 
-// Returns the form of the sequence that `text` has at `position`, null if it is none.
+// Returns the form of the sequence in `text` at `position`; null if it has none of them.
 inline Utf8SequenceForm const* FindUtf8SequenceForm(std::string const& text,
                                                     std::size_t position) {
     for (Utf8SequenceForm const& form : kUtf8SequenceForms) {
@@ -54,8 +54,8 @@ inline Utf8SequenceForm const* FindUtf8SequenceForm(std::string const& text,
     return nullptr;
 }
 
-// Returns the code points of `text`, one per element, or nothing if any part of it is
-// not well-formed.
+// Returns the code points of `text`, one per element; no value if any part of it is not
+// well-formed.
 inline std::optional<std::wstring> DecodeUtf8Strictly(std::string const& text) {
     unsigned const lead_bits[] = {0, 7, 5, 4, 3};  // by the length of the sequence
     std::wstring decoded;

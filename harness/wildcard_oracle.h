@@ -2,10 +2,9 @@
 //
 //   WildcardOracle<char>("archive.tar.txt", false).Matches("<.txt")  -> true
 //
-// It works in another way: it does not try one way after the other, but follows all of
-// them at once. It walks through the expression a single time and keeps the set of the
-// positions in the name that some way of matching can have reached. Its time is therefore
-// linear in the expression, however many stars that has.
+// It works differently: it walks through the expression once, and keeps the set of the
+// positions in the name that any way of matching can have reached. So its time is linear
+// in the expression, however many stars that has.
 
 #ifndef HARNESS_WILDCARD_ORACLE_H
 #define HARNESS_WILDCARD_ORACLE_H
@@ -22,7 +21,7 @@ class WildcardOracle {
     using Text = std::basic_string<Char>;
 
     // A set of positions, one bit for each: from 0, the start of the name, to its length,
-    // the end; and one more for all that lies behind the end.
+    // the end; and one more for all positions after the end.
     using Positions = std::uint64_t;
 
     static constexpr std::size_t kLongestName = 62;
@@ -31,8 +30,8 @@ class WildcardOracle {
     // std::length_error if it has more.
     WildcardOracle(Text matched_name, bool ignore_case)
         : name(std::move(matched_name)),
-          lastDot(name.rfind('.')),
-          ignoreCase(ignore_case) {
+          last_dot(name.rfind('.')),
+          ignores_case(ignore_case) {
         if (name.size() > kLongestName) {
             throw std::length_error("WildcardOracle");
         }
@@ -60,18 +59,18 @@ class WildcardOracle {
             }
         }
         bool const is_wildcard = c == '*' || c == '<' || c == '"' || c == '?' || c == '>';
-        return next | (is_wildcard ? reached & Behind() : 0);
+        return next | (is_wildcard ? reached & AfterEnd() : 0);
     }
 
-    // Says whether the name matches an expression that has led to `reached`, with nothing
-    // but a star to come or with nothing to come.
+    // Returns true if the name matches an expression that has led to `reached`, of which
+    // only a star, or nothing, is still to come.
     bool IsMatch(Positions reached, bool star_to_come) const {
         return star_to_come ? reached != 0 : (reached & At(name.size())) != 0;
     }
 
   private:
     static Positions At(std::size_t p) { return Positions(1) << p; }
-    Positions Behind() const { return At(name.size() + 1); }
+    Positions AfterEnd() const { return At(name.size() + 1); }
     static Positions FromTo(std::size_t first, std::size_t last) {
         Positions const up_to_last = (At(last) - 1) | At(last);
         return up_to_last & ~(At(first) - 1);
@@ -80,19 +79,19 @@ class WildcardOracle {
     // What one character of the expression makes of the position `p`.
     Positions AfterOne(std::size_t p, Char c) const {
         bool const at_dot = p < name.size() && name[p] == '.';
-        bool const dot_ahead = lastDot != Text::npos && lastDot >= p;
+        bool const dot_ahead = last_dot != Text::npos && last_dot >= p;
         switch (c) {
             case '*':
                 return FromTo(p, name.size());
             case '<':
                 if (dot_ahead) {
-                    return FromTo(p, lastDot);
+                    return FromTo(p, last_dot);
                 }
                 return p == 0 ? At(p) : FromTo(p, name.size());
             case '"':
                 return At(at_dot ? p + 1 : p);
             case '>':
-                return At(at_dot && p == lastDot ? p : p + 1);
+                return At(at_dot && p == last_dot ? p : p + 1);
             case '?':
                 return At(p + 1);
             default:
@@ -103,7 +102,7 @@ class WildcardOracle {
     bool Same(Char a, Char b) const {
         static char const lower[] = "abcdefghijklmnopqrstuvwxyz";
         static char const upper[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZ";
-        for (std::size_t i = 0; ignoreCase && i < 26; ++i) {
+        for (std::size_t i = 0; ignores_case && i < 26; ++i) {
             if ((a == lower[i] && b == upper[i]) || (a == upper[i] && b == lower[i])) {
                 return true;
             }
@@ -112,8 +111,8 @@ class WildcardOracle {
     }
 
     Text const name;
-    std::size_t const lastDot;  // npos if there is none
-    bool const ignoreCase;
+    std::size_t const last_dot;  // or npos
+    bool const ignores_case;
 };
 
 #endif

@@ -1,5 +1,5 @@
-// A program with a function of its own that is called trim, as many have one: the JSON
-// writer and the INI reader go on with theirs.
+// Many programs have a function of their own that is called trim, as this one has. The
+// JSON writer and the INI reader must still use the library's.
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,7 @@
-// What the launcher does while it starts and stops, told by the calls that it makes.
+// A trace of the calls that the launcher makes while it starts and stops.
 //
-// A program that links traced_launcher.cpp beside the launcher's sources notes these
-// calls, and makes them as before, in a file that the test shares with it and that
-// outlives it:
+// traced_launcher.cpp, linked with the launcher's sources, makes each of these calls and
+// notes it in a file. The test reads the file, also after the launcher has ended:
 //
 //   CallTrace const trace(file);
 //   setenv(CallTrace::kVariable, file.c_str(), 1);
@@ -37,18 +36,18 @@ enum class CallKind {
 
 constexpr long kItself = 1;
 
-// One call, or the return from it.
+// One call, or the return from one.
 struct TracedCall {
     CallKind kind = CallKind::kNone;
     pid_t thread = 0;
     long value = 0;
-    bool inside_fork = false;  // the thread was interrupted in the midst of fork
+    bool inside_fork = false;  // a signal interrupted the thread in fork
 };
 
 // Returns the call in words.
 std::string Describe(TracedCall const& call);
 
-// The shared file's content. A slot counts once its kind is set.
+// The content of the file. A slot counts once its kind is set.
 struct TraceSlots {
     static constexpr unsigned kCount = 16384;
     struct Slot {
@@ -73,7 +72,7 @@ class CallTrace {
     CallTrace(CallTrace const&) = delete;
     CallTrace& operator=(CallTrace const&) = delete;
 
-    // Returns what was noted so far, in order.
+    // Returns the calls so far, in order.
     std::vector<TracedCall> Calls() const;
 
   private:

@@ -1,8 +1,7 @@
-// The calls that a supervisor makes, in their order. This program stands in for the calls
-// of the system: it notes each of them and makes it. Only a signal to an id of 0 or below
-// is not sent, and a forked child cannot fork again.
+// The calls that a supervisor makes, in order. This program replaces the system's calls:
+// it notes each of them and makes it. But it sends no signal to an id of 0 or below, and
+// a forked child cannot fork again.
 
-#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
@@ -29,6 +28,7 @@
 #include "harness/system.h"
 #include "harness/wait_for.h"
 #include "launcher/child_proc.h"
+#include "tests/support/next_function.h"
 
 namespace {
 
@@ -37,8 +37,8 @@ using testing::EndsWith;
 using testing::MatchesRegex;
 using testing::StartsWith;
 
-// Calls by this process and by what it forks, in memory that they share. To note a call
-// takes no lock and no other memory: a forked child may note one at any time.
+// Calls of this process and of its forked children, in memory that they share. Noting a
+// call takes no lock and no other memory, so a forked child may note one at any time.
 struct Notes {
     static constexpr unsigned kCount = 4096;
     struct Note {
@@ -72,7 +72,7 @@ void NoteV(char const* format, va_list arguments) {
     va_end(arguments);
 }
 
-// Says whether the calling thread is the one that runs the tests.
+// Returns whether the calling thread is the one that runs the tests.
 bool IsTestThread() {
     return getpid() == test_process && CurrentThread() == test_process;
 }
@@ -91,7 +91,7 @@ class NotingLog final : public ILog {
 
 NotingLog noting_log;
 
-// How the calls behave besides; all is as usual at first.
+// How the calls behave; as usual at first.
 std::atomic<bool> refuse_fork = false;
 std::atomic<bool> started_thread_comes_first = false;
 std::atomic<int> ended_threads = 0;
@@ -103,7 +103,7 @@ struct ThreadBody {
     void* argument;
 };
 
-void* RunBehindGate(void* argument) {
+void* RunAfterGate(void* argument) {
     ThreadBody const thread = *static_cast<ThreadBody*>(argument);
     delete static_cast<ThreadBody*>(argument);
     { std::lock_guard<std::mutex> const lock(start_gate); }
@@ -112,12 +112,7 @@ void* RunBehindGate(void* argument) {
     return result;
 }
 
-template <typename Function>
-Function* Next(char const* name) {
-    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
-
-// Found before any fork: a child that looks for them would take the linker's lock.
+// Looked up before any fork: a child that looks them up would take the linker's lock.
 auto* const next_create =
     Next<int(pthread_t*, pthread_attr_t const*, void* (*)(void*), void*)>(
         "pthread_create");
@@ -142,7 +137,7 @@ int pthread_create(pthread_t* thread, pthread_attr_t const* attributes,
     }
     auto* const gated = new (std::nothrow) ThreadBody{body, argument};
     int const result =
-        gated != nullptr ? next_create(thread, attributes, RunBehindGate, gated) : EAGAIN;
+        gated != nullptr ? next_create(thread, attributes, RunAfterGate, gated) : EAGAIN;
     if (started_thread_comes_first) {
         WaitFor([] { return notes->used > 0; });
     }
@@ -217,7 +212,7 @@ class ChildCalls : public testing::Test {
     // Returns the calls of this process, in order.
     static std::vector<std::string> Calls() { return CallsOf(test_process); }
 
-    // Returns those of the process that was forked first, none before its first call.
+    // Returns those of the process that was forked first; none before its first call.
     static std::vector<std::string> CallsOfFirstChild() {
         for (unsigned i = 0; i < std::min(notes->used.load(), Notes::kCount); ++i) {
             Notes::Note const& note = notes->notes[i];
@@ -236,20 +231,20 @@ class ChildCalls : public testing::Test {
         return calls;
     }
 
-    // Returns an item named "a" whose program runs until it is killed, or the file is
-    // there.
+    // Returns an item named "a" whose program runs until it is killed, or until the file
+    // `word` exists.
     JsonObject LongItem() const { return Item("a", "--until=" + word); }
 
-    // From now on, a call that kills a program returns when the thread has ended, or has
-    // begun to start the program again; that one would end by itself.
-    void HoldUpKillUntilThePassIsOver() const {
+    // From now on, a call that kills a program only returns when the thread has ended, or
+    // has begun to start the program again. That program then ends by itself.
+    void DelayKillUntilThePassIsOver() const {
         after_kill = [this] {
             EXPECT_TRUE(WaitFor([] { return ended_threads == 1 || CountStarts() == 2; }));
             WriteFile(word, "");
         };
     }
 
-    // Forgets the calls; none may be made meanwhile.
+    // Forgets the calls. None may be made meanwhile.
     static void Forget() {
         for (Notes::Note& note : notes->notes) {
             note.is_complete = false;
@@ -368,7 +363,7 @@ TEST_F(ChildCalls, TheThreadMayRunBeforeItsConstructorReturns) {
 TEST_F(ChildCalls, DestructionIsKnownToTheThreadBeforeTheProgramIsKilled) {
     auto child = std::make_unique<ChildProc>("test", LongItem());
     WaitForCalls(3);
-    HoldUpKillUntilThePassIsOver();
+    DelayKillUntilThePassIsOver();
     child.reset();
     EXPECT_THAT(Calls(),
                 ElementsAre("log 1 [LAUNCHER  ] Start to fork a", "fork", "waitpid",
@@ -378,7 +373,7 @@ TEST_F(ChildCalls, DestructionIsKnownToTheThreadBeforeTheProgramIsKilled) {
 TEST_F(ChildCalls, AStopIsKnownToTheThreadBeforeTheProgramIsKilled) {
     ChildProc child("test", LongItem());
     WaitForCalls(3);
-    HoldUpKillUntilThePassIsOver();
+    DelayKillUntilThePassIsOver();
     child.Stop();
     EXPECT_EQ(CountStarts(), 1U);
 }

@@ -217,11 +217,11 @@ TEST_F(ChildProcTest, DestructionTakesThePauseOfFiftyMilliseconds) {
 }
 
 TEST_F(ChildProcTest, DestructionBeforeTheFirstForkKillsTheProcessGroup) {
-    log.HoldUp("Start to fork");
+    log.Block("Start to fork");
     // The program ends by itself: nobody knows its id to kill it.
     auto child = std::make_unique<ChildProc>(
         "test", Item(R"("argc": 1, "args": {"0": "--exit=0"})"));
-    log.WaitUntilOneIsHeldUp();
+    log.WaitUntilOneIsBlocked();
     std::future<void> const destroyed =
         std::async(std::launch::async, [&child] { child.reset(); });
     std::vector<std::pair<pid_t, int>> kills;
@@ -230,7 +230,7 @@ TEST_F(ChildProcTest, DestructionBeforeTheFirstForkKillsTheProcessGroup) {
         return !kills.empty();
     }));
     EXPECT_THAT(kills, ElementsAre(Pair(0, SIGKILL)));
-    log.LetPass();
+    log.Unblock();
     destroyed.wait();
     // The pass that had begun was finished, and was the last.
     EXPECT_THAT(StartsIn(directory.Path()), SizeIs(1));
@@ -238,14 +238,14 @@ TEST_F(ChildProcTest, DestructionBeforeTheFirstForkKillsTheProcessGroup) {
 }
 
 TEST_F(ChildProcTest, StopKillsTheProgramAndEndsTheSupervisionWithoutWaiting) {
-    log.HoldUp("is killed");
+    log.Block("is killed");
     ChildProc child("test", Item());
     pid_t const program = WaitForStarts(1)[0].pid;
-    // The thread is held up, so a Stop that waited for it would not return.
+    // The thread is blocked, so a Stop that waited for it would not return.
     child.Stop();
     EXPECT_TRUE(WaitFor([program] { return IsGone(program); }));
-    log.WaitUntilOneIsHeldUp();
-    log.LetPass();
+    log.WaitUntilOneIsBlocked();
+    log.Unblock();
     EXPECT_EQ(WaitForEnd(), Killed("a", program, 9));
 }
 

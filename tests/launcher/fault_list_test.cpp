@@ -1,4 +1,4 @@
-// Launch lists that are not what they should be.
+// Launch lists that are wrong, or unusual.
 
 #include <fcntl.h>
 #include <sys/ioctl.h>
@@ -22,14 +22,15 @@ using testing::SizeIs;
 
 class FaultList : public LauncherTest {
   protected:
-    // Waits until the launcher's main thread is in a system call that does this.
+    // Waits until the launcher's main thread is in a system call for which `does` is
+    // true.
     bool WaitUntilIt(bool (*does)(SystemCall const&)) const {
         return WaitFor(
             [&] { return does(SystemCallOf(launcher->Pid(), launcher->Pid())); });
     }
 
-    // Expects that the launcher does not take the list that it was started with.
-    void ExpectThatItSaysItsLineAndEndsWithZero() {
+    // Expects that the launcher refuses the list that it was started with.
+    void ExpectThatItLogsItsLineAndEndsWithZero() {
         EXPECT_EQ(launcher->WaitForEnd(), "exit 0");
         EXPECT_THAT(Messages("ERROR"),
                     ElementsAre("[LAUNCHER  ] Error while parsing saved json string."));
@@ -40,7 +41,7 @@ class FaultList : public LauncherTest {
 
 using FaultUnreadableList = LimitedLauncherTest;
 
-TEST_F(FaultUnreadableList, EndsItWithZeroInSilence) {
+TEST_F(FaultUnreadableList, SilentlyEndsItWithZero) {
     WriteFile(list_file, "");
     std::filesystem::permissions(list_file, std::filesystem::perms(0600));
     StartLimited(ListText({Item("a")}), 20);
@@ -74,7 +75,7 @@ TEST_F(FaultList, AFifoIsWaitedForAndReadUntilItsWriterCloses) {
 
 // ThreadSanitizer installs handlers that interrupt system calls for good.
 #if !UNDER_TSAN
-// Says whether a SIGTERM was sent to the process and has not arrived.
+// Returns whether a SIGTERM was sent to the process and has not arrived.
 bool HasPendingSigterm(pid_t pid) {
     unsigned long const pending =
         std::stoul(ProcValue(pid, "status", "ShdPnd"), nullptr, 16);
@@ -97,7 +98,7 @@ TEST_F(FaultList, AFifoIsWaitedForThroughASigterm) {
 }
 #endif
 
-TEST_F(FaultList, AFifoWhoseWriterWritesNothingEndsItWithZeroInSilence) {
+TEST_F(FaultList, AFifoWhoseWriterWritesNothingSilentlyEndsItWithZero) {
     ASSERT_EQ(mkfifo(list_file.c_str(), 0666), 0);
     StartWith({"test", list_file});
     close(open(list_file.c_str(), O_WRONLY | O_CLOEXEC));
@@ -120,11 +121,11 @@ TEST_F(FaultList, AHundredMegabytesAreRead) {
 
 TEST_F(FaultList, AHundredMegabytesThatAreNoJsonEndItWithZero) {
     Start(HundredMegabytes());
-    ExpectThatItSaysItsLineAndEndsWithZero();
+    ExpectThatItLogsItsLineAndEndsWithZero();
 }
 
-// Returns a list whose item holds so many arrays, each in the one before, that with the
-// list and the item there are `levels`.
+// Returns a list of `levels` levels: the list, its item, and arrays, each in the one
+// before.
 std::string NestedList(std::string item, std::size_t levels) {
     item.insert(1, R"("deep": )" + std::string(levels - 2, '[') +
                        std::string(levels - 2, ']') + ", ");
@@ -139,7 +140,7 @@ TEST_F(FaultList, AThousandLevelsAreRead) {
 
 TEST_F(FaultList, AThousandAndOneLevelsEndItWithZero) {
     Start(NestedList(Item("a"), 1001));
-    ExpectThatItSaysItsLineAndEndsWithZero();
+    ExpectThatItLogsItsLineAndEndsWithZero();
 }
 
 TEST_F(FaultList, BytesThatAreNoUtf8ArePassedOnAsTheyAre) {
@@ -155,7 +156,7 @@ TEST_F(FaultList, BytesThatAreNoUtf8ArePassedOnAsTheyAre) {
 
 TEST_F(FaultList, ByteOrderMarksOfUtf16EndItWithZero) {
     Start("\xFF\xFE" + ListText({Item("a")}));
-    ExpectThatItSaysItsLineAndEndsWithZero();
+    ExpectThatItLogsItsLineAndEndsWithZero();
 }
 
 TEST_F(FaultList, Utf16EndsItWithZero) {
@@ -165,7 +166,7 @@ TEST_F(FaultList, Utf16EndsItWithZero) {
         wide += '\0';
     }
     Start(wide);
-    ExpectThatItSaysItsLineAndEndsWithZero();
+    ExpectThatItLogsItsLineAndEndsWithZero();
 }
 
 TEST_F(FaultList, OfTwoMembersWithTheSameKeyTheLaterOneCounts) {

@@ -1,5 +1,5 @@
-// Programs that vanish, change, do not obey, or go their own ways; and signals that reach
-// more than the launcher, or leave it no time.
+// Programs that are deleted, replaced, ignore signals, stop themselves or fork; and
+// signals that reach more than the launcher, or that it cannot handle.
 
 #include <unistd.h>
 
@@ -24,7 +24,7 @@ using testing::SizeIs;
 
 using FaultDeletedProgram = LimitedLauncherTest;
 
-TEST_F(FaultDeletedProgram, MakesAChainFromItsEndOnWhoseLastLinkRunsItOnceItIsBack) {
+TEST_F(FaultDeletedProgram, MakesAChainWhoseLastLinkRunsItOnceItIsBack) {
     StartLimited(ListText({Item("a")}), 200);
     pid_t const first = WaitForStarts(1)[0].pid;
     std::filesystem::path const aside = directory.Path() / "aside";
@@ -44,7 +44,7 @@ TEST_F(FaultDeletedProgram, MakesAChainFromItsEndOnWhoseLastLinkRunsItOnceItIsBa
     EXPECT_EQ(ParentOf(chain[0]), launcher->Pid());
     EXPECT_EQ(again.parent, chain[chain.size() - 2]);
     EXPECT_EQ(again.pid, chain.back());
-    // A stop reaches the first link alone; the others and the program are not stopped.
+    // A stop only reaches the first link; the others and the program run on.
     EXPECT_EQ(Stop(), "exit 1");
     EXPECT_THAT(LinksAndPrograms(),
                 testing::ElementsAreArray(chain.begin() + 1, chain.end()));
@@ -65,7 +65,7 @@ class FaultProgram : public LauncherTest {
         std::filesystem::permissions(file, std::filesystem::perms(0755));
     }
 
-    // Waits until a program that ends all the time was started three times more.
+    // Waits until a program that ends at once was started three more times.
     void WaitForThreeStartsOf(std::string const& tag) const {
         WaitForStarts(Starts(tag).size() + 3, tag);
     }
@@ -116,7 +116,7 @@ TEST_F(FaultProgram, OneThatIgnoresEverySignalRunsOnUntilTheStopKillsIt) {
     EXPECT_THAT(Starts("deaf"), SizeIs(1));
 }
 
-TEST_F(FaultProgram, OneThatStopsItselfIsLeftInPeaceAndGoesOnWhenItIsContinued) {
+TEST_F(FaultProgram, OneThatStopsItselfIsLeftAloneAndRunsOnAfterSigcont) {
     Start(
         ListText({Item("a", {"--raise=19", "a"}), Item("clock", {"--exit=0", "clock"})}));
     pid_t const program = WaitForStarts(1, "a")[0].pid;
@@ -185,7 +185,7 @@ TEST_F(FaultSignal, SigkillOfTheLauncherLeavesItsProgramsRunningAndTheNextOneSta
     EXPECT_THAT(system_log.Received(), IsEmpty());
 }
 
-// Main takes whatever wakes it for its stop; on Linux this does not.
+// Any wake-up of main is a stop. On Linux, SIGCONT does not wake it.
 TEST_F(FaultSignal, SigstopAndSigcontLetTheLauncherWaitOn) {
     Start(ListText({Item("a")}));
     pid_t const program = WaitForStarts(1)[0].pid;
@@ -215,7 +215,7 @@ TEST_F(FaultSignal, SigtermToTheWholeProcessGroupStopsTheLauncherAndItsProgram) 
     ASSERT_TRUE(WaitFor([this] {
         return WaitsForThread(SystemCallOf(launcher->Pid(), launcher->Pid()));
     }));
-    ASSERT_TRUE(gate.WaitUntilHeldUp(launcher->Pid(), 1));
+    ASSERT_TRUE(gate.WaitUntilBlocked(launcher->Pid(), 1));
     EXPECT_TRUE(IsGone(program));
     gate.Open();
     EXPECT_EQ(launcher->WaitForEnd(), "exit 1");

@@ -1,5 +1,5 @@
-// The launcher where the system refuses it something: processes, threads, descriptors,
-// the place for its log.
+// The launcher when the system refuses it something: processes, threads, descriptors, or
+// a place for its log.
 
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -82,7 +82,7 @@ TEST_F(FaultNoTask, WithoutAThreadItSaysItsLineStopsWhatItStartedAndEndsWithZero
     // the program runs.
     StartLimited(ListText({Item("a"), "{}", Item("c"), Item("d")}), 3);
     pid_t const program = WaitForStarts(1)[0].pid;
-    ASSERT_TRUE(gate.WaitUntilHeldUp(launcher->Pid(), 1));
+    ASSERT_TRUE(gate.WaitUntilBlocked(launcher->Pid(), 1));
     gate.Open();
     EXPECT_EQ(launcher->WaitForEnd(), "exit 0");
     EXPECT_THAT(LinksAndPrograms(), IsEmpty());
@@ -97,8 +97,8 @@ TEST_F(FaultNoTask, WithoutAThreadItSaysItsLineStopsWhatItStartedAndEndsWithZero
 
 class FaultNoDescriptor : public LauncherTest {
   protected:
-    // Runs main in a forked copy of the test that has no descriptor to be had: a program
-    // could not be loaded there.
+    // Runs main in a forked copy of the test that may open no descriptor: a program could
+    // not be loaded there.
     std::string RunMainWithoutDescriptors(std::vector<std::string> arguments) {
         Process process([&arguments] {
             rlimit const none = {0, 0};
@@ -114,7 +114,7 @@ class FaultNoDescriptor : public LauncherTest {
     }
 };
 
-TEST_F(FaultNoDescriptor, BesideItsStandardStreamsTheSystemCannotLoadIt) {
+TEST_F(FaultNoDescriptor, WithOnlyItsStandardStreamsTheSystemCannotLoadIt) {
     rlimit const three = {3, 3};
     Start(ListText({Item("a")}), [&three] { setrlimit(RLIMIT_NOFILE, &three); });
     EXPECT_EQ(launcher->WaitForEnd(), "exit 127");
@@ -123,7 +123,7 @@ TEST_F(FaultNoDescriptor, BesideItsStandardStreamsTheSystemCannotLoadIt) {
     EXPECT_THAT(system_log.Received(), IsEmpty());
 }
 
-// Without a descriptor of its own a sanitizer goes round in circles.
+// Without a descriptor of its own, a sanitizer never ends.
 #if !UNDER_ASAN && !UNDER_TSAN
 TEST_F(FaultNoDescriptor, InPlaceOfItsStandardStreamsItRunsWithoutALog) {
     Start(ListText({RestlessItem("a"), Item("b", {"--hold", "b"})}), [] {
@@ -170,7 +170,7 @@ TEST_F(FaultNoDescriptor, AfterTheListIsOpenItFindsNeitherItsConfigurationNorIts
 }
 #endif
 
-TEST_F(FaultNoDescriptor, AtTheStartItEndsWithZeroInSilence) {
+TEST_F(FaultNoDescriptor, AtTheStartItSilentlyEndsWithZero) {
     WriteFile(list_file, ListText({Item("a")}));
     EXPECT_EQ(RunMainWithoutDescriptors({"launcher", "test", list_file}), "exit 0");
     // The event about the arguments needs one too.
@@ -180,14 +180,14 @@ TEST_F(FaultNoDescriptor, AtTheStartItEndsWithZeroInSilence) {
     EXPECT_THAT(system_log.Received(), IsEmpty());
 }
 
-// The log of a launcher that runs, and whose program ends all the time.
+// The log of a launcher that runs, and whose program ends at once, over and over.
 class FaultNoLog : public LauncherTest {
   protected:
-    // Waits until the program was started three times more.
+    // Waits until the program was started three more times.
     void WaitForThreeStarts() const { WaitForStarts(Starts().size() + 3); }
 
-    // Runs the launcher with a log that works, works no longer after `break_log`, and
-    // works again after `mend_log`.
+    // Runs the launcher with a log that works, fails after `break_log`, and works again
+    // after `mend_log`.
     template <typename Break, typename Mend>
     void ExpectThatItRunsOnWithoutItsLog(Break break_log, Mend mend_log) {
         // The long name fills disks.

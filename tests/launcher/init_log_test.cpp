@@ -1,4 +1,4 @@
-// What InitLog asks of the logging library: this program stands in for the library.
+// What InitLog asks of the logging library, which this program replaces.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -18,7 +18,7 @@ using testing::ElementsAre;
 using testing::EndsWith;
 using testing::IsEmpty;
 
-// What the library returns, and what it was asked, in order.
+// What the library returns, and its calls in order.
 struct Library {
     int init_result = 0;
     int get_result = 0;

@@ -87,7 +87,7 @@ TEST_F(ReadDataTest, AnEmptyFileIsLoggedAndLeavesTheTextAlone) {
                                  8, "[LAUNCHER  ] Size of read " + file + " is 0")));
 }
 
-// A table entry without a supervisor: what is tested here is the table.
+// Table entries without a supervisor: only the table is tested here.
 void FillTable() {
     g_child_map["a"] = nullptr;
     g_child_map["b"] = nullptr;
@@ -108,8 +108,8 @@ TEST(SigtermHandler, EmptiesTheTable) {
     EXPECT_TRUE(g_child_map.empty());
 }
 
-// Says whether `action` wakes so many threads that wait on the launcher's condition, as
-// main does.
+// Returns whether `action` wakes so many threads that wait on the launcher's condition,
+// as main does.
 bool Wakes(int threads, std::function<void()> const& action) {
     std::atomic<int> waiting = 0;
     std::atomic<int> woken = 0;
@@ -155,7 +155,7 @@ class MainTest : public LauncherTest {
     std::string list_path = list_file;
 };
 
-// There is a program still, and there was no SIGTERM.
+// A program still runs, and there was no SIGTERM.
 TEST_F(MainTest, EndsAtTheFirstWakeUpOfAnyKind) {
     WriteFile(list_file, ListText({Item("a")}));
     Process process([this] {

@@ -1,9 +1,9 @@
 // SIGTERM at every moment of the start.
 //
-// The handler stops programs, frees memory and joins threads in signal context, on
-// whichever thread the system gives the signal to, whatever main is doing. What comes of
-// it depends on the moment. All that may come is told apart here by what the launcher was
-// seen to do, and counted.
+// The handler stops programs, frees memory and joins threads in signal context. It runs
+// on whichever thread the system gives the signal to, whatever main is doing. The outcome
+// depends on the moment. This test tells the possible outcomes apart by the trace of the
+// launcher's calls, and counts them.
 
 #include <sys/resource.h>
 #include <unistd.h>
@@ -37,24 +37,24 @@ constexpr char kEndsByDefault[] = "ended by SIGTERM before it had its handler";
 // Every program was stopped, and main was woken.
 constexpr char kEndsWithOne[] = "ended with 1";
 
-// The handler had come and gone before main waited. What it found was stopped, and the
+// The handler ran before main waited. It stopped the programs that it found, and its
 // notification was lost.
 constexpr char kNeedsSecond[] = "ended with 1 after a second SIGTERM";
 
 // A supervisor had not forked yet: its process id was 0.
 constexpr char kKillsGroup[] = "killed its own process group";
 
-// While main starts a thread it takes no signals, and another thread that comes back from
-// the midst of fork can be quicker than main at any time. The handler then runs on a
-// supervising thread. It cannot wait for its own end, which ends the launcher; ...
+// While main starts a thread, signals are blocked for it. And at any time, a supervising
+// thread that returns from fork may take the signal first. The handler then runs on that
+// thread. It cannot wait for the thread's end, so the launcher aborts; ...
 constexpr char kAborts[] = "aborted in the handler on a supervising thread";
 constexpr char kAbortsInFork[] =
     "aborted in the handler on a supervising thread inside fork";
 
-// ... inside fork that thread holds locks that the others need to end; ...
+// ... inside fork, that thread holds locks that the others need to end, so it hangs; ...
 constexpr char kHangsInFork[] = "hung in the handler on a supervising thread inside fork";
 
-// ... and main may add to the table while that thread clears it, which has no lock.
+// ... and main may add to the table while that thread clears it: the table has no lock.
 constexpr char kLosesItems[] =
     "ended with 1 and left what main was adding while the table was cleared";
 constexpr char kCrashes[] =
@@ -67,7 +67,8 @@ std::string CountOfSwitches(pid_t thread) {
            ProcValue(thread, "status", "nonvoluntary_ctxt_switches");
 }
 
-// A launcher in a session of its own, beside a process that ends with its group alone.
+// A launcher in a session of its own. With it in its process group is a process that only
+// ends if the whole group is killed.
 class TracedRun {
   public:
     TracedRun(std::vector<std::string> const& arguments,
@@ -87,8 +88,8 @@ class TracedRun {
 
     pid_t Pid() const { return launcher.Pid(); }
 
-    // Sends SIGTERM this long after the start, and another one if main is seen to need
-    // it. Returns what came of it, nothing if that is none of the above.
+    // Sends SIGTERM this long after the start, and another one if main needs it. Returns
+    // the outcome, an empty string if it is none of the above.
     std::string Stop(microseconds delay) {
         std::this_thread::sleep_until(begin + delay);
         SendSigterm();
@@ -135,7 +136,7 @@ class TracedRun {
         rlimit const no_core = {0, 0};
         setrlimit(RLIMIT_CORE, &no_core);
         setenv(CallTrace::kVariable, file.c_str(), 1);
-        // What is lost or spoilt in the table is an outcome here, and no finding.
+        // Leaks and spoilt memory in the table are outcomes here, not findings.
         char const* const options = std::getenv("ASAN_OPTIONS");
         setenv("ASAN_OPTIONS",
                (std::string(options != nullptr ? options : "") +
@@ -162,8 +163,8 @@ class TracedRun {
                           [kind](TracedCall const& call) { return call.kind == kind; }));
     }
 
-    // Returns the call by which a thread entered the handler that it has not left; one of
-    // the kind kNone if there is none.
+    // Returns the call by which a thread entered the handler that it has not left; a call
+    // of the kind kNone if no thread is in it.
     static TracedCall OpenHandler(std::vector<TracedCall> const& calls) {
         TracedCall open = {};
         for (TracedCall const& call : calls) {
@@ -177,15 +178,15 @@ class TracedRun {
         return open;
     }
 
-    // Says whether main waits though the notification is over.
+    // Returns whether main waits although the notification is over.
     bool MainWaitsInVain() const {
         return Count(trace.Calls(), CallKind::kHandlerEnds) == 1 &&
                WaitsForCondition(SystemCallOf(Pid(), Pid()));
     }
 
-    // Says whether a handler inside fork, on another thread than main, waits for a lock,
-    // or for the end of a thread that waits for one, and nothing has changed for many
-    // looks.
+    // Returns whether the launcher hangs: a handler inside fork, on a thread other than
+    // main, waits for a lock, or for the end of a thread that does, and nothing has
+    // changed in many calls of this function.
     bool IsStuckInFork() {
         std::string standstill;
         TracedCall const handler = OpenHandler(trace.Calls());
@@ -193,7 +194,7 @@ class TracedRun {
             pid_t waiting = handler.thread;
             SystemCall call = SystemCallOf(Pid(), waiting);
             if (WaitsForThread(call)) {
-                // It waits for the place where the thread's id stands to change.
+                // The third argument is the thread's id, for whose change it waits.
                 waiting = static_cast<pid_t>(call.arguments[2]);
                 call = SystemCallOf(Pid(), waiting);
             }
@@ -208,7 +209,7 @@ class TracedRun {
         return looks_at_standstill == kLooks;
     }
 
-    // Says whether main started a thread after another thread had entered the handler.
+    // Returns whether main started a thread after another thread had entered the handler.
     bool MainAddsToWhatIsCleared(std::vector<TracedCall> const& calls) const {
         auto const begins =
             std::find_if(calls.begin(), calls.end(), [this](TracedCall const& call) {
@@ -219,9 +220,9 @@ class TracedRun {
         });
     }
 
-    // Says whether the handler interrupted main between the start of an item's thread and
-    // the entry of that item in the table: it then waits for one thread less than there
-    // are.
+    // Returns whether the handler interrupted main after it had started an item's thread,
+    // but before it had put the item into the table: it then joins one thread less than
+    // there are.
     bool MainIsInterruptedWhileItAdds(std::vector<TracedCall> const& calls) const {
         int threads = 0;
         for (TracedCall const& call : calls) {
@@ -246,7 +247,7 @@ class TracedRun {
 
     std::string OutcomeOfExit(std::vector<TracedCall> const& calls) const {
         TracedCall const handler = OpenHandler(calls);
-        // Main may wake up, and end the process, before another thread has left the
+        // Main may wake up and end the process before another thread has left the
         // handler.
         if (Count(calls, CallKind::kHandlerBegins) != sigterms ||
             handler.thread == Pid()) {
@@ -309,8 +310,8 @@ class SigtermSweep : public LauncherTest {
                                    std::filesystem::copy_options::overwrite_existing);
     }
 
-    // Stops 200 launchers with this list, from 0 to 100 ms after their starts, and tells
-    // how often each thing came of it.
+    // Stops 200 launchers with this list, from 0 to 100 ms after their starts, and prints
+    // how often there was each outcome.
     void Sweep(std::string const& list) {
         WriteFile(list_file, list);
         std::vector<std::thread> lanes;

@@ -1,8 +1,7 @@
-// The calls that main makes until it has read its list, in their order. This program
-// stands in for them: it notes each of them, closes no standard stream, installs no
-// handler, and has a log already before main has one.
+// The calls that main makes until it has read its list, in order. This program replaces
+// them: it notes each of them, closes no standard stream, installs no handler, and has a
+// log before main opens one.
 
-#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <syslog.h>
@@ -18,6 +17,7 @@
 #include "harness/files.h"
 #include "launcher/main.h"
 #include "launcher/system_event.h"
+#include "tests/support/next_function.h"
 
 int launcher_main(int argc, char** argv);
 
@@ -27,7 +27,7 @@ using testing::ElementsAre;
 
 using Handler = void (*)(int);
 
-// What was called so far; null if that is of no interest.
+// The calls so far; null while none are noted.
 std::vector<std::string>* calls = nullptr;
 
 void Note(std::string const& call) {
@@ -49,11 +49,6 @@ class NotingLog final : public ILog {
 
 NotingLog early_log;
 NotingLog late_log;
-
-template <typename Function>
-Function* Next(char const* name) {
-    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
 
 }  // namespace
 
@@ -166,7 +161,7 @@ TEST_F(StartCalls, OfAStartWithAListThatIsNoJson) {
     EXPECT_EQ(logger, &late_log);
 }
 
-// No format of a message looks like this path.
+// The path has conversions in it, as a format has.
 TEST_F(StartCalls, OfAStartWithAListThatIsMissing) {
     std::string const list = directory.Path() / "100%% %d %s %n";
     RunMain({"launcher", "name", list});

@@ -45,7 +45,7 @@ TEST_F(LauncherStart, FurtherArgumentsAreIgnored) {
     EXPECT_THAT(system_log.Received(), IsEmpty());
 }
 
-TEST_F(LauncherStart, AnUnreadableOrEmptyListEndsItWithZeroInSilence) {
+TEST_F(LauncherStart, AnUnreadableOrEmptyListSilentlyEndsItWithZero) {
     std::filesystem::path const empty = directory.Path() / "empty.json";
     WriteFile(empty, "");
     for (std::filesystem::path const& list : {directory.Path() / "missing.json", empty}) {
@@ -113,7 +113,7 @@ TEST_F(LauncherStart, AListWithoutItemsLetsItWaitForItsEnd) {
     EXPECT_THAT(Log(), IsEmpty());
 }
 
-TEST_F(LauncherStart, TextBehindAZeroByteIsNotRead) {
+TEST_F(LauncherStart, TextAfterAZeroByteIsNotRead) {
     Start(ListText({Item("a")}) + std::string(1, '\0') + "not json");
     WaitForStarts(1);
     EXPECT_EQ(Stop(), "exit 1");
@@ -128,7 +128,7 @@ TEST_F(LauncherStart, TheWalkEndsAtTheFirstMissingNumber) {
     EXPECT_THAT(Starts(), SizeIs(1));
 }
 
-TEST_F(LauncherStart, AnItemWithoutANameIsLoggedAndPassedOver) {
+TEST_F(LauncherStart, AnItemWithoutANameIsLoggedAndSkipped) {
     Start(ListText({Item("a", {"--hold", "a"}), R"({"program": "/bin/true"})",
                     Item("c", {"--hold", "c"})}));
     WaitForStarts(1, "a");
@@ -165,7 +165,7 @@ TEST_F(LauncherStart, AnErrorInTheWalkEndsItWithZeroAndStopsWhatWasStarted) {
     // The second item holds main up until the first one's program runs.
     Start(ListText({Item("a"), "{}", R"({"name": ["no", "text"]})", Item("d")}));
     std::vector<ProgramStart> const started = WaitForStarts(1);
-    ASSERT_TRUE(gate.WaitUntilHeldUp(launcher->Pid(), 1));
+    ASSERT_TRUE(gate.WaitUntilBlocked(launcher->Pid(), 1));
     gate.Open();
     EXPECT_EQ(launcher->WaitForEnd(), "exit 0");
     EXPECT_TRUE(IsGone(started[0].pid));
@@ -183,7 +183,7 @@ TEST_F(LauncherStart, TheLaterItemOfTheSameNameWins) {
     Start(ListText(
         {Item("a", {"--hold", "earlier"}), "{}", Item("a", {"--hold", "later"})}));
     ProgramStart const earlier = WaitForStarts(1, "earlier")[0];
-    ASSERT_TRUE(gate.WaitUntilHeldUp(launcher->Pid(), 1));
+    ASSERT_TRUE(gate.WaitUntilBlocked(launcher->Pid(), 1));
     gate.Open();
     ProgramStart const later = WaitForStarts(1, "later")[0];
     EXPECT_TRUE(WaitFor([&] { return IsGone(earlier.pid); }));
@@ -203,13 +203,13 @@ TEST_F(LauncherStart, TheLaterItemOfTheSameNameIsStartedBeforeTheEarlierIsStoppe
     Start(ListText(
         {Item("a", {"--hold", "earlier"}), "{}", Item("a", {"--hold", "later"})}));
     ASSERT_THAT(WaitForStarts(1, "earlier"), SizeIs(1));
-    ASSERT_TRUE(main_gate.WaitUntilHeldUp(launcher->Pid(), 1));
+    ASSERT_TRUE(main_gate.WaitUntilBlocked(launcher->Pid(), 1));
     main_gate.MoveAway();
     LogGate end_gate(log_file);
     main_gate.Open();
     // The stop of the earlier one takes until its end is logged.
     EXPECT_THAT(WaitForStarts(1, "later"), SizeIs(1));
-    EXPECT_TRUE(end_gate.WaitUntilHeldUp(launcher->Pid(), 1));
+    EXPECT_TRUE(end_gate.WaitUntilBlocked(launcher->Pid(), 1));
     end_gate.Open();
     EXPECT_TRUE(WaitUntilMainWaits());
     EXPECT_EQ(Stop(), "exit 1");

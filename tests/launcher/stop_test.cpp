@@ -1,4 +1,4 @@
-// How the launcher ends.
+// How the launcher stops.
 
 #include <chrono>
 #include <csignal>
@@ -61,7 +61,7 @@ TEST_F(LauncherStop, ASecondSigtermFindsNothingToStopAndWakesMain) {
     // The last item holds main up, so that the first signal comes before its wait.
     Start(ListText({Item("a"), "{}"}));
     pid_t const program = WaitForStarts(1)[0].pid;
-    ASSERT_TRUE(gate.WaitUntilHeldUp(launcher->Pid(), 1));
+    ASSERT_TRUE(gate.WaitUntilBlocked(launcher->Pid(), 1));
     launcher->Signal(SIGTERM);
     gate.Open();
     ASSERT_TRUE(WaitFor([&gate] { return gate.Log().size() == 2; }));
@@ -80,7 +80,7 @@ TEST_F(LauncherStop, ASigtermBeforeMainWaitsStopsTheProgramsAndIsLostOnMain) {
     // The second item holds main up in the middle of the walk.
     Start(ListText({Item("a", {"--hold", "a"}), "{}", Item("c", {"--hold", "c"})}));
     pid_t const first = WaitForStarts(1, "a")[0].pid;
-    ASSERT_TRUE(gate.WaitUntilHeldUp(launcher->Pid(), 1));
+    ASSERT_TRUE(gate.WaitUntilBlocked(launcher->Pid(), 1));
     launcher->Signal(SIGTERM);
     EXPECT_TRUE(WaitFor([&] { return IsGone(first); }));
     gate.Open();
@@ -116,7 +116,7 @@ TEST_F(LauncherStop, AProgramThatHasEndedBeforeTheStopIsNotStartedAgain) {
     ASSERT_TRUE(WaitUntilMainWaits());
     WriteFile(word, "");
     // The thread has seen the end and is about to log it, when the stop comes.
-    ASSERT_TRUE(gate.WaitUntilHeldUp(launcher->Pid(), 1));
+    ASSERT_TRUE(gate.WaitUntilBlocked(launcher->Pid(), 1));
     launcher->Signal(SIGTERM);
     gate.Open();
     EXPECT_EQ(launcher->WaitForEnd(), "exit 1");

@@ -155,14 +155,14 @@ TEST_F(LauncherSupervision, AnItemWithoutAProgramIsForkedAgainAndAgainAndHarmsNo
         }));
     }
     for (std::string const& line : Log()) {
-        // What a child says, it says at level ERROR and under its own process id.
+        // A child logs at level ERROR and with its own process id.
         if (line.find("is empty") != std::string::npos) {
             EXPECT_THAT(line, MatchesRegex("ERROR [0-9]+ \\[LAUNCHER  \\] program path "
                                            "of (none|empty) is empty"));
             EXPECT_THAT(line, testing::Not(StartsWith(
                                   "ERROR " + std::to_string(launcher->Pid()) + " ")));
         }
-        // Its end is an ordinary one.
+        // It ends normally.
         if (line.find("is killed") != std::string::npos) {
             EXPECT_THAT(line, testing::EndsWith("status = 0"));
         }
@@ -213,7 +213,7 @@ TEST_F(LauncherChain, AProgramThatCannotBeExecutedMakesAChainOfWaitingProcesses)
         EXPECT_EQ(ParentOf(links[i]), parent);
         parent = links[i];
     }
-    // Each says that it forks; nothing says why, and the launcher itself says it once.
+    // Each logs that it forks; the launcher itself logs that once. Nothing logs why.
     EXPECT_THAT(Messages("DEBUG"),
                 AllOf(SizeIs(Ge(5U)), Each("[LAUNCHER  ] Start to fork none")));
     EXPECT_EQ(CountInLog("DEBUG " + std::to_string(launcher->Pid()) + " "), 1U);
@@ -235,8 +235,8 @@ TEST_F(LauncherChain, AtItsProcessLimitAChainShrinksAndHarmsNobody) {
     StartLimited(
         ListText({Item("steady"), R"({"name": "none", "program": "/nonexistent"})"}), 16);
     pid_t const steady = WaitForStarts(1)[0].pid;
-    // The last link ends in an ordinary way when its fork fails, and the link before it
-    // logs that and tries again.
+    // The last link ends normally when its fork fails. The link before it logs that and
+    // tries again.
     EXPECT_TRUE(WaitFor([this] {
         return CountInLog("[LAUNCHER  ] Failed to fork none") >= 3 &&
                CountInLog("status = 0") >= 3;
@@ -298,8 +298,8 @@ TEST_F(LauncherChain, WithoutAThreadTheLauncherSaysItsLineAndEndsWithZero) {
 }
 
 #if !UNDER_ASAN && !UNDER_TSAN
-// A fork copies every mapping. The system's stack and its guard are two for each thread,
-// where the launcher has no stacks of its own, and a heap for each would be a third.
+// A fork copies every mapping. Where the launcher has no stacks of its own, each thread
+// has two mappings, its stack and the guard. A heap for each thread would be a third.
 TEST_F(LauncherSupervision, FiftyProgramsTakeFewMappingsMoreThanOne) {
     auto const mappings = [this](int programs) {
         std::vector<std::string> items;

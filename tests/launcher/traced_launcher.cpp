@@ -1,7 +1,6 @@
-// Stands in for the calls that tell how the launcher starts and stops, in the program
-// that it is linked into: each is noted and made.
+// A launcher whose calls are traced: this program replaces the calls that tell how the
+// launcher starts and stops. Each is noted in the file of a CallTrace, and made.
 
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <pthread.h>
 #include <sys/mman.h>
@@ -13,15 +12,11 @@
 
 #include "harness/system.h"
 #include "tests/launcher/call_trace.h"
+#include "tests/support/next_function.h"
 
 namespace {
 
 using Handler = void (*)(int);
-
-template <typename Function>
-Function* Next(char const* name) {
-    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
 
 // Set before main, since the calls below are made in signal handlers too.
 TraceSlots* slots = nullptr;
@@ -128,10 +123,4 @@ void abort() noexcept(noexcept(abort())) {
     next_abort();
     _exit(99);
 }
-}
-
-int launcher_main(int argc, char** argv);
-
-int main(int argc, char** argv) {
-    return launcher_main(argc, argv);
 }

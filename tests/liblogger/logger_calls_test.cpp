@@ -1,5 +1,5 @@
-// What the library asks of the system: its calls of open, write and clock_gettime come to
-// the definitions in this program, which the dynamic linker prefers to the C library's.
+// What the library asks of the system. This program defines open, write and
+// clock_gettime, and the dynamic linker prefers its definitions to the C library's.
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -31,8 +31,8 @@ using testing::SizeIs;
 
 using WriteFunction = std::function<ssize_t(int, void const*, std::size_t)>;
 
-// What takes the place of the calls, null for the system's own. Set by the test that is
-// running, on its one thread.
+// What replaces the calls; null for the system's own. The running test sets them, on its
+// one thread.
 WriteFunction g_write;
 int g_interrupted_opens = 0;  // so many fail before one is made
 std::optional<timespec> g_time;
@@ -90,8 +90,8 @@ struct WriteCall {
     std::string bytes;
 };
 
-// Records the calls of write, and makes them.
-WriteFunction RecordInto(std::vector<WriteCall>& calls) {
+// Notes the calls of write, and makes them.
+WriteFunction NoteInto(std::vector<WriteCall>& calls) {
     return [&calls](int descriptor, void const* bytes, std::size_t size) {
         calls.push_back({descriptor, fcntl(descriptor, F_GETFD),
                          fcntl(descriptor, F_GETFL),
@@ -117,7 +117,7 @@ TEST_F(LogCalls, ALineIsOneWriteAtTheEndOfAFileThatIsClosedOnExec) {
          {std::string("short"), std::string(5000, 'm'), std::string(1 << 20, 'l'),
           std::string(3000, '\n')}) {
         std::vector<WriteCall> calls;
-        g_write = RecordInto(calls);
+        g_write = NoteInto(calls);
         __LOG__A(log, LOGLEVEL_ERROR, "%s", message.c_str());
         g_write = nullptr;
         ASSERT_THAT(calls, SizeIs(1));
@@ -134,13 +134,14 @@ TEST_F(LogCalls, ALineIsOneWriteAtTheEndOfAFileThatIsClosedOnExec) {
 TEST_F(LogCalls, AMessageBelowTheLevelIsNoCall) {
     ILog* const quiet = directory.OpenLog(LOGLEVEL_ERROR);
     std::vector<WriteCall> calls;
-    g_write = RecordInto(calls);
+    g_write = NoteInto(calls);
     __LOG__A(quiet, LOGLEVEL_DEBUG, "a message");
     EXPECT_THAT(calls, SizeIs(0));
     EXPECT_FALSE(std::filesystem::exists(directory.File()));
 }
 
-// Closes those of the descriptors 0 to 2 whose bit is set in `closed`; brings them back.
+// Closes those of the descriptors 0 to 2 whose bit is set in `closed`; the destructor
+// opens them again.
 class ClosedStreams {
   public:
     explicit ClosedStreams(unsigned int closed) {
@@ -164,7 +165,7 @@ class ClosedStreams {
     int kept[3] = {};
 };
 
-// The bits of those of the descriptors 0 to 2 that are closed.
+// Returns the bits of those of the descriptors 0 to 2 that are closed.
 unsigned int ClosedNow() {
     unsigned int closed = 0;
     for (int descriptor = 0; descriptor <= 2; ++descriptor) {
@@ -179,7 +180,7 @@ TEST_F(LogCalls, StandardStreamsThatWereClosedStayClosedAndAreNotWrittenThrough)
         unsigned int closed_after = 0;
         {
             ClosedStreams const streams(closed);
-            g_write = RecordInto(calls);
+            g_write = NoteInto(calls);
             __LOG__A(log, LOGLEVEL_ERROR, "%u", closed);
             g_write = nullptr;
             closed_after = ClosedNow();
@@ -203,7 +204,7 @@ TEST_F(LogCalls, ALineIsLostIfOnlyAStandardStreamsDescriptorIsFree) {
     {
         ClosedStreams const streams(1);
         setrlimit(RLIMIT_NOFILE, &three);
-        g_write = RecordInto(calls);
+        g_write = NoteInto(calls);
         __LOG__A(log, LOGLEVEL_ERROR, "lost");
         g_write = nullptr;
         closed_after = ClosedNow();
@@ -215,7 +216,7 @@ TEST_F(LogCalls, ALineIsLostIfOnlyAStandardStreamsDescriptorIsFree) {
     EXPECT_THAT(ReadMessages(directory.File()), ElementsAre("first", "third"));
 }
 
-TEST_F(LogCalls, NoDescriptorIsLeftBehind) {
+TEST_F(LogCalls, NoDescriptorStaysOpen) {
     std::size_t const before = CountDescriptors(getpid());
     for (int i = 0; i < 100; ++i) {
         __LOG__A(log, LOGLEVEL_ERROR, "%d", i);
@@ -269,7 +270,7 @@ TEST_F(LogCalls, AnOpenOrAWriteThatASignalInterruptsIsMadeAnew) {
     EXPECT_THAT(ReadMessages(directory.File()), ElementsAre("a line"));
 }
 
-// The lines of the file without their time, level and process id.
+// Returns the lines of the file without their time, level and process id.
 std::vector<std::string> Shortened(std::filesystem::path const& file) {
     std::vector<std::string> lines = SplitLines(ReadFile(file));
     for (std::string& line : lines) {
@@ -294,7 +295,7 @@ TEST_F(LogCalls, AfterALineThatWasCutShortTheNextOneBeginsANewLine) {
     EXPECT_THAT(Shortened(directory.File()), ElementsAre(kCutLine, "second", "third"));
 }
 
-TEST_F(LogCalls, SoItDoesIfLinesBetweenThemWereLost) {
+TEST_F(LogCalls, AfterACutLineAndLostOnesTheNextOneBeginsANewLine) {
     g_time = timespec{951782400, 0};
     g_write = CutAfter(kWithinTime);
     __LOG__A(log, LOGLEVEL_ERROR, "cut");
@@ -342,7 +343,7 @@ TEST_F(LogCalls, AnotherThreadsLineBeforeTheOneThatBeginsANewLineDoesSoToo) {
     };
     __LOG__A(log, LOGLEVEL_ERROR, "composed first");
     __LOG__A(log, LOGLEVEL_ERROR, "last");
-    // Neither can know of the other.
+    // Neither of the two lines could know of the other.
     EXPECT_THAT(Shortened(directory.File()),
                 ElementsAre(kCutLine, "overtakes", "", "composed first", "last"));
 }
@@ -395,7 +396,7 @@ TEST_F(LogCalls, TheCutLineOfAForkedChildIsEndedByItsParent) {
     EXPECT_THAT(Shortened(directory.File()), ElementsAre(kCutLine, "parent", "last"));
 }
 
-// The time that stands in a line written at `time`.
+// Returns the time in a line that is logged at `time`.
 std::string TimeIn(ILog* log, timespec time) {
     std::string line;
     g_time = time;

@@ -1,4 +1,4 @@
-// The log on a disk that is full, or that takes no writing.
+// The log on a disk that is full or read-only.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
-// What the library does with memory, and without it. A log call allocates nothing: the
-// library's calls of malloc and its kin, and of mmap, come to the definitions in this
-// program.
+// What the library does with memory, and without it. A log call allocates nothing: this
+// program replaces malloc, its relatives and mmap in the library, counts their calls, and
+// lets them fail.
 
 #include <gtest/gtest.h>
 #include <sys/mman.h>
@@ -19,7 +19,7 @@
 
 namespace {
 
-// Set by the test that is running, on its one thread.
+// The running test sets it, on its one thread.
 bool g_no_maps = false;
 
 }  // namespace
@@ -46,7 +46,7 @@ class NoMaps {
     NoMaps& operator=(NoMaps const&) = delete;
 };
 
-// The number of allocations that one log call makes.
+// Returns the number of allocations that one log call makes.
 int AllocationsOf(ILog* log, std::string const& message) {
     int const before = CountAllocations();
     __LOG__A(log, LOGLEVEL_ERROR, "[LAUNCHER  ] %s is killed. ret = %d", message.c_str(),
@@ -74,14 +74,15 @@ TEST(LogMemory, ALogCallAllocatesNothingHoweverLongTheLine) {
     EXPECT_EQ(ReadLog(directory.File()).size(), 12U);
 }
 
-TEST(LogMemory, NorDoesACallThatCannotWrite) {
+TEST(LogMemory, ACallThatCannotWriteAllocatesNothing) {
     LogDirectory const directory;
     ILog* const log = directory.OpenLog(LOGLEVEL_ERROR);
     std::filesystem::create_directory(directory.File());
     EXPECT_EQ(AllocationsOf(log, "lost"), 0);
 }
 
-// What one log call writes when there is no memory for more than fits into the stack.
+// Returns what a log call writes, and the next one, if the first has no memory but its
+// stack.
 std::vector<LogLine> LinesWithoutMemory(std::string const& message) {
     LogDirectory const directory;
     ILog* const log = directory.OpenLog(LOGLEVEL_ERROR);

@@ -30,7 +30,7 @@ constexpr int kThreads = 8;
 constexpr int kProcesses = 8;
 constexpr int kLinesEach = 10000 / (kThreads + kProcesses);
 
-// Where writers wait for the word to start, all at once: the end of a pipe's input.
+// Lets writers start at the same time: they wait until the input of a pipe is closed.
 class StartingLine {
   public:
     StartingLine() { EXPECT_EQ(pipe(ends.data()), 0); }
@@ -48,7 +48,7 @@ class StartingLine {
     std::array<int, 2> ends = {};
 };
 
-// Some messages are longer than any buffer and than a page of the file.
+// Returns a message; some are longer than any buffer and than a page of the file.
 std::string Message(int writer, int number) {
     int const length = number % 50 == 0 ? 10000 : number % 50;
     return "writer " + std::to_string(writer) + " line " + std::to_string(number) + " " +
@@ -57,7 +57,7 @@ std::string Message(int writer, int number) {
            ".";
 }
 
-// Every writer has its level, so that a head in the wrong place shows.
+// Every writer has a level of its own, so that a mixed-up line shows.
 struct Level {
     LOGLEVEL level;
     char const* name;
@@ -76,7 +76,22 @@ void WriteLines(ILog* log, int writer) {
     }
 }
 
-// Ends the process, and with it the test, if something hangs.
+// Starts threads that write lines once they may start, and enters them as writers of this
+// process.
+std::vector<std::thread> StartThreads(StartingLine const& starting_line, ILog* log,
+                                      std::map<int, int>& process_ids) {
+    std::vector<std::thread> threads;
+    for (int writer = 0; writer < kThreads; ++writer) {
+        process_ids[writer] = getpid();
+        threads.emplace_back([&starting_line, log, writer] {
+            starting_line.Wait();
+            WriteLines(log, writer);
+        });
+    }
+    return threads;
+}
+
+// Ends the process, and so fails the test, if something hangs.
 class Deadline {
   public:
     Deadline() { alarm(100); }
@@ -85,8 +100,8 @@ class Deadline {
     Deadline& operator=(Deadline const&) = delete;
 };
 
-// Each writer's lines are all there, whole and in order, with that writer's process id,
-// and there are no others.
+// Expects all lines of each writer, whole and in order, with that writer's process id,
+// and no others.
 void ExpectTheLinesOf(std::map<int, int> const& process_ids,
                       std::vector<LogLine> const& lines) {
     EXPECT_EQ(lines.size(), process_ids.size() * kLinesEach);
@@ -109,14 +124,7 @@ TEST(LogProcesses, EightThreadsAndEightProcessesWriteTenThousandWholeLinesAtOnce
     StartingLine starting_line;
     std::map<int, int> process_ids;
 
-    std::vector<std::thread> threads;
-    for (int writer = 0; writer < kThreads; ++writer) {
-        process_ids[writer] = getpid();
-        threads.emplace_back([&starting_line, log, writer] {
-            starting_line.Wait();
-            WriteLines(log, writer);
-        });
-    }
+    std::vector<std::thread> threads = StartThreads(starting_line, log, process_ids);
     std::vector<pid_t> children;
     for (int writer = kThreads; writer < kThreads + kProcesses; ++writer) {
         pid_t const child = fork();
@@ -148,14 +156,7 @@ TEST(LogProcesses, EightThreadsOfOneProcessLoseNothing) {
     ILog* const log = directory.OpenLog();
     StartingLine const starting_line;
     std::map<int, int> process_ids;
-    std::vector<std::thread> threads;
-    for (int writer = 0; writer < kThreads; ++writer) {
-        process_ids[writer] = getpid();
-        threads.emplace_back([&starting_line, log, writer] {
-            starting_line.Wait();
-            WriteLines(log, writer);
-        });
-    }
+    std::vector<std::thread> threads = StartThreads(starting_line, log, process_ids);
     starting_line.Go();
     for (std::thread& thread : threads) {
         thread.join();
@@ -260,7 +261,7 @@ void ExpectALineOfEveryChild(std::function<void()> const& work, ILog* log,
 TEST(LogProcesses, AThousandChildrenForkedWhileThreadsLogWriteTheirLineAndEnd) {
     LogDirectory const directory;
     ILog* const log = directory.OpenLog();
-    // The threads' log is a link to nowhere: they do all but fill the disk.
+    // The threads' log is a link to /dev/null, so they do not fill the disk.
     std::filesystem::create_symlink("/dev/null", directory.Path() / "threads.log");
     ILog* const threads_log = GetLog("threads", LOGLEVEL_VERBOSE);
     std::string const long_text(10000, 'x');
@@ -272,8 +273,9 @@ TEST(LogProcesses, AThousandChildrenForkedWhileThreadsLogWriteTheirLineAndEnd) {
         log, directory.File());
 }
 
-// A fork leaves the locks held in the child that other threads held in the C library.
-TEST(LogProcesses, AThousandChildrenForkedWhileThreadsAskForTheLocalTimeDoSoToo) {
+// After a fork, the child finds the locks taken that other threads held in the C library.
+TEST(LogProcesses,
+     AThousandChildrenForkedWhileThreadsAskForTheLocalTimeWriteTheirLineAndEnd) {
     LogDirectory const directory;
     ExpectALineOfEveryChild(
         [] {
@@ -303,7 +305,7 @@ TEST(LogProcesses, GetLoggerFailsBeforeInitLogger) {
         testing::ExitedWithCode(0), "");
 }
 
-TEST(LogProcesses, AProcessThatLogsInAnExitHandlerIsHeard) {
+TEST(LogProcesses, AProcessCanLogInAnExitHandler) {
     LogDirectory const directory;
     static ILog* log = nullptr;
     log = directory.OpenLog();
@@ -318,7 +320,7 @@ TEST(LogProcesses, AProcessThatLogsInAnExitHandlerIsHeard) {
     EXPECT_THAT(ReadMessages(directory.File()), ElementsAre("at exit"));
 }
 
-// The names in the third column of the output of `nm`.
+// Returns the names in the last column of the output of `nm`.
 std::vector<std::string> Symbols(std::string const& nm) {
     std::string const command = nm + " | awk '{ print $NF }' | LC_ALL=C sort";
     std::FILE* const pipe = popen(command.c_str(), "r");

@@ -1,4 +1,4 @@
-// What stands in the log, where, and what the library refuses.
+// What the library writes to the log, where, and what it refuses.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -75,7 +75,7 @@ TEST(Log, EveryLevelIsNamedByItsKeywordAndAnyOtherNumberIsUnknown) {
                                    "18 UNKNOWN", "-1 UNKNOWN", "100 UNKNOWN"));
 }
 
-TEST(Log, AMessageIsRecordedFromTheLoggersLevelOnAndByAVerboseLoggerAlways) {
+TEST(Log, AMessageIsLoggedFromTheLoggersLevelOnAndByAVerboseLoggerAlways) {
     std::array<int, 11> const levels = {1, 2, 4, 8, 16, 17, 0, 3, 18, -1, 100};
     for (int least : levels) {
         LogDirectory const directory;
@@ -132,7 +132,7 @@ TEST(Log, TheReservedOperationsDoNothing) {
     EXPECT_FALSE(std::filesystem::exists(directory.File()));
 }
 
-// The time zone of the process, set back in the end.
+// While it lives, the process has this time zone.
 class TimeZone {
   public:
     explicit TimeZone(char const* name) {
@@ -257,7 +257,7 @@ TEST(Log, AMessageOfControlBytesAloneArrivesWholeAtEveryLength) {
     }
 }
 
-TEST(Log, WhatCannotBeFormattedIsRecordedAsItsBareFormat) {
+TEST(Log, AMessageThatCannotBeFormattedIsLoggedAsItsFormat) {
     std::string const locale = std::setlocale(LC_ALL, nullptr);
     std::setlocale(LC_ALL, "C");
     LogDirectory const directory;

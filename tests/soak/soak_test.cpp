@@ -143,7 +143,7 @@ class Soak : public LauncherTest {
     std::filesystem::path const hold = directory.Path() / "hold";
 };
 
-TEST_F(Soak, ItemsThatEndAtOnceBesideSteadyOnesLeaveNothingBehindAndAreAllLogged) {
+TEST_F(Soak, QuickAndSteadyItemsLeakNothingAndAreAllLogged) {
     seconds const length(NumberFromEnvironment("SOAK_SECONDS", 60));
     ASSERT_GT(length, kWarmUp) << "SOAK_SECONDS leaves no time after the warm-up";
     std::vector<std::string> items;
@@ -200,7 +200,7 @@ TEST_F(Soak, ItemsThatEndAtOnceBesideSteadyOnesLeaveNothingBehindAndAreAllLogged
     Add("restarts of 20 steady items", restarts_of_steady);
 }
 
-TEST_F(Soak, StartsAndStopsLeaveNoProcessBehind) {
+TEST_F(Soak, StartsAndStopsLeaveNoProcess) {
     int const cycles = NumberFromEnvironment("SOAK_CYCLES", 1000);
     ASSERT_GT(cycles, 0);
     std::string const list =

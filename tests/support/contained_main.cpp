@@ -1,4 +1,4 @@
-// The main of test programs whose subjects kill: it runs them nowhere but inside
+// The main of test programs that start or kill processes: it runs the tests only inside
 // tests/support/contained.
 
 #include <gtest/gtest.h>
@@ -11,7 +11,7 @@ int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     if (!GTEST_FLAG_GET(list_tests) && !IsContained()) {
         std::fprintf(stderr,
-                     "%s: what is tested here kills; run it through "
+                     "%s: its tests kill processes; run it through "
                      "tests/support/contained\n",
                      argv[0]);
         return 2;

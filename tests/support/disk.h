@@ -1,4 +1,4 @@
-// A disk of a test's own, to be filled or write-protected.
+// A disk for one test, which the test may fill or make read-only.
 
 #ifndef TESTS_SUPPORT_DISK_H
 #define TESTS_SUPPORT_DISK_H
@@ -10,9 +10,9 @@
 
 #include "harness/system.h"
 
-// A small disk on the directory `path`, which is made if need be: inside
-// tests/support/contained only. `options` are those of a tmpfs.
-// No file on it may be open when the object goes.
+// A small disk on the directory `mount_point`, which is made if need be. `options` are
+// those of a tmpfs. Only inside tests/support/contained. No file on it may be open when
+// the object is destroyed.
 class Disk {
   public:
     // Throws std::system_error if the disk cannot be mounted.
@@ -27,8 +27,8 @@ class Disk {
 
     std::filesystem::path const& Path() const { return path; }
 
-    // Forbids writing to the disk, or allows it again. Returns whether that was possible:
-    // not while a file is open for writing.
+    // Makes the disk read-only, or writable again. Returns false if that fails, as it
+    // does while a file is open for writing.
     bool SetReadOnly(bool read_only) const { return SetDiskReadOnly(path, read_only); }
 
   private:

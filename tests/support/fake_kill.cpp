@@ -1,29 +1,28 @@
 #include "tests/support/fake_kill.h"
 
-#include <dlfcn.h>
-
 #include <csignal>
 #include <mutex>
+
+#include "tests/support/next_function.h"
 
 namespace {
 
 std::mutex mutex;
-std::vector<std::pair<pid_t, int>> recorded;
+std::vector<std::pair<pid_t, int>> unsent;
 
 }  // namespace
 
 std::vector<std::pair<pid_t, int>> TakeUnsentKills() {
     std::lock_guard<std::mutex> const lock(mutex);
-    return std::exchange(recorded, {});
+    return std::exchange(unsent, {});
 }
 
 // The system's header decides whether it is noexcept.
 extern "C" int kill(pid_t pid, int signal_number) noexcept(noexcept(kill(pid, 0))) {
     if (pid > 0) {
-        auto const real = reinterpret_cast<int (*)(pid_t, int)>(dlsym(RTLD_NEXT, "kill"));
-        return real(pid, signal_number);
+        return Next<int(pid_t, int)>("kill")(pid, signal_number);
     }
     std::lock_guard<std::mutex> const lock(mutex);
-    recorded.emplace_back(pid, signal_number);
+    unsent.emplace_back(pid, signal_number);
     return 0;
 }

@@ -1,5 +1,5 @@
-// Stands in for `kill` in the program that it is linked into: ids of 0 and below, which
-// mean many processes, are recorded and not passed on.
+// Replaces `kill` in the program that links fake_kill.cpp: a signal to an id of 0 or
+// below, which means many processes, is not sent but noted.
 
 #ifndef TESTS_SUPPORT_FAKE_KILL_H
 #define TESTS_SUPPORT_FAKE_KILL_H
@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-// Returns the ids and signals that were recorded so far, and forgets them.
+// Returns the ids and signals that were noted since the last call, in order.
 std::vector<std::pair<pid_t, int>> TakeUnsentKills();
 
 #endif

@@ -7,13 +7,13 @@ void FakeLog::LogV(LOGLEVEL level, char const* format, va_list arguments) {
     std::vsnprintf(message, sizeof message, format, arguments);
     std::unique_lock<std::mutex> lock(mutex);
     lines.emplace_back(level, message);
-    ++held_up;
+    ++blocked;
     changed.notify_all();
     changed.wait(lock, [&] {
-        return held_up_text.empty() ||
-               std::string(message).find(held_up_text) == std::string::npos;
+        return blocked_text.empty() ||
+               std::string(message).find(blocked_text) == std::string::npos;
     });
-    --held_up;
+    --blocked;
 }
 
 std::vector<FakeLog::Line> FakeLog::Lines() const {
@@ -21,17 +21,17 @@ std::vector<FakeLog::Line> FakeLog::Lines() const {
     return lines;
 }
 
-void FakeLog::HoldUp(std::string const& text) {
+void FakeLog::Block(std::string const& text) {
     std::lock_guard<std::mutex> const lock(mutex);
-    held_up_text = text;
+    blocked_text = text;
 }
 
-void FakeLog::WaitUntilOneIsHeldUp() {
+void FakeLog::WaitUntilOneIsBlocked() {
     std::unique_lock<std::mutex> lock(mutex);
-    changed.wait(lock, [this] { return held_up > 0; });
+    changed.wait(lock, [this] { return blocked > 0; });
 }
 
-void FakeLog::LetPass() {
-    HoldUp("");
+void FakeLog::Unblock() {
+    Block("");
     changed.notify_all();
 }

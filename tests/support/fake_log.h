@@ -1,4 +1,4 @@
-// A log that keeps its lines for the test.
+// A log that keeps its lines for the test, and can block who logs.
 
 #ifndef TESTS_SUPPORT_FAKE_LOG_H
 #define TESTS_SUPPORT_FAKE_LOG_H
@@ -19,19 +19,20 @@ class FakeLog final : public ILog {
     void Reserved1() override {}
     void LogV(LOGLEVEL level, char const* format, va_list arguments) override;
 
+    // Returns all lines so far.
     std::vector<Line> Lines() const;
 
-    // From now on, who logs a message that holds `text` waits until LetPass.
-    void HoldUp(std::string const& text);
-    void WaitUntilOneIsHeldUp();
-    void LetPass();
+    // From now on, a thread that logs a message with `text` in it blocks until Unblock.
+    void Block(std::string const& text);
+    void WaitUntilOneIsBlocked();
+    void Unblock();
 
   private:
     mutable std::mutex mutex;
     std::condition_variable changed;
     std::vector<Line> lines;
-    std::string held_up_text;
-    int held_up = 0;
+    std::string blocked_text;
+    int blocked = 0;
 };
 
 #endif

@@ -9,8 +9,8 @@
 #include <thread>
 #include <vector>
 
-// Has four threads call `is_right` with their number, from 0 on, `times` times each and
-// all at once. Returns how many calls returned false or threw.
+// Starts four threads. Each calls `is_right` `times` times with its own number, from 0
+// on, all at once. Returns how many calls returned false or threw.
 inline std::size_t CountWrongInThreads(std::size_t times,
                                        std::function<bool(std::size_t)> const& is_right) {
     std::atomic<int> missing{4};

@@ -1,12 +1,12 @@
-// Locales for tests of what must, or must not, depend on them.
+// Locales, for tests of what must or must not depend on them.
 
 #ifndef TESTS_SUPPORT_LOCALE_IN_USE_H
 #define TESTS_SUPPORT_LOCALE_IN_USE_H
 
 #include <functional>
 
-// While it lives, its locale is the global one of the C and of the C++ library; after it,
-// "C" is. Only one lives at a time.
+// While it lives, its locale is the global one of the C and of the C++ library;
+// afterwards "C" is. Only one may live at a time.
 class LocaleInUse {
   public:
     ~LocaleInUse();

@@ -25,7 +25,7 @@ LogGate::~LogGate() {
     }
 }
 
-bool LogGate::WaitUntilHeldUp(pid_t process, int count) const {
+bool LogGate::WaitUntilBlocked(pid_t process, int count) const {
     return WaitFor([=] {
         std::vector<pid_t> const threads = ThreadsOf(process);
         return std::count_if(threads.begin(), threads.end(), [process](pid_t thread) {
@@ -40,7 +40,7 @@ void LogGate::MoveAway() {
     std::filesystem::rename(old_path, path);
 }
 
-// Opened for writing too, so that it neither waits for a writer nor ever ends.
+// Opens it for writing too, so that reading neither waits for a writer nor finds an end.
 void LogGate::Open() {
     descriptor = open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
 }

@@ -1,4 +1,4 @@
-// A log file that holds up whoever writes to it, until the test lets the lines through.
+// A log file that blocks whoever writes to it, until the test lets the lines through.
 
 #ifndef TESTS_SUPPORT_LOG_GATE_H
 #define TESTS_SUPPORT_LOG_GATE_H
@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-// A FIFO in the place of a log file: a thread that logs waits in the opening of it.
+// A FIFO in the place of a log file: a thread that logs blocks when it opens the file.
 class LogGate {
   public:
     explicit LogGate(std::filesystem::path const& log_file);
@@ -17,16 +17,16 @@ class LogGate {
     LogGate(LogGate const&) = delete;
     LogGate& operator=(LogGate const&) = delete;
 
-    // Waits until `count` threads of the process are held up.
-    bool WaitUntilHeldUp(pid_t process, int count) const;
+    // Waits until `count` threads of the process are blocked.
+    bool WaitUntilBlocked(pid_t process, int count) const;
 
-    // Leaves its place to another gate, with those that are held up here.
+    // Makes room for another gate. Threads that are blocked here stay blocked here.
     void MoveAway();
 
     // Lets all lines through from now on.
     void Open();
 
-    // Returns the lines that came through so far, from the level on.
+    // Returns the lines that came through so far, each from the level on.
     std::vector<std::string> Log();
 
   private:

@@ -1,5 +1,5 @@
-// Which sanitizer a test is built with: UNDER_ASAN and UNDER_TSAN are 0 or 1. They bring
-// an allocator of their own, and need more address space than a test can leave them.
+// Which sanitizer a test is built with: UNDER_ASAN and UNDER_TSAN are 0 or 1. A sanitizer
+// has an allocator of its own, and needs more address space than a test can leave it.
 
 #ifndef TESTS_SUPPORT_SANITIZERS_H
 #define TESTS_SUPPORT_SANITIZERS_H

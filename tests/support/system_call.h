@@ -1,5 +1,5 @@
-// What a thread of a process waits in, as Linux tells it in /proc; on macOS SystemCallOf
-// throws std::logic_error, and so does what asks about a call.
+// The system call in which a thread waits, as Linux tells it in /proc. On macOS all
+// functions throw std::logic_error.
 
 #ifndef TESTS_SUPPORT_SYSTEM_CALL_H
 #define TESTS_SUPPORT_SYSTEM_CALL_H
@@ -16,22 +16,22 @@ struct SystemCall {
 };
 SystemCall SystemCallOf(pid_t process, pid_t thread);
 
-// Says whether a thread in this system call opens a file, or reads from one.
+// Returns whether a thread in this system call opens a file, or reads from one.
 bool IsOpening(SystemCall const& call);
 bool IsReading(SystemCall const& call);
 
-// Says whether a thread in this system call waits for a notification of a condition, or
-// for the end of another thread.
+// Returns whether a thread in this system call waits on a condition, or for the end of
+// another thread.
 bool WaitsForCondition(SystemCall const& call);
 bool WaitsForThread(SystemCall const& call);
 
-// The same for a lock that another thread holds.
+// Returns whether it waits for a lock that another thread holds.
 bool WaitsForLock(SystemCall const& call);
 
-// The same for a time to pass.
+// Returns whether it waits for a time to pass.
 bool WaitsForTime(SystemCall const& call);
 
-// Says whether a thread in this system call waits for the end of this process.
+// Returns whether a thread in this system call waits for the end of this process.
 bool WaitsForProcess(SystemCall const& call, pid_t process);
 
 #endif

@@ -1,4 +1,4 @@
-// The system log of a test: what programs send with syslog arrives here.
+// The system log of a test: it receives what programs send with syslog.
 
 #ifndef TESTS_SUPPORT_SYSTEM_LOG_H
 #define TESTS_SUPPORT_SYSTEM_LOG_H

@@ -1,16 +1,16 @@
-// The program that the launcher supervises in tests. It writes a report of how it was
-// started to the file PID.start in the directory $TEST_PROGRAM_DIR, and then does what
-// its first argument says:
+// The program that the launcher supervises in tests. It writes how it was started to the
+// file PID.start in the directory $TEST_PROGRAM_DIR, and then does what its first
+// argument says:
 //
 //   --exit=N       ends with exit code N
 //   --raise=N      ends by signal N
 //   --until=PATH   ends with exit code 0 as soon as there is a file PATH
-//   --unless=PATH  ends with exit code 0, unless there is a file PATH: then it makes the
-//                  file PID.rests and stays
+//   --unless=PATH  ends with exit code 0; but if there is a file PATH, makes the file
+//                  PID.rests and stays
 //   anything else  stays until it is killed
 //
-// ProgramStart: name, blank, value, a line each; one "argument" line for each argument,
-// in order, its bytes in hexadecimal.
+// The file has a line "NAME VALUE" for each fact, and a line "argument BYTES" for each
+// argument, in order, with its bytes in hexadecimal.
 
 #include <dirent.h>
 #include <fcntl.h>

@@ -1,6 +1,5 @@
-// The locations and the level in places and states that a test cannot bring about: this
-// program stands in for the path of the executable and for the reader of configuration
-// files.
+// The locations and the log level in places and states that a test cannot bring about.
+// This program replaces the path of the executable and the reader of INI files by fakes.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -22,8 +21,8 @@ namespace {
 
 using testing::ElementsAre;
 
-std::string executable;  // empty: its path is unknown
-std::string value;       // of every entry of every file; empty: not even the default
+std::string executable;  // empty if its path is unknown
+std::string value;       // of every entry of every file, without regard to the default
 std::vector<std::string> queries;
 
 FakeLog fake_log;
@@ -51,22 +50,22 @@ std::size_t GetPrivateProfileString(std::string section, std::string key,
 
 namespace {
 
-class StandIns : public testing::Test {
+class LocationFakes : public testing::Test {
   protected:
-    StandIns() {
+    LocationFakes() {
         executable = "/nonexistent/X.app/Contents/MacOS/launcher";
         value = "";
         queries.clear();
     }
 };
 
-TEST_F(StandIns, ALevelThatCannotBeReadIsErrorAndIsLogged) {
+TEST_F(LocationFakes, ALevelThatCannotBeReadIsErrorAndIsLogged) {
     EXPECT_EQ(GetLogLevel(), LOGLEVEL_ERROR);
     EXPECT_THAT(fake_log.Lines(),
                 ElementsAre(FakeLog::Line(8, "[SERVICE   ] Failed to get log level")));
 }
 
-TEST_F(StandIns, WhatIsAskedOfTheReader) {
+TEST_F(LocationFakes, TheReaderIsAskedForTheProductAndForTheLevel) {
     value = "DEBUG";
     std::string const product =
         "SDK NAME '' 1024 /nonexistent/X.app/Contents/MacOS/../Resources//vopapi.ini";
@@ -78,7 +77,7 @@ TEST_F(StandIns, WhatIsAskedOfTheReader) {
                                                   GetAppDataPath("") + "/DEBUG/log.ini"));
 }
 
-TEST_F(StandIns, NothingIsKeptFromAnEarlierCall) {
+TEST_F(LocationFakes, EachCallReadsAnew) {
     value = "DEBUG";
     EXPECT_EQ(GetSDKName(), "DEBUG");
     EXPECT_EQ(GetLogLevel(), LOGLEVEL_DEBUG);
@@ -90,7 +89,7 @@ TEST_F(StandIns, NothingIsKeptFromAnEarlierCall) {
 }
 
 // A file's path never depends on the working directory.
-TEST_F(StandIns, WithoutAnExecutableTheProductIsReadFromTheRoot) {
+TEST_F(LocationFakes, WithoutAnExecutableTheProductIsReadFromTheRoot) {
     executable = "";
     EXPECT_EQ(GetSDKName(), "");
     EXPECT_THAT(queries, ElementsAre("SDK NAME '' 1024 /vopapi.ini"));
@@ -99,7 +98,7 @@ TEST_F(StandIns, WithoutAnExecutableTheProductIsReadFromTheRoot) {
     EXPECT_FALSE(IsFinderSync());
 }
 
-TEST_F(StandIns, AnExecutableInTheRootHasAnEmptyDirectory) {
+TEST_F(LocationFakes, AnExecutableInTheRootHasAnEmptyDirectory) {
     bool const is_there = std::filesystem::exists("/Resources");
     executable = "/launcher";
     EXPECT_EQ(GetCurrentPath(), "");
@@ -109,7 +108,7 @@ TEST_F(StandIns, AnExecutableInTheRootHasAnEmptyDirectory) {
     EXPECT_EQ(GetResourcePath(), is_there ? "/Resources/" : "/../../../../Resources/");
 }
 
-TEST_F(StandIns, APathWithoutASlashIsNoDirectoryAndIsNotCut) {
+TEST_F(LocationFakes, APathWithoutASlashIsNoDirectoryAndIsNotCut) {
     executable = "nonexistent";
     EXPECT_EQ(GetCurrentPath(), "");
     EXPECT_EQ(GetResourcePath(), "nonexistent/../Resources/");

@@ -75,7 +75,7 @@ TEST_F(LogLocation, CaseCountsInTheKeywordAndNotInTheNames) {
     EXPECT_EQ(LevelIn("[LOG]\nLEVEL=Debug\n"), "8");
 }
 
-TEST_F(LogLocation, WhatIsNoEntryOfAKeywordIsTheErrorLevel) {
+TEST_F(LogLocation, AnythingButAKeywordIsTheErrorLevel) {
     for (char const* const contents :
          {"", "[LOG]\n", "[LOG]\nLEVEL\n", "[LOG]\nLEVEL=\n", "[LOG]\nLEVEL==DEBUG\n",
           "[LOG]\nLEVEL = DEBUG\n", "[LOG]\nLEVEL= DEBUG\n", "[LOG]\nLEVEL=LOUD\n",

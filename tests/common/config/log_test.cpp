@@ -20,7 +20,7 @@ struct Line {
     std::string text;
 };
 
-class RecordingLog final : public ILog {
+class KeepingLog final : public ILog {
   public:
     void Reserved0() override { ADD_FAILURE() << "the first operation was called"; }
     void Reserved1() override { ADD_FAILURE() << "the second operation was called"; }
@@ -33,7 +33,7 @@ class RecordingLog final : public ILog {
     std::vector<Line> lines;
 };
 
-// Memory that cannot be looked at.
+// Memory that cannot be read.
 class ForbiddenMemory {
   public:
     ForbiddenMemory()
@@ -85,7 +85,7 @@ TEST(LogCall, WithoutALogLooksAtNothing) {
 }
 
 TEST(LogCall, PassesFormatAndArgumentsOnAsTheyAreAndFormatsNothing) {
-    RecordingLog log;
+    KeepingLog log;
     ForbiddenMemory const memory;
     char const* const format = "[LAUNCHER  ] %s %d %ld %c %.2f %p %% %zu";
     __LOG__A(&log, LOGLEVEL_ERROR, format, "agent", -7, 1234567890123L, 'x', 2.5,
@@ -99,7 +99,7 @@ TEST(LogCall, PassesFormatAndArgumentsOnAsTheyAreAndFormatsNothing) {
 }
 
 TEST(LogCall, PassesEveryLevelOnInTheOrderOfTheCalls) {
-    RecordingLog log;
+    KeepingLog log;
     std::vector<int> levels;
     for (int const level : {1, 2, 4, 8, 16, 17, 0, 3, -1}) {
         __LOG__A(&log, static_cast<LOGLEVEL>(level), "[SERVICE   ] x");
@@ -112,7 +112,7 @@ TEST(LogCall, PassesEveryLevelOnInTheOrderOfTheCalls) {
 }
 
 TEST(LogCall, HasNoLimitOfLength) {
-    RecordingLog log;
+    KeepingLog log;
     std::string const name(150000, 'n');
     __LOG__A(&log, LOGLEVEL_DEBUG, "%s!", name.c_str());
     ASSERT_EQ(log.lines.size(), 1U);
@@ -120,7 +120,7 @@ TEST(LogCall, HasNoLimitOfLength) {
 }
 
 // A log as another compiler's library would make it: a pointer to a table of functions,
-// behind the two entries that every such table begins with.
+// which stand after the two entries with which every such table begins.
 using Slot = void (*)();
 
 struct Table {

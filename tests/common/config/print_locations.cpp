@@ -1,5 +1,5 @@
-// Prints what every location function returns in this program, a line each. Tests copy
-// it to where they want to know; see locations_in.h.
+// Prints what every location function returns in this program, a line each. Tests copy it
+// to the path that they ask about; see locations_in.h.
 
 #include <unistd.h>
 

@@ -20,7 +20,7 @@
 
 namespace {
 
-// The descriptor that the next open gets.
+// Returns the descriptor that the next open gets.
 int LowestFreeDescriptor() {
     int const descriptor = dup(0);
     close(descriptor);
@@ -40,18 +40,18 @@ class Pexec : public testing::Test {
     }
     ~Pexec() override { std::filesystem::remove_all(directory); }
 
-    // After a test nothing is left open, and no child waits to be reaped.
-    void SetUp() override { lowestFree = LowestFreeDescriptor(); }
+    // After a test no descriptor is left open, and no child waits to be reaped.
+    void SetUp() override { lowest_free = LowestFreeDescriptor(); }
     void TearDown() override {
-        EXPECT_EQ(LowestFreeDescriptor(), lowestFree);
+        EXPECT_EQ(LowestFreeDescriptor(), lowest_free);
         EXPECT_FALSE(HasChildren());
     }
 
     std::filesystem::path directory;
-    int lowestFree = -1;
+    int lowest_free = -1;
 };
 
-// While one lives, `handler` handles `signal`, and interrupts what it finds waiting.
+// While one lives, `handler` handles the signal, and interrupts a system call that waits.
 class InterruptingHandler {
   public:
     InterruptingHandler(int handled_signal, void (*handler)(int))
@@ -157,7 +157,7 @@ TEST_F(Pexec, ANulEndsItsPiece) {
 }
 
 TEST_F(Pexec, WaitsForTheCommandToEnd) {
-    // The output ends at once, the command later.
+    // The output ends at once, the command ends later.
     EXPECT_EQ(
         pexec("exec >/dev/null; sleep 0.2; echo done >" + (directory / "done").string()),
         "");
@@ -189,8 +189,8 @@ volatile std::sig_atomic_t descriptor_to_close = -1;
 TEST_F(Pexec, ReadsOnAfterAnInterruption) {
     signals_seen = 0;
     InterruptingHandler const handler(SIGUSR1, [](int) { signals_seen = 1; });
-    // The command waits until its caller is asleep, which is in the read, interrupts it,
-    // and gives it nothing to read before it has taken the signal.
+    // The command waits until its caller sleeps, in the read, and interrupts it. It
+    // writes the rest once the caller has taken the signal.
     EXPECT_EQ(
         pexec("echo one; "
               "until grep -q '^State:.S' /proc/$PPID/status; do :; done; "
@@ -202,7 +202,7 @@ TEST_F(Pexec, ReadsOnAfterAnInterruption) {
 }
 
 TEST_F(Pexec, AReadThatFailsForGoodEndsTheOutput) {
-    // The handler takes the pipe away, and then lets the command end.
+    // The handler closes the pipe, and then lets the command end.
     static std::string const flag = directory / "flag";
     std::ofstream(flag.c_str()).close();
     descriptor_to_close = LowestFreeDescriptor();
@@ -237,7 +237,7 @@ TEST(IsRunningPid, IsFalseForAnIdThatWasNeverUsed) {
     EXPECT_FALSE(IsRunningPID(INT_MAX - 1));
 }
 
-// As kill takes them: 0 is the caller's process group, and what is below is a group too.
+// As for kill: 0 is the caller's process group, and a negative number is a group too.
 TEST(IsRunningPid, OfAGroupIsTrueIfItHasAProcess) {
     EXPECT_TRUE(IsRunningPID(0));
     EXPECT_TRUE(IsRunningPID(-getpgrp()));

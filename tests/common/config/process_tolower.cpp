@@ -1,5 +1,5 @@
-// Stands in for the C library's tolower, which asks the process's locale. Locales other
-// than "C" are missing on some machines.
+// Replaces the C library's tolower, which depends on the process's locale: some machines
+// have no locale but "C".
 //
 // The headers of the C library may define it too, and are not included.
 

@@ -42,7 +42,7 @@ std::ostream& operator<<(std::ostream& out, Placed const& placed) {
 
 class ProfileReader : public testing::Test {
   protected:
-    // Returns the value found in a file of these contents, "fallback" if there is none.
+    // Returns the value in a file of these contents, "fallback" if it has none.
     std::string Value(std::string const& contents, std::string const& section,
                       std::string const& key) const {
         std::string buffer(5000, kUntouched);
@@ -199,7 +199,7 @@ TEST_F(ProfileReader, BlanksAroundTheEqualsSignBelongToKeyAndValue) {
     EXPECT_EQ(Value("[S]\nK= a =b\n", "S", "K"), " a ");
 }
 
-TEST_F(ProfileReader, NothingBehindTheOnlyEqualsSignIsNoEntry) {
+TEST_F(ProfileReader, NothingAfterTheOnlyEqualsSignIsNoEntry) {
     EXPECT_EQ(Value("[S]\nK=\n", "S", "K"), "fallback");
     EXPECT_EQ(Value("[S]\nK= \t\n", "S", "K"), "fallback");
     EXPECT_EQ(Value("[S]\nK=\nK=v\n", "S", "K"), "v");
@@ -231,7 +231,7 @@ TEST_F(ProfileReader, LinesBeforeTheFirstHeaderAreNotLookedAt) {
     EXPECT_EQ(Value("K=v\n[S]\nK=w\n", "S", "K"), "w");
 }
 
-TEST_F(ProfileReader, OtherSectionsArePassedOver) {
+TEST_F(ProfileReader, OtherSectionsAreSkipped) {
     std::string const contents = "[A]\nK=a\n[B]\nK=b\nL=l\n[C]\nK=c\n";
     EXPECT_EQ(Value(contents, "A", "K"), "a");
     EXPECT_EQ(Value(contents, "B", "K"), "b");

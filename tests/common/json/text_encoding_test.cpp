@@ -168,9 +168,9 @@ TEST(TextEncoding, ASequenceCutShortIsRefusedAtTheEndAndInTheMiddle) {
         for (std::size_t length = 1; length < whole.size(); ++length) {
             std::string const cut = whole.substr(0, length);
             for (std::string const& before : {""s, "a"s, whole, whole + whole}) {
-                for (std::string const& behind : {""s, "a"s, "\0"s, whole}) {
+                for (std::string const& after : {""s, "a"s, "\0"s, whole}) {
                     std::string text = before;
-                    text.append(cut).append(behind);
+                    text.append(cut).append(after);
                     EXPECT_EQ(Decode(text), std::nullopt) << InHex(text);
                 }
             }
@@ -178,7 +178,7 @@ TEST(TextEncoding, ASequenceCutShortIsRefusedAtTheEndAndInTheMiddle) {
     }
 }
 
-TEST(TextEncoding, ASequenceCutShortBehindALongTextIsRefused) {
+TEST(TextEncoding, ASequenceCutShortAfterALongTextIsRefused) {
     for (std::size_t const length : {15U, 16U, 31U, 255U, 256U, 4095U, 4096U, 100000U}) {
         std::string const text(length, 'a');
         EXPECT_EQ(Decode(text), std::wstring(length, L'a'));
@@ -249,7 +249,7 @@ TEST(TextEncoding, EveryTextOfThreeOrFourBorderBytesIsDecodedStrictly) {
     }
 }
 
-// Mostly well-formed text, so that a fault is met behind text of some length.
+// Mostly well-formed text, so that a fault is found after text of some length.
 std::string RandomText(std::mt19937& random) {
     std::string text;
     for (auto pieces = random() % 12; pieces > 0; --pieces) {

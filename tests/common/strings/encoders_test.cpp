@@ -72,7 +72,7 @@ Bytes SomeBytes(std::size_t length) {
     return bytes;
 }
 
-// Says whether a block of several pages has been given back.
+// Returns whether a block of several pages has been freed.
 bool IsFreed(char const* block) {
 #if UNDER_ASAN
     return __asan_address_is_poisoned(block) != 0;
@@ -121,7 +121,7 @@ TEST(Base64, EveryLengthUpToAThousandWithoutLineBreaks) {
     }
 }
 
-TEST(Base64, ReadsNothingBehindTheData) {
+TEST(Base64, ReadsNothingAfterTheData) {
     for (std::size_t length = 1; length <= 6; ++length) {
         Bytes bytes = SomeBytes(length + 3);
         std::string const text = base64(bytes.data(), length);

@@ -1,5 +1,5 @@
-// What the string functions do where memory is short: every single allocation of a call
-// fails once, alone and with all later ones.
+// What the string functions do when an allocation fails: every single allocation of a
+// call fails once alone, and once together with all later ones.
 
 #include <gtest/gtest.h>
 
@@ -18,8 +18,8 @@
 
 namespace {
 
-// Calls with no allocation granted, then with one, and so on until the call has all that
-// it asks for. It may only throw std::bad_alloc or return what it always returns.
+// Lets the first allocation of the call fail, then the second, and so on until none
+// fails. The call may only throw std::bad_alloc or return what it always returns.
 template <typename Call>
 void ExpectLackOfMemoryIsThrown(Call call, int refused) {
     auto const expected = call();

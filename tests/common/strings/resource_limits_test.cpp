@@ -1,5 +1,5 @@
-// What the string functions do where memory or time runs out: some calls never end, and
-// that is shown by the bound that stops them.
+// What the string functions do under limits of memory and of CPU time. Some calls never
+// end; the limit that stops them shows that.
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -20,7 +20,7 @@ namespace {
 
 std::size_t const kLimit = 65536;
 
-// Sets a limit of this process, a child of the test program, and dumps no core at it.
+// Sets a limit of this process, a child of the test program, without a core dump.
 void Limit(decltype(RLIMIT_CPU) resource, rlim_t value) {
     rlimit const limit = {value, value + 1};
     rlimit const no_core = {0, 0};
@@ -41,7 +41,7 @@ Text ReplacedUntilMemoryRunsOut(Text text, Text const& searched,
     return text;
 }
 
-TEST(ReplaceAll, AnInsertionThatBringsTheSearchedTextAboutAgainNeverEnds) {
+TEST(ReplaceAll, AReplacementThatMakesTheSearchedTextAgainNeverEnds) {
     auto const text = ReplacedUntilMemoryRunsOut<std::string>("ab", "b", "bb");
     EXPECT_EQ(text, 'a' + std::string(text.size() - 1, 'b'));
     auto const wide = ReplacedUntilMemoryRunsOut<std::wstring>(L"ab", L"b", L"bb");

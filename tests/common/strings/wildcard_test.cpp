@@ -297,7 +297,7 @@ TEST(Wildcard, QuestionMarkTakesExactlyOneCharacter) {
     EXPECT_FALSE(Matches("a?b", "a"));
 }
 
-TEST(Wildcard, BehindTheEndOnlyAStarThatEndsTheExpressionMatches) {
+TEST(Wildcard, AfterTheEndOnlyAStarThatEndsTheExpressionMatches) {
     EXPECT_TRUE(Matches("?*", ""));
     EXPECT_TRUE(Matches("a?*", "a"));
     EXPECT_TRUE(Matches("a?\?>*", "a"));

@@ -1,5 +1,5 @@
-// Prints the path that _NSGetExecutablePath gives, after a chdir to argv[1] if there is
-// one.
+// Prints the path that _NSGetExecutablePath returns. First changes to the directory
+// argv[1], if there is one.
 
 #include <mach-o/dyld.h>
 #include <unistd.h>

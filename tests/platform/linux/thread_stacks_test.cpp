@@ -30,10 +30,10 @@ constexpr std::size_t kStackSize = 65'536;
 constexpr int kStackCount = 16'384;
 constexpr int kGuardInstall = 102;
 
-// The first stacks, of which every forked child has a copy.
+// So many stacks, the first ones, are copied into every forked child.
 constexpr int kAlwaysCopied = 63;
 
-// Whether the calls below fail, as on a system that does not know them.
+// Whether the calls below work, or fail as on a system that does not know them.
 std::atomic<bool> has_guard_marks = true;
 std::atomic<bool> has_guard_mappings = true;
 std::atomic<bool> has_room_for_mappings = true;
@@ -134,8 +134,8 @@ class WaitingThreads {
     std::vector<std::thread> threads;
 };
 
-// Returns how a forked child ends that runs `body`: -N for signal N, 0 if nothing failed
-// in it. A child that hangs is ended by SIGALRM.
+// Runs `body` in a forked child. Returns how the child ends: -N for signal N, 0 if
+// nothing failed in it. SIGALRM ends a child that hangs.
 int EndOfChild(std::function<void()> const& body) {
     pid_t const child = fork();
     if (child == 0) {
@@ -148,12 +148,12 @@ int EndOfChild(std::function<void()> const& body) {
     return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
 }
 
-// Returns what a forked child finds at the address.
+// Returns what a forked child reads at the address.
 int InChild(char const volatile* address) {
     return EndOfChild([address] { _exit(*address); });
 }
 
-// Calls itself a million times, which takes more stack than any thread has.
+// Calls itself a million times, which needs more stack than any thread has.
 int Overflow(int depth) {
     char volatile used[256];
     used[0] = static_cast<char>(depth);
@@ -164,7 +164,7 @@ void* Nothing(void*) {
     return nullptr;
 }
 
-// A thread that was asked for with attributes.
+// Returns the stack of a thread that is created with these attributes.
 Stack StackOfThreadWith(pthread_attr_t const& attributes) {
     Stack stack;
     pthread_t thread = 0;
@@ -261,7 +261,7 @@ TEST_P(ThreadStacks, AForkedChildHasZeroesInThatOfAThreadThatHasForkedBefore) {
     forking.join();
 }
 
-// The C library looks at it there if the fork comes in the midst of the join.
+// If the fork comes during the join, the C library reads the stack in the child.
 TEST_P(ThreadStacks, AForkedChildHasThatOfAThreadWhileItIsJoined) {
     WaitingThreads const threads(kAlwaysCopied);
     std::promise<void> end;
@@ -324,7 +324,7 @@ TEST_P(ThreadStacks, AreNotUsedAgainWhileTheirThreadIsNotJoined) {
     EXPECT_EQ(StackOfNewThread().lowest, lowest);
 }
 
-// In a child, since it is lost to the process.
+// In a child, since the process loses the stack.
 TEST(ThreadStack, OfADetachedThreadIsNotUsedAgain) {
     auto const body = [] {
         std::promise<char*> lowest;
@@ -434,7 +434,7 @@ TEST(ThreadStack, IsGivenBackIfTheSystemHasNoThread) {
     EXPECT_EQ(EndOfChild(body), 0);
 }
 
-TEST(ThreadStack, AJoinHandsOnWhatTheThreadReturned) {
+TEST(ThreadStack, AJoinReturnsWhatTheThreadReturned) {
     pthread_t thread = 0;
     auto const body = [](void* argument) { return argument; };
     int value = 0;
@@ -444,7 +444,7 @@ TEST(ThreadStack, AJoinHandsOnWhatTheThreadReturned) {
     EXPECT_EQ(result, &value);
 }
 
-// As with the system's own stacks.
+// The system's own stacks do the same.
 TEST(ThreadStack, AForkedChildJoinsTheThreadsThatItLacksAtOnce) {
     WaitingThreads others(1);
     pthread_t const other = others.Handle(0);

@@ -13,7 +13,7 @@
 
 namespace {
 
-// Says whether the limited user, limited to 40, is told to have that many processes.
+// Returns whether CountUserProcesses says that the user has that many processes, of 40.
 bool HasRunning(long count) {
     std::optional<UserProcesses> const processes = CountUserProcesses();
     return processes && processes->limit == 40 && processes->running == count;
@@ -34,7 +34,7 @@ TEST(UserProcesses, CountsThisProcessItsThreadsAndOthersOfTheUser) {
         auto const wait = [ended] { ended.wait(); };
         // ThreadSanitizer starts a thread of its own with the first one.
         std::thread first_thread(wait);
-        // The only process of this user.
+        // This is the only process of the user.
         std::optional<UserProcesses> const first = CountUserProcesses();
         bool const counts_own =
             first && first->running == ProcNumber(getpid(), "status", "Threads");

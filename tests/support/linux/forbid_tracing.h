@@ -1,4 +1,4 @@
-// Linux alone: a process that may not trace.
+// Only for Linux: forbids a process to trace.
 
 #ifndef TESTS_SUPPORT_LINUX_FORBID_TRACING_H
 #define TESTS_SUPPORT_LINUX_FORBID_TRACING_H

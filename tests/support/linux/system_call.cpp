@@ -44,8 +44,8 @@ bool WaitsForCondition(SystemCall const& call) {
     return IsFutexWait(call, FUTEX_PRIVATE_FLAG);
 }
 
-// Unlike the wait for a condition, that for a thread's end is not private to the process:
-// the kernel notifies it.
+// A wait on a condition is private to the process. A wait for a thread's end is not: the
+// kernel notifies it.
 bool WaitsForThread(SystemCall const& call) {
     return IsFutexWait(call, 0);
 }

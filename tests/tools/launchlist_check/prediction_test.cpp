@@ -308,7 +308,7 @@ TEST_F(Prediction, OfTwoWithOneNameTheLaterRunsOn) {
     SetLogLevel("ERROR");
     Start(list);
     pid_t const earlier = WaitForStarts(1, "earlier")[0].pid;
-    ASSERT_TRUE(gate.WaitUntilHeldUp(launcher->Pid(), 1));
+    ASSERT_TRUE(gate.WaitUntilBlocked(launcher->Pid(), 1));
     gate.Open();
     pid_t const later = WaitForStarts(1, "later")[0].pid;
     EXPECT_TRUE(WaitFor([&] { return IsGone(earlier); }));
