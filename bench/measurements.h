@@ -34,7 +34,7 @@ struct Extent {
 // Prints what went wrong, as lines on the standard error output.
 class Checks {
   public:
-    // Prints the sentence, which says what is wrong, if it does not hold.
+    // Prints `what`, a sentence that says what is wrong, unless `holds` is true.
     void Expect(bool holds, std::string const& what);
 
     bool AllHold() const { return failures == 0; }

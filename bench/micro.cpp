@@ -220,7 +220,7 @@ std::vector<Comparison> Wildcards() {
                  "")};
 }
 
-// The encoders, for which there is nothing on every machine to compare them with.
+// The encoders, without a reference: no function that every machine has does the same.
 std::vector<Comparison> Encoders() {
     std::vector<std::size_t> const sizes = {100, 10'000, 1'000'000};
     Maker const encode_base64 = [](std::size_t bytes) -> Work {

@@ -141,8 +141,8 @@ Placed Read(std::string const& content, Query const& query) {
     return {length, std::string(buffer.begin(), buffer.end())};
 }
 
-// Returns the number at the start of `text`, or nothing if it is beyond int: what becomes
-// of that is left out, since atoi leaves it open.
+// Returns the number at the start of `text`; std::nullopt if it is outside the range of
+// int, for which the result of atoi is not defined.
 std::optional<int> NumberAt(std::string const& text) {
     std::size_t i = 0;
     while (i < text.size() && IsBlank(text[i])) {

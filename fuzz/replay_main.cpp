@@ -1,8 +1,8 @@
-// Runs a fuzzer on every file of a folder, where there is no libFuzzer:
+// Runs a fuzzer on every file of a folder, without libFuzzer:
 //
 //   fuzz_wildcard fuzz/corpus/wildcard
 //
-// Exit code: 0 if the fuzzer finds no defect in any of them, 1 if there is no file.
+// Exit code: 0 if the fuzzer finds no defect in any of them, 1 if the folder has no file.
 // Prints the name of each file. A defect ends the process abnormally, so the last name is
 // that of the file that shows it.
 

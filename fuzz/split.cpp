@@ -198,7 +198,7 @@ void CheckJoin(std::vector<std::string> const& items, std::string const& separat
         Require(!items.empty() && joined == JoinModel(items, separator),
                 "join puts the separator between the items");
     } catch (std::out_of_range const&) {
-        Require(items.empty(), "join throws only where there is no item");
+        Require(items.empty(), "join throws only for an empty list");
     }
 }
 

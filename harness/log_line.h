@@ -20,10 +20,10 @@ struct LogLine {
     std::string message;
 };
 
-// Takes a line apart; returns nothing if it does not have the form of one.
+// Returns the parts of a line; std::nullopt if it does not have that form.
 std::optional<LogLine> ParseLogLine(std::string const& line);
 
-// Returns the lines of the file that have the form of one, in order.
+// Returns the lines of the file that have that form, in order.
 std::vector<LogLine> ReadLogLines(std::filesystem::path const& file);
 
 #endif

@@ -44,7 +44,7 @@ std::filesystem::path ProgramOf(pid_t pid);
 // "status" or "io"; an empty string if there is no such line.
 std::string ProcValue(pid_t pid, std::string const& file, std::string const& key);
 
-// Returns the same as a number, 0 if it is none.
+// Returns the same as a number, 0 if it is not a number.
 long ProcNumber(pid_t pid, std::string const& file, std::string const& key);
 
 // Returns how many descriptors the process has open, 0 if it is gone.

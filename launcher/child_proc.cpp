@@ -49,7 +49,7 @@ void ChildProc::Supervise() {
     bool is_forked_child = false;
     // Contract: the flag is read once in a pass, never during a wait.
     while (running.load(std::memory_order_relaxed)) {
-        // Contract: a "program" that is no text ends the launcher; nothing catches here.
+        // Contract: if "program" cannot be read as text, the launcher aborts.
         std::string program = launch_list::Program(item);
         __LOG__A(logger, LOGLEVEL_DEBUG, "[LAUNCHER  ] Start to fork %s", name.c_str());
         pid_t const child = fork();

@@ -11,9 +11,9 @@
 //   launch_list::ArgumentCount(item)    -> 1
 //   launch_list::Argument(item, 0)      -> "-v"
 //
-// Each function throws what JsonObject throws for a value of the wrong type. What becomes
-// of the launcher or its child then is told by those who call. An item may get members
-// that are null, where they are missing.
+// Each function throws what JsonObject throws for a value of the wrong type. Its callers
+// say what then becomes of the launcher or of its child. A call may add a missing member
+// to an item, as null.
 
 #ifndef LAUNCHER_LAUNCH_LIST_H
 #define LAUNCHER_LAUNCH_LIST_H

@@ -53,7 +53,7 @@ int main(int argc, char** argv) {
     std::string const launcher_name = argv[1];
     std::string const list_path = argv[2];
 
-    // Contract: nobody sees these lines, for the log is opened after the list is read.
+    // Contract: nobody sees these lines, because the log opens after the list is read.
     __LOG__A(logger, LOGLEVEL_ERROR, "[LAUNCHER  ] Read data from %s", list_path.c_str());
     std::string text;
     if (!ReadData(list_path, text)) {

@@ -89,7 +89,7 @@ class TracedRun {
     pid_t Pid() const { return launcher.Pid(); }
 
     // Sends SIGTERM this long after the start, and another one if main needs it. Returns
-    // the outcome, an empty string if it is none of the above.
+    // the outcome; an empty string if no outcome above fits.
     std::string Stop(microseconds delay) {
         std::this_thread::sleep_until(begin + delay);
         SendSigterm();

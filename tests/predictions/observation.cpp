@@ -19,7 +19,7 @@
 
 namespace {
 
-// What is seen so often is taken for lasting, if nothing else tells.
+// A state that was seen more often than this is taken to last.
 constexpr int kLasting = 100;
 
 // More reads than any list of the generator takes.

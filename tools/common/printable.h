@@ -19,9 +19,8 @@ namespace tools {
 // terminal or stay hidden:
 // - control characters, line separators and paragraph separators;
 // - characters that turn the direction of writing;
-// - characters without width: zero-width spaces and joiners, variation selectors, tags
-// and
-//   fillers, which Unicode calls default ignorable, but not combining accents;
+// - characters without width, which Unicode calls default ignorable: zero-width spaces
+//   and joiners, variation selectors, tags and fillers (but not combining accents);
 // - bytes that are not UTF-8.
 //
 // The result is UTF-8.

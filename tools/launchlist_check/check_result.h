@@ -15,8 +15,7 @@ enum class Outcome {
     Exits,
     // It stops an item that may have no process yet: SIGKILL then goes to the launcher's
     // own process group. Or it stops an item whose fork failed: SIGKILL then goes to
-    // every
-    // process of the user. If Aborts is possible too, this is the outcome.
+    // every process of the user. If Aborts is possible too, this is the outcome.
     KillsGroup,
     // Its process ends abnormally.
     Aborts,

@@ -58,7 +58,7 @@ class Findings {
     // Returns how many there are of each kind, kept or not.
     std::map<Kind, std::size_t> const& Counts() const noexcept { return counts; }
 
-    // Returns how many of a kind are not kept, for each kind that has such.
+    // Returns how many are not kept, for each kind of which some are not.
     std::map<Kind, std::size_t> LeftOut() const;
 
     // Returns how many there are of this severity, kept or not.

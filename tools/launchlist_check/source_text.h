@@ -20,8 +20,8 @@ class Positions {
     // Refers to the bytes of `searched`, which must live as long as the object.
     explicit Positions(std::string_view searched);
 
-    // Returns the place of the byte at `offset`; that of the end of the text if there are
-    // not so many bytes. A line ends with a line feed, a carriage return, or a carriage
+    // Returns the place of the byte at `offset`; that of the end of the text if `offset`
+    // is beyond it. A line ends with a line feed, a carriage return, or a carriage
     // return and a line feed.
     Position Find(std::size_t offset) const;
 
@@ -53,7 +53,7 @@ struct KeyScan {
 };
 
 // Passes on the repeated keys of the document at the beginning of `text`, in their order,
-// but for those inside an array. Looks no further than the document, and no deeper than
+// except those inside an array. Looks no further than the document, and no deeper than
 // the parser.
 //
 // The text should be a document that jsoncpp accepts. For others the result is

@@ -1,4 +1,4 @@
-// What was read of a file, so that it is recognized under another name, compressed or
+// What was read of a file, so that it is recognised under another name, compressed or
 // copied.
 
 #ifndef TOOLS_LAUNCHLOG_REPORT_CONTENT_H

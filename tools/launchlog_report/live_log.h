@@ -35,7 +35,7 @@ class LiveLog {
     void Open(ReadFiles& read_files);
 
     // Returns why the file at the path cannot be read, in words; an empty string if it
-    // can. That is as Open and Read have found it.
+    // can. The last call of Open or Read has found that.
     std::string const& Problem() const { return problem; }
 
     // Returns whether no file was ever open, and there is none at the path.

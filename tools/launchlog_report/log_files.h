@@ -40,8 +40,8 @@ std::vector<std::string> RotatedFiles(std::string const& log);
 std::vector<std::string> OldestFirst(std::vector<std::string> const& files);
 
 // Returns the launcher logs of the user with this home directory, for every product:
-// HOME/Library/Logs/PRODUCT/voplog/launcher.log. A log is found, too, if only rotated
-// files of it are there.
+// HOME/Library/Logs/PRODUCT/voplog/launcher.log. A log is found even if only its rotated
+// files exist.
 std::vector<std::string> FindLogs(std::string const& home);
 
 }  // namespace launchlog_report

@@ -68,7 +68,7 @@ class Logs {
         std::optional<LiveLog> live;
         LineCounts counts;
         bool may_be_missing = false;
-        // Why it is no log, by the lines that it had at first.
+        // Why it is not a launcher's log, judged by its first lines.
         std::string no_log;
     };
 

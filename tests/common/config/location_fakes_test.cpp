@@ -1,4 +1,4 @@
-// The locations and the log level in places and states that a test cannot bring about.
+// The locations and the log level in places and states that a test cannot produce.
 // This program replaces the path of the executable and the reader of INI files by fakes.
 
 #include <gmock/gmock.h>

@@ -23,8 +23,8 @@ bool IsSurrogate(wchar_t element) {
     return element >= 0xD800 && element <= 0xDFFF;
 }
 
-// Returns what the decoder makes of `text`, nothing if it refuses it in the way that it
-// promises. Any other exception fails the test.
+// Returns the decoded text; std::nullopt if the decoder refuses it with the exception
+// that it promises. Any other exception fails the test.
 std::optional<std::wstring> Decode(std::string const& text) {
     try {
         return s2ws(text);
