@@ -4,7 +4,7 @@
 #include <cstring>
 #include <stdexcept>
 
-#include "launcher/launch_list.h"
+#include "launcher/list_rules.h"
 
 // Delegates to another constructor: once that is done, an exception runs the destructor,
 // which frees the arguments copied so far.

@@ -9,7 +9,7 @@
 
 #include "common/config/log.h"
 #include "launcher/argument_vector.h"
-#include "launcher/launch_list.h"
+#include "launcher/list_rules.h"
 
 namespace {
 

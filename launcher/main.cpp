@@ -9,7 +9,7 @@
 
 #include "common/config/log.h"
 #include "common/config/log_location.h"
-#include "launcher/launch_list.h"
+#include "launcher/list_rules.h"
 #include "launcher/system_event.h"
 
 ILog* logger = nullptr;

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <map>
 
-#include "launcher/launch_list.h"
+#include "launcher/list_rules.h"
 #include "tools/launchlist_check/item_keys.h"
 #include "tools/launchlist_check/message.h"
 #include "tools/launchlist_check/read_values.h"

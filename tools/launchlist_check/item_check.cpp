@@ -4,7 +4,7 @@
 #include <iterator>
 #include <vector>
 
-#include "launcher/launch_list.h"
+#include "launcher/list_rules.h"
 #include "tools/common/printable.h"
 #include "tools/launchlist_check/argument_check.h"
 #include "tools/launchlist_check/item_report.h"

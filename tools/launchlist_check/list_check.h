@@ -6,7 +6,7 @@
 //       -> one finding, of the kind "relative-program"
 //
 // Values are read as the launcher reads them: by the same parser, and by the functions of
-// launcher/launch_list.h. Nothing is started.
+// launcher/list_rules.h. Nothing is started.
 
 #ifndef TOOLS_LAUNCHLIST_CHECK_LIST_CHECK_H
 #define TOOLS_LAUNCHLIST_CHECK_LIST_CHECK_H

@@ -4,7 +4,7 @@
 #include <optional>
 #include <unordered_map>
 
-#include "launcher/launch_list.h"
+#include "launcher/list_rules.h"
 #include "platform/user_processes.h"
 #include "tools/launchlist_check/item_check.h"
 #include "tools/launchlist_check/message.h"

@@ -11,11 +11,11 @@
 #include <utility>
 
 #include "common/json/json_object.h"
-#include "launcher/launch_list.h"
+#include "launcher/list_rules.h"
 
 namespace launchlist_check {
 
-// Returns what `read`, a function of launcher/launch_list.h, reads of `value`;
+// Returns what `read`, a function of launcher/list_rules.h, reads of `value`;
 // std::nullopt if it throws, that is if the launcher cannot read it.
 //
 //   AsRead(item, launch_list::Name)                  -> "agent"

@@ -15,8 +15,8 @@
 // say what then becomes of the launcher or of its child. A call may add a missing member
 // to an item, as null.
 
-#ifndef LAUNCHER_LAUNCH_LIST_H
-#define LAUNCHER_LAUNCH_LIST_H
+#ifndef LAUNCHER_LIST_RULES_H
+#define LAUNCHER_LIST_RULES_H
 
 #include <string>
 
