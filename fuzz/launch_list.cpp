@@ -122,8 +122,8 @@ Walk WalkAsTheLauncherDoes(std::string const& content) {
     return {created, failed};
 }
 
-// The model. A value of the wrong type throws here as it does in the launcher: whichever
-// way it is asked, it is jsoncpp that throws. But nothing is added to what is read.
+// The model. A value of the wrong type throws here as it does in the launcher, because
+// jsoncpp throws in both. But the model adds no members to what it reads.
 Json::Value Member(Json::Value const& object, std::string const& name) {
     return object.isMember(name) ? object[name] : Json::Value();
 }

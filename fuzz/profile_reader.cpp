@@ -104,7 +104,7 @@ std::optional<std::string> Find(std::string const& content, Query const& query) 
     return std::nullopt;
 }
 
-// Puts a text where it fits, and returns its length, or 0 where it does not.
+// Copies the text to `buffer` if it fits, and returns its length; otherwise returns 0.
 std::size_t Put(std::string const& text, Query const& query, std::string& buffer) {
     if (static_cast<long>(text.size()) >= query.size) {
         return 0;

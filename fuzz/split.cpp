@@ -89,8 +89,8 @@ Text JoinModel(std::vector<Text> const& items, Text const& separator) {
     return text;
 }
 
-// Returns nothing where the replacing is not seen to end, as replace_all's header says of
-// some: each replacement should pass over one character at least.
+// Returns std::nullopt if the replacing may never end, which replace_all's header warns
+// of: it has made more replacements than there are characters.
 template <typename Text>
 std::optional<Text> ReplaceModel(Text text, Text const& searched,
                                  Text const& replacement) {
@@ -115,8 +115,9 @@ Text Transformed(Text const& piece, std::size_t number) {
     return number % 3 == 2 ? Text() : piece + piece.substr(0, 1);
 }
 
-// Calls `cut` with a transform that changes also what must not count, and requires that
-// it was given the pieces in order, and that what it returned is the result.
+// Calls `cut` with a transform that also changes the piece itself, which must not count.
+// Requires that the transform gets the pieces in order, and that the result is what it
+// has returned.
 template <typename Text, typename Cut>
 void CheckTransformed(std::vector<Text> const& pieces, Cut const& cut,
                       char const* sentence) {

@@ -10,7 +10,7 @@
 namespace {
 
 // Left out: longer expressions, longer names, and expressions with more of the wildcards
-// that double the work, which the matcher's header warns of. They find nothing but time.
+// that double the work, which the matcher's header warns of. They only take time.
 std::size_t const kLongestExpression = 64;
 std::size_t const kMostRuns = 4;
 

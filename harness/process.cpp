@@ -48,7 +48,7 @@ Process::Process(std::vector<std::string> arguments, std::function<void()> prepa
 
 Process::Process(std::function<int()> const& body) : pid(ForkIntoSession()) {
     if (pid == 0) {
-        // An exception must not lead the copy on into the code of its parent.
+        // If an exception left this block, the copy would run the code of its parent.
         try {
             _exit(body());
         } catch (...) {

@@ -30,8 +30,8 @@ has_command() {
 
 # has_compiler CHOSEN NAME...
 #
-# Says whether there is the compiler that the user chose, or one of those that CMake looks
-# for if he chose none.
+# Says whether there is the compiler that the user chose; without a choice, whether there
+# is one of those that CMake looks for.
 has_compiler() {
     local chosen=$1 name
     shift

@@ -61,8 +61,8 @@ TEST_F(FaultNoTask, WithoutAProcessForOneItemTheOthersRunOnUntilTheStopKillsAll)
     for (pid_t const program : others) {
         EXPECT_TRUE(WaitFor([program] { return IsGone(program); }));
     }
-    // A program that the failed item's stop kills before its own has come is started
-    // once more.
+    // The stop of the failed item kills the other programs too. One whose own item is
+    // not stopped yet is started once more.
     WriteFile(word, "");
     EXPECT_EQ(launcher->WaitForEnd(), "exit 1");
     EXPECT_THAT(LinksAndPrograms(), IsEmpty());

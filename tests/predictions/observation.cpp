@@ -117,8 +117,8 @@ class Watch {
             }
         }
         supervisors = present;
-        // That main waited before says that no thread was still to come. That it waits
-        // now says that no thread was gone because the process is about to end.
+        // Main waited before the look, so all threads were there. It still waits, so no
+        // thread was missing because the process is about to end.
         return main_waited && Count(Fate::kUnknown) == 0 && MainWaits();
     }
 

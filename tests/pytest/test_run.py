@@ -169,9 +169,9 @@ def test_root_is_warned_outside_of_a_container(namespace, is_warned, tmp_path):
 class User:
     """A user who is not root, and may have 120 processes.
 
-    He may read and write all files, because the project can be in a folder of root's. The
-    number of the PID namespace is in his id, because the system counts a user's processes
-    in all namespaces. His cmake leaves the build as it is.
+    The user may read and write all files, because the project can be in a folder of
+    root's. The user's id has the number of the PID namespace in it, because the system
+    counts a user's processes in all namespaces. The user's cmake leaves the build alone.
     """
 
     id = 100000 + os.stat("/proc/self/ns/pid").st_ino % 1000000000

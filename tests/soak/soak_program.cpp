@@ -2,9 +2,8 @@
 // STARTS, in as little time as a program can take:
 //
 //   soak_program STARTS NAME        stays until it is killed
-//   soak_program STARTS NAME HOLD   ends at once with exit code 0; if there is a file
-//   HOLD,
-//                                   appends its line there too and stays
+//   soak_program STARTS NAME HOLD   ends at once with exit code 0; but if the file HOLD
+//                                   exists, appends its line there too and stays
 //
 // The line is "NAME PID". It is one write, so lines of many processes never mix.
 

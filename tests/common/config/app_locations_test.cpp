@@ -17,7 +17,7 @@ char const* const kMain = "X.app/Contents/MacOS/launcher";
 char const* const kExtension =
     "X.app/Contents/PlugIns/FinderSync.appex/Contents/MacOS/FinderSync";
 
-// A directory with bundles in it, whose programs locations what they find.
+// A directory with bundles in it, whose programs print the locations that they find.
 class AppLocations : public testing::Test {
   protected:
     // Copies the printing program to this place and returns its whole path.
@@ -50,7 +50,7 @@ class AppLocations : public testing::Test {
     std::string const root = directory.Path();
 };
 
-// The product's name is read from the file that lies in the bundle's resources.
+// The product's name is read from a file in the bundle's resources.
 TEST_F(AppLocations, OfAProgramInTheBundlesExecutableDirectory) {
     std::string const program = Installed(kMain);
     std::string const file =

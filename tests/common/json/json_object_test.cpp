@@ -65,7 +65,8 @@ TEST(JsonObject, IsAPointerAndAValueWithAVirtualDestructor) {
     EXPECT_FALSE((std::is_convertible_v<JsonObject const&, long long>));
 }
 
-// Has an operation of the name of every one of JsonObject's, and tells of its end.
+// Replaces every operation of JsonObject by one of the same name, and tells when it is
+// destroyed.
 class Derived : public JsonObject {
   public:
     explicit Derived(bool& told) : JsonObject("[1]"), ended(told) {}

@@ -1,4 +1,4 @@
-// What JsonObject takes for JSON, and what it keeps of it.
+// What JsonObject accepts as JSON, and what it keeps of it.
 
 #include <gtest/gtest.h>
 #include <json/writer.h>
@@ -85,8 +85,8 @@ TEST(JsonObject, BothConstructorsAcceptComments) {
     EXPECT_EQ(ValueOf(from_buffer), Parsed("[1,2]"));
 }
 
-// Compares with the C++ library: the handle's number is what that reads, and none of JSON
-// if it reads none.
+// Expects the number that the C++ library reads from `text`. If it reads none, `text`
+// must be refused.
 void ExpectReadAsTheCppLibraryReads(char const* text) {
     double value = 0;
     if (std::istringstream(text) >> value) {

@@ -167,8 +167,8 @@ TEST(JsonObjectSubscript, OfAnIndexIsAViewOnThatElement) {
     EXPECT_EQ(ValueOf(document), Parsed(R"(["changed",[2,3]])"));
 }
 
-// An array may leave out the nulls that it grew by, and is then another Json::Value; what
-// is written of it shows them.
+// An array need not store the nulls that it grew by, and then differs from one that does.
+// As text the two are the same.
 std::string WrittenText(JsonObject& handle) {
     return Json::FastWriter().write(ValueOf(handle));
 }

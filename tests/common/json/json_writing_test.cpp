@@ -50,8 +50,8 @@ TEST(ToStyledText, CarriesTheCommentsThatWereParsed) {
     EXPECT_EQ(JsonObject(text, sizeof text - 1).ToStyledText(), "{\n   \"a\" : 1\n}");
 }
 
-// What is put in the place of a value comes with its comments, and those of the value
-// that was there go with it.
+// A value that replaces another one brings its own comments. The comments of the replaced
+// value go with that.
 
 char const kCommented[] = "{\n   // old\n   \"a\" : 1\n}";
 

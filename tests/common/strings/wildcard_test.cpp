@@ -135,7 +135,7 @@ class ExpressionWalk {
     std::size_t length = 0;
 };
 
-// A sanitizer makes every comparison ten times dearer, and finds no more in the longest.
+// With a sanitizer a comparison takes ten times as long, and long names show no more.
 constexpr std::size_t kLongestName = UNDER_ASAN || UNDER_TSAN ? 4 : 5;
 
 template <typename Char>

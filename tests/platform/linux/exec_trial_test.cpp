@@ -100,7 +100,7 @@ TEST_F(ExecTrialTest, WhatTheSystemRefusesIsRefusedForItsReason) {
     ExpectAnswer(directory.Write("plain", "#!/bin/sh\n"), Answer::Refused, EACCES);
     ExpectAnswer(Program("empty", ""), Answer::Refused, ENOEXEC);
     ExpectAnswer(Program("random", "\x01\x02\x03\x80"), Answer::Refused, ENOEXEC);
-    // Its type is an object file, its processor another one, and its beginning the end.
+    // An object file, a program for another processor, and one that is cut short.
     ExpectAnswer(Program("object", Changed(16, 1)), Answer::Refused, ENOEXEC);
     ExpectAnswer(Program("processor", Changed(18, '\xB0')), Answer::Refused, ENOEXEC);
     ExpectAnswer(Program("cut", ReadFile("/bin/true").substr(0, 100)), Answer::Refused,

@@ -90,7 +90,7 @@ TEST_F(TimeStamp, WithoutAZoneItIsLocalTime) {
     EXPECT_EQ(ParseTimeStamp("2026-11-21 12:53:38"), kExample);
     EXPECT_EQ(ParseTimeStamp("2026-11-21 12:53:38.250 ERROR"), kExample + 250);
     EXPECT_EQ(ParseTimeStamp("2026-07-01 02:00:00"), 1782864000000);
-    // These look like a zone, but are none.
+    // These look like a zone, but are not one.
     EXPECT_EQ(ParseTimeStamp("2026-11-21 12:53:38 Zoe"), kExample);
     EXPECT_EQ(ParseTimeStamp("2026-11-21 12:53:38 -12345"), kExample);
     EXPECT_EQ(ParseTimeStamp("2026-11-21 12:53:38 +x"), kExample);
