@@ -28,7 +28,7 @@ happen, one line for each finding. "-" is the standard input. Nothing is started
 system is asked whether it would execute each program, and none of them runs.
 
   --json         print one JSON document instead, for machines
-  --strict       let warnings count as errors do
+  --strict       count warnings as errors in the exit code
   --all          show all findings, not the first 20 of each kind
   --no-programs  leave out what depends on this machine: its programs and its limits
   --help         print this

@@ -17,8 +17,8 @@ themselves. Without a LOG it reads the user's own, ~/Library/Logs/*/voplog/launc
 
   --follow          print the report again whenever it changes, until Ctrl-C
   --json            print one JSON document on one line instead of a table, for machines
-  --sort KEY        sort items by marked (as a table without this), name (as JSON without
-                    this), restarts, per-minute, first-end or last-end
+  --sort KEY        sort items by marked (the default of a table), name (the default of
+                    JSON), restarts, per-minute, first-end or last-end
   --fail-if-marked  exit with 3 if an item is marked, for monitoring
   --now TIME        use TIME as the current time, like 2026-11-21T12:00:00Z, for old logs
   --help            print this
