@@ -75,7 +75,7 @@ Comparison ParsingJson() {
             }};
 }
 
-// An object of so many levels, each with one member "member".
+// An object of that many levels, each with one member "member".
 std::string NestedObject(std::size_t levels) {
     std::string text = "1";
     for (std::size_t i = 0; i < levels; ++i) {
@@ -288,7 +288,7 @@ std::vector<Comparison> Conversions() {
              encode}};
 }
 
-// Writes a file with a section of so many lines, of which the last one is wanted.
+// Writes a file with a section of that many lines. The last one has the key "wanted".
 std::string WriteProfile(TempDirectory const& directory, std::size_t lines) {
     std::string text = "[SECTION]\n";
     for (std::size_t i = 1; i < lines - 1; ++i) {
@@ -327,7 +327,7 @@ void Log(char const* format, ...) {
     va_end(arguments);
 }
 
-// The line that the launcher logs of an end, with a name of so many characters. It is
+// The line that the launcher logs of an end, with a name of that many characters. It is
 // compared with a single write, of a line that is ready, to a file that is open.
 Comparison Logging(TempDirectory const& directory) {
     return {"a log line",

@@ -189,8 +189,8 @@ std::optional<Json::Value> Parsed(std::string const& text) {
                                          : std::nullopt;
 }
 
-// Returns true for a list that is left out: an item has so many arguments that reading
-// them takes too long.
+// Returns true for a list that is left out, because reading the arguments of an item
+// would take too long.
 bool IsTooMuch(Json::Value const& list) {
     if (!list.isObject()) {
         return false;

@@ -1,5 +1,5 @@
-// The rules of a launch list. The launcher reads a list by these functions, and
-// launchlist-check says by the same ones what the launcher will do.
+// The rules of a launch list. The launcher reads a list with these functions, and so does
+// launchlist-check, to say what the launcher will do.
 //
 //   JsonObject list(R"({"0": {"name": "agent", "program": "/opt/bin/agent",
 //                             "argc": 1, "args": {"0": "-v"}}})");
@@ -27,8 +27,8 @@ namespace launch_list {
 // The members of an item that are read. All others are ignored.
 constexpr char const* kMembers[] = {"name", "program", "args", "argc"};
 
-// An item gives its program no more arguments, the path apart. No system takes so many,
-// and their pointers alone would overflow a stack.
+// The most arguments that an item may give its program, not counting the path. No system
+// takes that many, and pointers to more could overflow a stack.
 constexpr int kMostArguments = (1 << 20) - 1;
 
 // Returns true if the list has an item with this number. The list ends at the first

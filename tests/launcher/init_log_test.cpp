@@ -79,7 +79,7 @@ TEST_F(InitLogTest, LooksAtTheLogAndNotAtWhatGetLoggerReturns) {
     EXPECT_THAT(system_log.Received(), IsEmpty());
 }
 
-TEST_F(InitLogTest, WhereTheLibraryGivesNoLogThereIsNoneAndNoEvent) {
+TEST_F(InitLogTest, IfTheLibraryGivesNoLogThereIsNoLogAndNoEvent) {
     InitLog("test");
     EXPECT_EQ(logger, nullptr);
     EXPECT_THAT(system_log.Received(), IsEmpty());

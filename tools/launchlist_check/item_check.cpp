@@ -37,7 +37,7 @@ class ItemCheck {
     ItemResult Check(std::optional<std::string> const& name) {
         result.name = name;
         CheckName();
-        // Of an item without a name the launcher reads nothing else, and without a
+        // Without a name the launcher reads no other member of the item, and without a
         // program no arguments.
         std::optional<std::string> const program =
             result.name ? CheckProgram() : std::nullopt;

@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::size_t kBytesBetweenMarks = 256;
 
-// The parser refuses a value that is inside so many.
+// The parser refuses a value that is inside this many others.
 constexpr std::size_t kDeepest = 1000;
 
 char const* const kBlanks = " \t\r\n";

@@ -38,7 +38,7 @@ class LiveLog {
     // can. The last call of Open or Read has found that.
     std::string const& Problem() const { return problem; }
 
-    // Returns whether no file was ever open, and there is none at the path.
+    // Returns whether no file was ever open, and the path still has none.
     bool IsMissing() const;
 
     // Remembers the rotated files that are there now, so that Read does not read them.

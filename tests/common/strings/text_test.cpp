@@ -31,7 +31,7 @@ TEST(EndsWith, EmptySuffixEndsEveryText) {
     EXPECT_TRUE(ends_with("a", ""));
 }
 
-TEST(EndsWith, SuffixLongerThanTheTextIsNone) {
+TEST(EndsWith, SuffixLongerThanTheTextDoesNotMatch) {
     EXPECT_FALSE(ends_with("", "a"));
     EXPECT_FALSE(ends_with("txt", ".txt"));
     EXPECT_FALSE(ends_with("b", "ab"));

@@ -108,7 +108,7 @@ TEST_F(Chain, KnownLaunchersAreNoLinks) {
     EXPECT_FALSE(chain.IsChain());
 }
 
-TEST_F(Chain, WithoutProcessIdsThereIsNone) {
+TEST_F(Chain, WithoutProcessIdsThereIsNoChain) {
     for (int i = 0; i < 30; ++i) {
         Start(0, kNoon + 60LL * i);
     }
