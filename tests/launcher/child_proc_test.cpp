@@ -170,7 +170,7 @@ TEST_F(ChildProcTest, WaitsForItsOwnProgramAmongTheChildrenOfTheProcess) {
               Killed("a", StartsIn(directory.Path())[0].pid, 9));
 }
 
-TEST_F(ChildProcTest, WhereTheSystemReapsTheChildrenTheFailedWaitIsLogged) {
+TEST_F(ChildProcTest, IfTheSystemReapsTheChildrenTheFailedWaitIsLogged) {
     auto* const before = std::signal(SIGCHLD, SIG_IGN);
     {
         ChildProc const child("test", Item(R"("argc": 1, "args": {"0": "--exit=3"})"));

@@ -308,7 +308,7 @@ TEST_F(FaultNoLog, FromTheStartOnADiskThatHasNoRoomForALine) {
 
 using FaultNoHome = LimitedLauncherTest;
 
-TEST_F(FaultNoHome, WithoutARecordAndAHomeItMayNotLogWhereTheSystemDoesAndRunsOn) {
+TEST_F(FaultNoHome, WithoutAPasswdEntryAndAHomeItMayNotLogWhereTheSystemDoesAndRunsOn) {
     unsetenv("HOME");
     StartLimited(ListText({RestlessItem("a"), Item("b", {"--hold", "b"})}), 20);
     WaitForStarts(3, "a");

@@ -103,7 +103,7 @@ TEST(LogMemory, WithoutMemoryForItALongLineIsLostAndNothingElse) {
     }
 }
 
-TEST(LogMemory, AShortLineNeedsNone) {
+TEST(LogMemory, AShortLineNeedsNoMemory) {
     std::vector<LogLine> const lines = LinesWithoutMemory("a line");
     ASSERT_EQ(lines.size(), 2U);
     EXPECT_EQ(lines[0].message, "a line");

@@ -188,7 +188,7 @@ TEST_F(AppLocations, AProgramWhosePathTakesMoreThan1024BytesHasNoDirectory) {
     EXPECT_EQ(locations["finder_sync"], "0");
 }
 
-TEST_F(AppLocations, TheRecordOfTheUserWinsOverTheEnvironment) {
+TEST_F(AppLocations, ThePasswdEntryWinsOverTheEnvironment) {
     std::string const program = Installed(kMain);
     PasswdEntry const entry("/of/the/entry");
     EXPECT_EQ(LocationsIn(program, {"HOME=/of/the/environment"})["home"],
@@ -197,7 +197,7 @@ TEST_F(AppLocations, TheRecordOfTheUserWinsOverTheEnvironment) {
     EXPECT_EQ(LocationsIn(program, {"HOME=/of/the/environment"})["home"], "");
 }
 
-TEST_F(AppLocations, WithoutARecordTheEnvironmentGivesTheHomeAndNothingTheName) {
+TEST_F(AppLocations, WithoutAPasswdEntryTheEnvironmentGivesTheHomeAndThereIsNoName) {
     std::string const program = Installed(kMain);
     PasswdEntry const entry = PasswdEntry::None();
     auto locations =
@@ -208,7 +208,7 @@ TEST_F(AppLocations, WithoutARecordTheEnvironmentGivesTheHomeAndNothingTheName) 
     EXPECT_EQ(locations["volume"], "/Volumes/Data_");
 }
 
-TEST_F(AppLocations, WithoutARecordAndWithoutTheEnvironmentThereIsNoHome) {
+TEST_F(AppLocations, WithoutAPasswdEntryAndTheEnvironmentThereIsNoHome) {
     std::string const program = Installed(kMain);
     PasswdEntry const entry = PasswdEntry::None();
     auto locations = LocationsIn(program);

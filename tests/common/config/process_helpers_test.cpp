@@ -164,7 +164,7 @@ TEST_F(Pexec, WaitsForTheCommandToEnd) {
     EXPECT_TRUE(std::filesystem::exists(directory / "done"));
 }
 
-TEST_F(Pexec, ThrowsWhereTheCommandCannotBeStarted) {
+TEST_F(Pexec, ThrowsIfTheCommandCannotBeStarted) {
     // UndefinedBehaviorSanitizer needs a descriptor for the first look at each type.
     pexec("true");
     try {

@@ -287,7 +287,7 @@ TEST(TextEncoding, ThreadsConvertEachForItself) {
     EXPECT_EQ(CountWrongInThreads(20000, is_encoded_right), 0);
 }
 
-TEST(TextEncoding, LackOfMemoryIsThrownAsSuch) {
+TEST(TextEncoding, WithoutMemoryTheConversionsThrowBadAlloc) {
     std::string const text(65536, 't');
     std::wstring const wide(65536, L't');
     AllocationLimit const limit(65536);

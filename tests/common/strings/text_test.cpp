@@ -77,7 +77,7 @@ TEST(ReplaceAll, TextWithoutTheSearchedForTextIsUntouched) {
     EXPECT_EQ(Replaced("abc", "ABC", "x"), "abc");
 }
 
-TEST(ReplaceAll, SearchEndsWhereTheTextHasBecomeShorterThanThePosition) {
+TEST(ReplaceAll, SearchEndsOnceTheTextIsShorterThanThePosition) {
     EXPECT_EQ(Replaced("abcd", "abcd", ""), "");
     EXPECT_EQ(Replaced("abcdx", "abcd", ""), "x");
 }

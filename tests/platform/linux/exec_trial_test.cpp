@@ -239,7 +239,7 @@ TEST_F(ExecTrialTest, NothingRunsOnIfTheAskingProcessDies) {
     }
 }
 
-TEST_F(ExecTrialTest, WhereTracingIsForbiddenNothingIsAsked) {
+TEST_F(ExecTrialTest, IfTracingIsForbiddenNothingIsAsked) {
     Process tester([] {
         ExecTrial const trial =
             ForbidTracing() ? Try("/bin/true") : ExecTrial{Answer::Accepted, 0};

@@ -140,7 +140,7 @@ TEST(LaunchListCheck, TextThatIsCutAtAZeroCharacter) {
     EXPECT_EQ(Check(ItemWith(R"("argc": 1, "args": {"0": "x\u0001y"})")), kOk);
 }
 
-TEST(LaunchListCheck, AfterAnItemThatEndsTheLauncherNoneIsReached) {
+TEST(LaunchListCheck, NoItemIsReachedAfterOneThatEndsTheLauncher) {
     std::string const list = R"({"0": [], "1": {"name": "a", "program": "/nothing/here"},
         "2": {"name": "a", "program": []}, "3": 7})";
     std::string const unreached =

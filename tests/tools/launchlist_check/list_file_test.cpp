@@ -64,8 +64,7 @@ TEST_F(ListFile, ThatNeverEnds) {
                   kOneError);
 }
 
-// Nobody types at this terminal.
-TEST_F(ListFile, ThatGivesNothing) {
+TEST_F(ListFile, ATerminalAtWhichNobodyTypesKeepsTheLauncherWaiting) {
     int const terminal = posix_openpt(O_RDWR | O_NOCTTY);
     grantpt(terminal);
     unlockpt(terminal);

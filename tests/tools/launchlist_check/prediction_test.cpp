@@ -161,7 +161,7 @@ TEST_F(Prediction, ANegativeCountStartsTheProgramWithoutItsPath) {
     EXPECT_THAT(start.arguments, testing::Each(""));
 }
 
-TEST_F(Prediction, ChildrenEndAbnormallyWhereItSays) {
+TEST_F(Prediction, ChildrenEndAbnormallyAsPredicted) {
     struct {
         char const* members;
         char const* kind;
@@ -194,7 +194,7 @@ TEST_F(Prediction, ChildrenEndAbnormallyWhereItSays) {
     EXPECT_THAT(Starts(), IsEmpty());
 }
 
-TEST_F(Prediction, AnEmptyProgramIsForkedForNothingWhereItSays) {
+TEST_F(Prediction, AnEmptyProgramIsForkedForNothingAsPredicted) {
     char const* const cases[] = {R"({"name": "a"})", R"({"name": "b", "program": ""})",
                                  R"({"name": "c", "program": "\u0000/bin/sh"})"};
     Check(ListText({cases[0]}), {"no-program"});
@@ -208,7 +208,7 @@ TEST_F(Prediction, AnEmptyProgramIsForkedForNothingWhereItSays) {
     }
 }
 
-TEST_F(Prediction, TheLauncherEndsWithZeroWhereItSays) {
+TEST_F(Prediction, TheLauncherEndsWithZeroAsPredicted) {
     struct {
         std::string list;
         char const* kind;
@@ -239,7 +239,7 @@ TEST_F(Prediction, TheLauncherEndsWithZeroWhereItSays) {
                                      "string.")));
 }
 
-TEST_F(Prediction, TheLauncherEndsAbnormallyWhereItSays) {
+TEST_F(Prediction, TheLauncherEndsAbnormallyAsPredicted) {
     for (std::string const program : {"[]", "{}"}) {
         std::string const list = R"({"0": {"name": "a", "program": )" + program + "}}";
         EXPECT_THAT(Check(list, {"program-type"}),
@@ -249,7 +249,7 @@ TEST_F(Prediction, TheLauncherEndsAbnormallyWhereItSays) {
     }
 }
 
-TEST_F(Prediction, TheLauncherRunsAndStartsNothingWhereItSays) {
+TEST_F(Prediction, TheLauncherRunsAndStartsNothingAsPredicted) {
     struct {
         char const* list;
         char const* kind;

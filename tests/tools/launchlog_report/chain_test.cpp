@@ -79,7 +79,7 @@ TEST_F(Chain, AStartAfterAStartIsOfANewProcess) {
     EXPECT_EQ(chain.Processes(), 10);
 }
 
-TEST_F(Chain, TheRestartsOfLaunchersAreNone) {
+TEST_F(Chain, TheRestartsOfLaunchersAreNoChain) {
     for (int i = 0; i < 100; ++i) {
         for (int launcher : {1, 2, 3}) {
             Start(launcher, kNoon + 52LL * i);
@@ -89,7 +89,7 @@ TEST_F(Chain, TheRestartsOfLaunchersAreNone) {
     EXPECT_FALSE(chain.IsChain());
 }
 
-TEST_F(Chain, LaunchersWhoseProgramsEndAreNone) {
+TEST_F(Chain, LaunchersWhoseProgramsEndAreNoChain) {
     for (int i = 0; i < 30; ++i) {
         Start(100 + i, kNoon + 60LL * i);
         End(100 + i, 500 + i, kNoon + 60LL * i + 10);

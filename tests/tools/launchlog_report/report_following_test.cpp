@@ -272,7 +272,7 @@ TEST_F(LaunchlogReportFollowing, ALogThatCannotBeReadIsAnErrorInTheEnd) {
     EXPECT_EQ(tool->WaitForEnd(), "exit 1");
 }
 
-TEST_F(LaunchlogReportFollowing, ALogThatBecomesReadableIsNoErrorAnyMore) {
+TEST_F(LaunchlogReportFollowing, ALogThatBecomesReadableIsNoLongerAnError) {
     for (bool const is_directory : {true, false}) {
         std::filesystem::remove_all(log);
         if (is_directory) {
