@@ -9,7 +9,6 @@
 #include <json/reader.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <codecvt>
 #include <cstdio>
 #include <fstream>
@@ -54,25 +53,32 @@ std::string LaunchList(std::size_t items) {
         items, ItemText("program", "/opt/example/bin/program", {"--port", "7000"})));
 }
 
+// Makes work that calls `call` on the input that `make` makes for a size.
+template <typename Make, typename Call>
+Maker Calling(Make make, Call call) {
+    return [=](std::size_t size) -> Work {
+        return [call, input = make(size)] {
+            auto const result = call(input);
+            benchmark::DoNotOptimize(result);
+        };
+    };
+}
+
 Comparison ParsingJson() {
     return {"JsonObject, parsing a launch list",
             "Json::Reader",
             "items",
             {10, 1000, 100'000},
-            [](std::size_t items) -> Work {
-                return [text = LaunchList(items)] {
-                    JsonObject list(text.data(), static_cast<unsigned int>(text.size()));
-                    benchmark::DoNotOptimize(list);
-                };
-            },
-            [](std::size_t items) -> Work {
-                return [text = LaunchList(items)] {
-                    Json::Value list;
-                    Json::Reader().parse(text.data(), text.data() + text.size(), list,
-                                         false);
-                    benchmark::DoNotOptimize(list);
-                };
-            }};
+            Calling(LaunchList,
+                    [](std::string const& text) {
+                        return JsonObject(text.data(),
+                                          static_cast<unsigned>(text.size()));
+                    }),
+            Calling(LaunchList, [](std::string const& text) {
+                Json::Value list;
+                Json::Reader().parse(text.data(), text.data() + text.size(), list, false);
+                return list;
+            })};
 }
 
 // An object of that many levels, each with one member "member".
@@ -142,18 +148,14 @@ std::string Words(std::size_t bytes) {
     return text;
 }
 
-Maker CuttingInALoop() {
-    return [](std::size_t bytes) -> Work {
-        return [text = Words(bytes)] {
-            std::vector<std::string> pieces;
-            std::size_t begin = 0;
-            for (std::size_t end = 0; end != std::string::npos; begin = end + 1) {
-                end = text.find(',', begin);
-                pieces.push_back(text.substr(begin, end - begin));
-            }
-            benchmark::DoNotOptimize(pieces);
-        };
-    };
+std::vector<std::string> CutInALoop(std::string const& text) {
+    std::vector<std::string> pieces;
+    std::size_t begin = 0;
+    for (std::size_t end = 0; end != std::string::npos; begin = end + 1) {
+        end = text.find(',', begin);
+        pieces.push_back(text.substr(begin, end - begin));
+    }
+    return pieces;
 }
 
 Comparison Splitter(std::string const& name,
@@ -162,13 +164,8 @@ Comparison Splitter(std::string const& name,
             "a loop with find",
             "bytes",
             {100, 10'000, 1'000'000},
-            [cut](std::size_t bytes) -> Work {
-                return [cut, text = Words(bytes)] {
-                    std::vector<std::string> const pieces = cut(text);
-                    benchmark::DoNotOptimize(pieces);
-                };
-            },
-            CuttingInALoop()};
+            Calling(Words, cut),
+            Calling(Words, CutInALoop)};
 }
 
 std::string Same(std::string& piece) {
@@ -193,22 +190,21 @@ std::vector<Comparison> Splitters() {
 
 Comparison Wildcard(std::string const& name, std::vector<std::size_t> const& sizes,
                     std::string const& expression, char const* ending) {
-    return {
-        name,
-        "fnmatch",
-        "characters",
-        sizes,
-        [=](std::size_t size) -> Work {
-            return [=, file = std::string(size, 'a') + ending] {
-                benchmark::DoNotOptimize(
-                    IsNameInExpressionA(expression.c_str(), file.c_str(), false));
-            };
-        },
-        [=](std::size_t size) -> Work {
-            return [=, file = std::string(size, 'a') + ending] {
-                benchmark::DoNotOptimize(fnmatch(expression.c_str(), file.c_str(), 0));
-            };
-        }};
+    auto const make = [ending](std::size_t size) {
+        return std::string(size, 'a') + ending;
+    };
+    return {name,
+            "fnmatch",
+            "characters",
+            sizes,
+            Calling(make,
+                    [=](std::string const& file) {
+                        return IsNameInExpressionA(expression.c_str(), file.c_str(),
+                                                   false);
+                    }),
+            Calling(make, [=](std::string const& file) {
+                return fnmatch(expression.c_str(), file.c_str(), 0);
+            })};
 }
 
 std::vector<Comparison> Wildcards() {
@@ -223,17 +219,14 @@ std::vector<Comparison> Wildcards() {
 // The encoders, without a reference: no function that every machine has does the same.
 std::vector<Comparison> Encoders() {
     std::vector<std::size_t> const sizes = {100, 10'000, 1'000'000};
-    Maker const encode_base64 = [](std::size_t bytes) -> Work {
-        return [data = std::vector<unsigned char>(bytes, 0xA5)] {
-            benchmark::DoNotOptimize(base64(data.data(), data.size()));
-        };
+    auto const make = [](std::size_t bytes) {
+        return std::vector<unsigned char>(bytes, 0xA5);
     };
-    Maker const encode_url = [](std::size_t bytes) -> Work {
-        return [text = Words(bytes)] {
-            std::string const encoded = URLEncode(text.c_str(), true);
-            benchmark::DoNotOptimize(encoded);
-        };
-    };
+    Maker const encode_base64 = Calling(make, [](std::vector<unsigned char> const& data) {
+        return base64(data.data(), data.size());
+    });
+    Maker const encode_url = Calling(
+        Words, [](std::string const& text) { return URLEncode(text.c_str(), true); });
     return {{"base64", "", "bytes", sizes, encode_base64, {}},
             {"URLEncode, every eighth byte escaped", "", "bytes", sizes, encode_url, {}}};
 }
@@ -249,43 +242,24 @@ std::wstring WideText(std::size_t characters) {
     return text;
 }
 
+std::string EncodedText(std::size_t characters) {
+    return ws2s(WideText(characters));
+}
+
 std::vector<Comparison> Conversions() {
     std::vector<std::size_t> const sizes = {100, 10'000, 1'000'000};
-    Maker const encode = [](std::size_t size) -> Work {
-        return [text = WideText(size)] {
-            std::string const encoded = Converter().to_bytes(text);
-            benchmark::DoNotOptimize(encoded);
-        };
-    };
-    return {{"s2ws", "wstring_convert", "characters", sizes,
-             [](std::size_t size) -> Work {
-                 return [text = ws2s(WideText(size))] {
-                     std::wstring const decoded = s2ws(text);
-                     benchmark::DoNotOptimize(decoded);
-                 };
-             },
-             [](std::size_t size) -> Work {
-                 return [text = ws2s(WideText(size))] {
-                     std::wstring const decoded = Converter().from_bytes(text);
-                     benchmark::DoNotOptimize(decoded);
-                 };
-             }},
-            {"ws2s", "wstring_convert", "characters", sizes,
-             [](std::size_t size) -> Work {
-                 return [text = WideText(size)] {
-                     std::string const encoded = ws2s(text);
-                     benchmark::DoNotOptimize(encoded);
-                 };
-             },
-             encode},
-            {"wchar2utf8", "wstring_convert", "characters", sizes,
-             [](std::size_t size) -> Work {
-                 return [text = WideText(size)] {
-                     std::string const encoded = wchar2utf8(text.c_str());
-                     benchmark::DoNotOptimize(encoded);
-                 };
-             },
-             encode}};
+    Maker const decode = Calling(EncodedText, [](std::string const& text) {
+        return Converter().from_bytes(text);
+    });
+    Maker const encode = Calling(
+        WideText, [](std::wstring const& text) { return Converter().to_bytes(text); });
+    Maker const encode_pointer = Calling(
+        WideText, [](std::wstring const& text) { return wchar2utf8(text.c_str()); });
+    return {
+        {"s2ws", "wstring_convert", "characters", sizes, Calling(EncodedText, s2ws),
+         decode},
+        {"ws2s", "wstring_convert", "characters", sizes, Calling(WideText, ws2s), encode},
+        {"wchar2utf8", "wstring_convert", "characters", sizes, encode_pointer, encode}};
 }
 
 // Writes a file with a section of that many lines. The last one has the key "wanted".
@@ -298,26 +272,26 @@ std::string WriteProfile(TempDirectory const& directory, std::size_t lines) {
 }
 
 Comparison ReadingProfile(TempDirectory const& directory) {
+    auto const write = [&directory](std::size_t lines) {
+        return WriteProfile(directory, lines);
+    };
     return {"GetPrivateProfileString",
             "a loop with getline",
             "lines",
             {10, 1000, 10'000},
-            [&directory](std::size_t lines) -> Work {
-                return [path = WriteProfile(directory, lines)] {
-                    char value[16];
-                    benchmark::DoNotOptimize(GetPrivateProfileString(
-                        "section", "wanted", "", value, sizeof value, path));
-                };
-            },
-            [&directory](std::size_t lines) -> Work {
-                return [path = WriteProfile(directory, lines)] {
-                    std::ifstream file(path);
-                    std::string line;
-                    while (std::getline(file, line) && line.rfind("wanted=", 0) != 0) {
-                    }
-                    benchmark::DoNotOptimize(line);
-                };
-            }};
+            Calling(write,
+                    [](std::string const& path) {
+                        char value[16];
+                        return GetPrivateProfileString("section", "wanted", "", value,
+                                                       sizeof value, path);
+                    }),
+            Calling(write, [](std::string const& path) {
+                std::ifstream file(path);
+                std::string line;
+                while (std::getline(file, line) && line.rfind("wanted=", 0) != 0) {
+                }
+                return line;
+            })};
 }
 
 void Log(char const* format, ...) {

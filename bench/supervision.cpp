@@ -54,8 +54,7 @@ Scenario const kScenarios[] = {
     {"few", &Bench::Few, nullptr},
     {"crowd", &Bench::Crowd, nullptr},
     {"multitude", &Bench::Multitude, nullptr},
-    {"storm", &Bench::Storm, nullptr},
-};
+    {"storm", &Bench::Storm, nullptr}};
 
 // Processor, number of processors, system and kernel, in one line.
 std::string DescribeMachine() {

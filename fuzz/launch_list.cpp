@@ -9,9 +9,11 @@
 #include <exception>
 #include <map>
 #include <optional>
+#include <sstream>
 #include <stdexcept>
 #include <vector>
 
+#include "common/json/json_object.h"
 #include "fuzz/fuzzing.h"
 #include "fuzz/input_pipe.h"
 #include "launcher/argument_vector.h"
@@ -247,8 +249,14 @@ void CheckTheCheck(std::string const& content, Walk const& walk) {
                                     "argument-type"}) == has_aborting_child,
                 "the check knows whose children abort");
     }
-    Require(!ToLines({"fuzz", result}).empty() && !ToJson({{"fuzz", result}}).empty(),
-            "the check says something");
+    std::istringstream lines(ToLines({"fuzz", result}));
+    for (std::string line; std::getline(lines, line);) {
+        Require(line.rfind("fuzz:", 0) == 0, "each line begins with the file's name");
+    }
+    JsonObject document(ToJson({{"fuzz", result}}).c_str());
+    Require(document["files"][0]["findings"].GetArraySize() ==
+                result.findings.InOrder().size(),
+            "all findings are in the JSON");
 }
 
 }  // namespace

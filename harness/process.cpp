@@ -25,11 +25,7 @@ pid_t ForkIntoSession() {
 
 pid_t StartProgram(std::vector<std::string>& arguments,
                    std::function<void()> const& prepare) {
-    std::vector<char*> pointers;
-    for (std::string& argument : arguments) {
-        pointers.push_back(argument.data());
-    }
-    pointers.push_back(nullptr);
+    std::vector<char*> pointers = Pointers(arguments);
     pid_t const pid = ForkIntoSession();
     if (pid == 0) {
         if (prepare) {
@@ -42,6 +38,15 @@ pid_t StartProgram(std::vector<std::string>& arguments,
 }
 
 }  // namespace
+
+std::vector<char*> Pointers(std::vector<std::string>& arguments) {
+    std::vector<char*> pointers;
+    for (std::string& argument : arguments) {
+        pointers.push_back(argument.data());
+    }
+    pointers.push_back(nullptr);
+    return pointers;
+}
 
 Process::Process(std::vector<std::string> arguments, std::function<void()> prepare)
     : pid(StartProgram(arguments, prepare)) {}

@@ -10,6 +10,10 @@
 #include <string>
 #include <vector>
 
+// Returns a pointer to each argument and a null pointer, as main and execv take them.
+// They are valid as long as the arguments.
+std::vector<char*> Pointers(std::vector<std::string>& arguments);
+
 // A child process with no open file but the standard streams. It leads a session of its
 // own, so a signal to its process group reaches nobody else. The destructor kills it if
 // it still runs, and reaps it.

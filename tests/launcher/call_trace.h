@@ -31,7 +31,7 @@ enum class CallKind {
     kKills,      // value: whom
     kJoins,      // value: kItself if the thread is to wait for its own end
     kHasJoined,
-    kAborts,
+    kAborts
 };
 
 constexpr long kItself = 1;

@@ -33,9 +33,6 @@
 namespace {
 
 using testing::ElementsAre;
-using testing::EndsWith;
-using testing::MatchesRegex;
-using testing::StartsWith;
 
 // Calls of this process and of its forked children, in memory that they share. Noting a
 // call takes no lock and no other memory, so a forked child may note one at any time.
@@ -275,7 +272,7 @@ class ChildCalls : public testing::Test {
 };
 
 auto Killed(std::string const& name, int status) {
-    return MatchesRegex(
+    return testing::MatchesRegex(
         "log 8 \\[LAUNCHER  \\] " + name +
         " [0-9]+ is killed\\. ret = [0-9]+, status = " + std::to_string(status));
 }
@@ -331,8 +328,8 @@ TEST_F(ChildCalls, ANameIsNotAFormat) {
                               JsonObject((R"({"name": ")" + name + R"("})").c_str()));
         std::vector<std::string> const calls = WaitForCalls(4);
         EXPECT_EQ(calls[0], "log 1 [LAUNCHER  ] Start to fork " + name);
-        EXPECT_THAT(calls[3], StartsWith("log 8 [LAUNCHER  ] " + name + " "));
-        EXPECT_THAT(calls[3], EndsWith(", status = 0"));
+        EXPECT_THAT(calls[3], testing::StartsWith("log 8 [LAUNCHER  ] " + name + " "));
+        EXPECT_THAT(calls[3], testing::EndsWith(", status = 0"));
         EXPECT_THAT(
             CallsOfFirstChild(),
             ElementsAre("log 8 [LAUNCHER  ] program path of " + name + " is empty"));

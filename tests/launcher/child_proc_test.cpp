@@ -6,7 +6,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <climits>
 #include <csignal>
 #include <cstdlib>
 #include <future>
@@ -23,12 +22,9 @@
 
 namespace {
 
-using testing::AnyOf;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::Pair;
 using testing::SizeIs;
-using testing::StartsWith;
 
 class ChildProcTest : public testing::Test {
   protected:
@@ -125,7 +121,7 @@ TEST_F(ChildProcTest, ANegativeArgcGivesAnEmptyVector) {
     for (std::string const count : {"-1", "-2", "-2147483648", "2147483648"}) {
         // The kernel puts an empty string in the place of a program that has no name.
         EXPECT_THAT(ArgumentsOf(R"("argc": )" + count + args),
-                    AnyOf(IsEmpty(), ElementsAre("")))
+                    testing::AnyOf(IsEmpty(), ElementsAre("")))
             << count;
     }
 }
@@ -193,7 +189,7 @@ TEST_F(ChildProcTest, KeepsAPrivateCopyOfAViewOnAnItem) {
     (*list)["0"]["name"] = std::string("b");
     list.reset();
     WaitForStarts(3);
-    EXPECT_THAT(WaitForEnd(), StartsWith("[LAUNCHER  ] a "));
+    EXPECT_THAT(WaitForEnd(), testing::StartsWith("[LAUNCHER  ] a "));
 }
 
 TEST_F(ChildProcTest, DestructionKillsTheProgramAndWaitsForTheThread) {
@@ -229,7 +225,7 @@ TEST_F(ChildProcTest, DestructionBeforeTheFirstForkKillsTheProcessGroup) {
         kills = TakeUnsentKills();
         return !kills.empty();
     }));
-    EXPECT_THAT(kills, ElementsAre(Pair(0, SIGKILL)));
+    EXPECT_THAT(kills, ElementsAre(testing::Pair(0, SIGKILL)));
     log.Unblock();
     destroyed.wait();
     // The pass that had begun was finished, and was the last.

@@ -18,7 +18,6 @@ using testing::AnyOf;
 using testing::Each;
 using testing::ElementsAre;
 using testing::EndsWith;
-using testing::Ge;
 using testing::IsEmpty;
 using testing::SizeIs;
 
@@ -40,7 +39,7 @@ TEST_F(FaultDeletedProgram, MakesAChainWhoseLastLinkRunsItOnceItIsBack) {
     std::filesystem::rename(aside, program_copy);
     ProgramStart const again = WaitForStarts(2)[1];
     std::vector<pid_t> const chain = LinksAndPrograms();
-    ASSERT_THAT(chain, SizeIs(Ge(4U)));
+    ASSERT_THAT(chain, SizeIs(testing::Ge(4U)));
     EXPECT_EQ(ParentOf(chain[0]), launcher->Pid());
     EXPECT_EQ(again.parent, chain[chain.size() - 2]);
     EXPECT_EQ(again.pid, chain.back());

@@ -23,7 +23,6 @@ int launcher_main(int argc, char** argv);
 
 namespace {
 
-using testing::Each;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
@@ -103,12 +102,8 @@ class FaultNoDescriptor : public LauncherTest {
         Process process([&arguments] {
             rlimit const none = {0, 0};
             setrlimit(RLIMIT_NOFILE, &none);
-            std::vector<char*> pointers;
-            for (std::string& argument : arguments) {
-                pointers.push_back(argument.data());
-            }
-            pointers.push_back(nullptr);
-            return launcher_main(static_cast<int>(arguments.size()), pointers.data());
+            return launcher_main(static_cast<int>(arguments.size()),
+                                 Pointers(arguments).data());
         });
         return process.WaitForEnd();
     }
@@ -164,7 +159,7 @@ TEST_F(FaultNoDescriptor, AfterTheListIsOpenItFindsNeitherItsConfigurationNorIts
     EXPECT_EQ(Stop(), "exit 1");
     std::string const log = ReadFile(logs / "voplog/launcher.log");
     EXPECT_THAT(log, EndsWith(Killed("a", program, 9) + "\n"));
-    EXPECT_THAT(Lines(log), Each(HasSubstr(" ERROR ")));
+    EXPECT_THAT(Lines(log), testing::Each(HasSubstr(" ERROR ")));
     EXPECT_FALSE(std::filesystem::exists(home / "Library/Logs"));
     EXPECT_THAT(system_log.Received(), IsEmpty());
 }

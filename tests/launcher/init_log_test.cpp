@@ -15,7 +15,6 @@
 namespace {
 
 using testing::ElementsAre;
-using testing::EndsWith;
 using testing::IsEmpty;
 
 // What the library returns, and its calls in order.
@@ -105,7 +104,7 @@ TEST_F(InitLogTest, AnyResultButZeroIsReportedAndNoLogIsAskedFor) {
         EXPECT_EQ(logger, nullptr);
         EXPECT_THAT(asked.calls, ElementsAre("InitLogger " + GetLogPath()));
         EXPECT_THAT(system_log.Received(),
-                    ElementsAre(EndsWith(
+                    ElementsAre(testing::EndsWith(
                         ": Tamlin Launcher for test : Failed to initialize logger")));
     }
 }

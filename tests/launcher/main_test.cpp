@@ -25,7 +25,6 @@ int launcher_main(int argc, char** argv);
 namespace {
 
 using testing::ElementsAre;
-using testing::EndsWith;
 using testing::IsEmpty;
 using testing::MatchesRegex;
 
@@ -216,7 +215,7 @@ TEST(WriteEvent, SendsSourceColonMessageWithTheTypeAsPriority) {
 TEST(WriteEvent, TakesTheTextAsSyslogsFormat) {
     SystemLog const system_log;
     WriteEvent("100%%", 3, "a%%b");
-    EXPECT_THAT(system_log.Received(), ElementsAre(EndsWith(": 100% : a%b")));
+    EXPECT_THAT(system_log.Received(), ElementsAre(testing::EndsWith(": 100% : a%b")));
 }
 
 TEST(Globals, StartUnlockedEmptyAndWithoutALog) {

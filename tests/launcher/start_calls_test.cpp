@@ -15,6 +15,7 @@
 
 #include "common/config/log_location.h"
 #include "harness/files.h"
+#include "harness/process.h"
 #include "launcher/main.h"
 #include "launcher/system_event.h"
 #include "tests/support/next_function.h"
@@ -122,14 +123,10 @@ class StartCalls : public testing::Test {
 
     // Runs main, notes its calls, and expects that it ends with 0.
     void RunMain(std::vector<std::string> arguments) {
-        std::vector<char*> pointers;
-        for (std::string& argument : arguments) {
-            pointers.push_back(argument.data());
-        }
-        pointers.push_back(nullptr);
         int result = -1;
         NoteCallsOf([&] {
-            result = launcher_main(static_cast<int>(arguments.size()), pointers.data());
+            result = launcher_main(static_cast<int>(arguments.size()),
+                                   Pointers(arguments).data());
         });
         EXPECT_EQ(result, 0);
     }

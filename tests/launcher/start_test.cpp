@@ -1,8 +1,5 @@
 // How the launcher starts: arguments, launch list, log.
 
-#include <fcntl.h>
-#include <sys/stat.h>
-
 #include <csignal>
 
 #include "harness/proc.h"
@@ -12,7 +9,6 @@
 
 namespace {
 
-using testing::Contains;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::IsEmpty;
@@ -155,7 +151,7 @@ TEST_F(LauncherStart, ANameThatIsANumberOrNullIsReadAsText) {
     WaitForStarts(1, "number");
     WaitForStarts(1, "null");
     EXPECT_EQ(CountInLog("Start to fork 5"), 1U);
-    EXPECT_THAT(Messages("DEBUG"), Contains("[LAUNCHER  ] Start to fork "));
+    EXPECT_THAT(Messages("DEBUG"), testing::Contains("[LAUNCHER  ] Start to fork "));
     EXPECT_EQ(Stop(), "exit 1");
 }
 

@@ -18,15 +18,11 @@
 
 namespace {
 
-using testing::AllOf;
 using testing::Contains;
 using testing::Each;
 using testing::ElementsAre;
-using testing::Ge;
 using testing::IsEmpty;
-using testing::MatchesRegex;
 using testing::SizeIs;
-using testing::StartsWith;
 
 using LauncherSupervision = LauncherTest;
 
@@ -157,9 +153,10 @@ TEST_F(LauncherSupervision, AnItemWithoutAProgramIsForkedAgainAndAgainAndHarmsNo
     for (std::string const& line : Log()) {
         // A child logs at level ERROR and with its own process id.
         if (line.find("is empty") != std::string::npos) {
-            EXPECT_THAT(line, MatchesRegex("ERROR [0-9]+ \\[LAUNCHER  \\] program path "
-                                           "of (none|empty) is empty"));
-            EXPECT_THAT(line, testing::Not(StartsWith(
+            EXPECT_THAT(
+                line, testing::MatchesRegex("ERROR [0-9]+ \\[LAUNCHER  \\] program path "
+                                            "of (none|empty) is empty"));
+            EXPECT_THAT(line, testing::Not(testing::StartsWith(
                                   "ERROR " + std::to_string(launcher->Pid()) + " ")));
         }
         // It ends normally.
@@ -214,8 +211,9 @@ TEST_F(LauncherChain, AProgramThatCannotBeExecutedMakesAChainOfWaitingProcesses)
         parent = links[i];
     }
     // Each logs that it forks; the launcher itself logs that once. Nothing logs why.
-    EXPECT_THAT(Messages("DEBUG"),
-                AllOf(SizeIs(Ge(5U)), Each("[LAUNCHER  ] Start to fork none")));
+    EXPECT_THAT(
+        Messages("DEBUG"),
+        testing::AllOf(SizeIs(testing::Ge(5U)), Each("[LAUNCHER  ] Start to fork none")));
     EXPECT_EQ(CountInLog("DEBUG " + std::to_string(launcher->Pid()) + " "), 1U);
     EXPECT_THAT(Messages("ERROR"), IsEmpty());
 }

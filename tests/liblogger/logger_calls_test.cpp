@@ -410,33 +410,10 @@ std::string TimeIn(ILog* log, timespec time) {
     return line.substr(0, line.find(' '));
 }
 
-TEST_F(LogCalls, TheTimeIsRightAtTheTurnsOfYearsAndOfFebruaries) {
-    struct {
-        std::time_t seconds;
-        char const* text;
-    } const times[] = {
-        {0, "1970-01-01T00:00:00.000Z"},
-        {86399, "1970-01-01T23:59:59.000Z"},
-        {86400, "1970-01-02T00:00:00.000Z"},
-        {31535999, "1970-12-31T23:59:59.000Z"},
-        {31536000, "1971-01-01T00:00:00.000Z"},
-        {68169600, "1972-02-29T00:00:00.000Z"},
-        {946684799, "1999-12-31T23:59:59.000Z"},
-        {946684800, "2000-01-01T00:00:00.000Z"},
-        {951782399, "2000-02-28T23:59:59.000Z"},
-        {951782400, "2000-02-29T00:00:00.000Z"},
-        {951868800, "2000-03-01T00:00:00.000Z"},
-        {978307199, "2000-12-31T23:59:59.000Z"},
-        {1234567890, "2009-02-13T23:31:30.000Z"},
-        {2147483647, "2038-01-19T03:14:07.000Z"},
-        {2147483648, "2038-01-19T03:14:08.000Z"},
-        {4107542399, "2100-02-28T23:59:59.000Z"},
-        {4107542400, "2100-03-01T00:00:00.000Z"},
-        {253402300799, "9999-12-31T23:59:59.000Z"},
-    };
-    for (auto const& [seconds, text] : times) {
-        EXPECT_EQ(TimeIn(log, {seconds, 0}), text);
-    }
+TEST_F(LogCalls, TheTimeIsRightUntilTheLastYearOfFourDigits) {
+    EXPECT_EQ(TimeIn(log, {0, 0}), "1970-01-01T00:00:00.000Z");
+    EXPECT_EQ(TimeIn(log, {951'782'399, 0}), "2000-02-28T23:59:59.000Z");
+    EXPECT_EQ(TimeIn(log, {253'402'300'799, 0}), "9999-12-31T23:59:59.000Z");
 }
 
 TEST_F(LogCalls, EveryDayOf400YearsIsThatOfTheCLibrary) {

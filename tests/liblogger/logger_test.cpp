@@ -27,7 +27,6 @@
 namespace {
 
 using testing::ElementsAre;
-using testing::MatchesRegex;
 using testing::SizeIs;
 
 ILog* Untouched() {
@@ -48,21 +47,23 @@ std::string Now() {
     return text.data();
 }
 
-TEST(Log, ALineIsTimeLevelProcessIdAndMessage) {
-    LogDirectory const directory;
+class OpenLog : public testing::Test {
+  protected:
+    LogDirectory const directory{};
     ILog* const log = directory.OpenLog();
+};
+
+TEST_F(OpenLog, ALineIsTimeLevelProcessIdAndMessage) {
     __LOG__A(log, LOGLEVEL_ERROR, "[LAUNCHER  ] %s is killed. ret = %d", "agent", 9);
     std::string const text = ReadFile(directory.File());
-    EXPECT_THAT(text,
-                MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}\\."
-                             "[0-9]{3}Z ERROR [0-9]+ \\[LAUNCHER  \\] agent is killed. "
-                             "ret = 9\n"));
+    EXPECT_THAT(text, testing::MatchesRegex(
+                          "[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}\\."
+                          "[0-9]{3}Z ERROR [0-9]+ \\[LAUNCHER  \\] agent is killed. "
+                          "ret = 9\n"));
     EXPECT_EQ(ReadLog(directory.File()).at(0).process_id, getpid());
 }
 
-TEST(Log, EveryLevelIsNamedByItsKeywordAndAnyOtherNumberIsUnknown) {
-    LogDirectory const directory;
-    ILog* const log = directory.OpenLog();
+TEST_F(OpenLog, EveryLevelIsNamedByItsKeywordAndAnyOtherNumberIsUnknown) {
     for (int level : {1, 2, 4, 8, 16, 17, 0, 3, 18, -1, 100}) {
         __LOG__A(log, static_cast<LOGLEVEL>(level), "%d", level);
     }
@@ -124,9 +125,7 @@ TEST(Log, TheKindOfALoggerChangesNothing) {
     EXPECT_THAT(ReadMessages(directory.File()), ElementsAre("-1", "0", "1", "2", "3"));
 }
 
-TEST(Log, TheReservedOperationsDoNothing) {
-    LogDirectory const directory;
-    ILog* const log = directory.OpenLog();
+TEST_F(OpenLog, TheReservedOperationsDoNothing) {
     log->Reserved0();
     log->Reserved1();
     EXPECT_FALSE(std::filesystem::exists(directory.File()));
@@ -172,9 +171,7 @@ TEST(Log, TheTimeIsThatOfTheCallInUtcWhateverTheTimeZone) {
     }
 }
 
-TEST(Log, ControlBytesAreEscapedSoThatAMessageIsOneLineAndForgesNone) {
-    LogDirectory const directory;
-    ILog* const log = directory.OpenLog();
+TEST_F(OpenLog, ControlBytesAreEscapedSoThatAMessageIsOneLineAndForgesNone) {
     __LOG__A(log, LOGLEVEL_ERROR, "%s is killed",
              "a\n2026-01-31T23:59:59.007Z ERROR 1 forged");
     __LOG__A(log, LOGLEVEL_ERROR, "\r\033[2K\t\b%s", "\n\n");
@@ -183,9 +180,7 @@ TEST(Log, ControlBytesAreEscapedSoThatAMessageIsOneLineAndForgesNone) {
                             "\\x0D\\x1B[2K\\x09\\x08\\x0A\\x0A"));
 }
 
-TEST(Log, OfAll256BytesOnlyTheControlBytesAreEscaped) {
-    LogDirectory const directory;
-    ILog* const log = directory.OpenLog();
+TEST_F(OpenLog, OfAll256BytesOnlyTheControlBytesAreEscaped) {
     std::vector<std::string> expected;
     for (int byte = 0; byte < 256; ++byte) {
         __LOG__A(log, LOGLEVEL_ERROR, "<%c>", byte);
@@ -198,16 +193,12 @@ TEST(Log, OfAll256BytesOnlyTheControlBytesAreEscaped) {
     EXPECT_EQ(ReadMessages(directory.File()), expected);
 }
 
-TEST(Log, AnEmptyMessageIsALineToo) {
-    LogDirectory const directory;
-    ILog* const log = directory.OpenLog();
+TEST_F(OpenLog, AnEmptyMessageIsALineToo) {
     __LOG__A(log, LOGLEVEL_ERROR, "%s", "");
     EXPECT_THAT(ReadMessages(directory.File()), ElementsAre(""));
 }
 
-TEST(Log, MessagesArriveWholeWhateverTheirLength) {
-    LogDirectory const directory;
-    ILog* const log = directory.OpenLog();
+TEST_F(OpenLog, MessagesArriveWholeWhateverTheirLength) {
     std::vector<std::string> messages;
     // Around what fits into the buffer of a line, and around a page of mapped memory.
     for (std::size_t length = 0; length <= 600; ++length) {
@@ -230,9 +221,7 @@ TEST(Log, MessagesArriveWholeWhateverTheirLength) {
     }
 }
 
-TEST(Log, AnEscapedByteAtTheEndOfAMessageArrivesWhateverItsLength) {
-    LogDirectory const directory;
-    ILog* const log = directory.OpenLog();
+TEST_F(OpenLog, AnEscapedByteAtTheEndOfAMessageArrivesWhateverItsLength) {
     for (std::size_t length = 0; length <= 600; ++length) {
         __LOG__A(log, LOGLEVEL_ERROR, "%s\n", std::string(length, 'm').c_str());
     }
@@ -243,9 +232,7 @@ TEST(Log, AnEscapedByteAtTheEndOfAMessageArrivesWhateverItsLength) {
     }
 }
 
-TEST(Log, AMessageOfControlBytesAloneArrivesWholeAtEveryLength) {
-    LogDirectory const directory;
-    ILog* const log = directory.OpenLog();
+TEST_F(OpenLog, AMessageOfControlBytesAloneArrivesWholeAtEveryLength) {
     for (std::size_t const length : std::initializer_list<std::size_t>{
              1000, 1005, 1010, 1015, 1020, 1024, 4095, 4096, 100000}) {
         __LOG__A(log, LOGLEVEL_ERROR, "%s", std::string(length, '\n').c_str());
@@ -270,9 +257,7 @@ TEST(Log, AMessageThatCannotBeFormattedIsLoggedAsItsFormat) {
                 ElementsAre("wide %lc, number %d", "the next one 7"));
 }
 
-TEST(Log, ARenamedFileStaysAsItIsAndTheNextLineMakesANewOne) {
-    LogDirectory const directory;
-    ILog* const log = directory.OpenLog();
+TEST_F(OpenLog, ARenamedFileStaysAsItIsAndTheNextLineMakesANewOne) {
     __LOG__A(log, LOGLEVEL_ERROR, "first");
     std::filesystem::path const rotated = directory.Path() / "test.log.1";
     std::filesystem::rename(directory.File(), rotated);
@@ -282,18 +267,14 @@ TEST(Log, ARenamedFileStaysAsItIsAndTheNextLineMakesANewOne) {
     EXPECT_THAT(ReadMessages(directory.File()), ElementsAre("second", "third"));
 }
 
-TEST(Log, ADeletedFileIsMadeAnewByTheNextLine) {
-    LogDirectory const directory;
-    ILog* const log = directory.OpenLog();
+TEST_F(OpenLog, ADeletedFileIsMadeAnewByTheNextLine) {
     __LOG__A(log, LOGLEVEL_ERROR, "first");
     ASSERT_TRUE(std::filesystem::remove(directory.File()));
     __LOG__A(log, LOGLEVEL_ERROR, "second");
     EXPECT_THAT(ReadMessages(directory.File()), ElementsAre("second"));
 }
 
-TEST(Log, LinesAreAppendedToAFileThatIsThereAlready) {
-    LogDirectory const directory;
-    ILog* const log = directory.OpenLog();
+TEST_F(OpenLog, LinesAreAppendedToAFileThatIsThereAlready) {
     __LOG__A(log, LOGLEVEL_ERROR, "of an earlier run");
     ILog* const later = directory.OpenLog();
     __LOG__A(later, LOGLEVEL_ERROR, "of this run");
@@ -301,9 +282,7 @@ TEST(Log, LinesAreAppendedToAFileThatIsThereAlready) {
                 ElementsAre("of an earlier run", "of this run"));
 }
 
-TEST(Log, OthersMayReadTheFileButNotWriteIt) {
-    LogDirectory const directory;
-    ILog* const log = directory.OpenLog();
+TEST_F(OpenLog, OthersMayReadTheFileButNotWriteIt) {
     mode_t const mask = umask(0);
     __LOG__A(log, LOGLEVEL_ERROR, "a line");
     umask(mask);

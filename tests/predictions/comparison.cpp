@@ -4,6 +4,7 @@
 #include <json/value.h>
 
 #include <algorithm>
+#include <cstring>
 #include <map>
 #include <optional>
 #include <regex>
@@ -15,28 +16,15 @@ namespace {
 using Arguments = std::vector<std::string>;
 using Sentences = std::vector<std::string>;
 
-// The kinds of findings of which this comparison knows what to expect.
-char const* const kKnownKinds[] = {"unreadable",        "directory",
-                                   "named-pipe",        "device",
-                                   "too-large",         "empty",
-                                   "zero-byte",         "not-json",
-                                   "too-deep",          "text-behind",
-                                   "repeated-key",      "not-an-object",
-                                   "no-items",          "unreached",
-                                   "key-number",        "unknown-key",
-                                   "item-type",         "no-name",
-                                   "name-type",         "empty-name",
-                                   "name-characters",   "name-encoding",
-                                   "duplicate-name",    "no-program",
-                                   "program-type",      "relative-program",
-                                   "program-file",      "program-load",
-                                   "argc-type",         "argc-value",
-                                   "argc-negative",     "argc-too-large",
-                                   "args-type",         "missing-arguments",
-                                   "ignored-arguments", "argument-key",
-                                   "argument-type",     "arguments-size",
-                                   "zero-character",    "unknown-member",
-                                   "process-limit",     "static-check"};
+// The kinds of findings of which this comparison knows what to expect, each in blanks.
+char const kKnownKinds[] =
+    " unreadable directory named-pipe device too-large empty zero-byte not-json too-deep "
+    "text-behind repeated-key not-an-object no-items unreached key-number unknown-key "
+    "item-type no-name name-type empty-name name-characters name-encoding "
+    "duplicate-name no-program program-type relative-program program-file program-load "
+    "argc-type argc-value argc-negative argc-too-large args-type missing-arguments "
+    "ignored-arguments argument-key argument-type arguments-size zero-character "
+    "unknown-member process-limit static-check ";
 
 // What must be seen, and what may be seen.
 template <typename Thing>
@@ -157,8 +145,7 @@ class Comparer {
             Differ("the system did not let the check try the programs");
         }
         for (std::string const& kind : kinds) {
-            if (std::find(std::begin(kKnownKinds), std::end(kKnownKinds), kind) ==
-                std::end(kKnownKinds)) {
+            if (std::strstr(kKnownKinds, (" " + kind + " ").c_str()) == nullptr) {
                 Differ("this comparison does not know what a finding means: " + kind);
             }
         }

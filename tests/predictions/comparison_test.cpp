@@ -115,8 +115,7 @@ TEST(Comparison, WhatTheLauncherDoesFitsTheOutcomeOnly) {
         {"kills-group", {same}, {"signal 9", "runs"}},
         {"kills-group", {aborts, ends}, {"signal 9", "exit 0", "signal 6"}},
         {"kills-group", {aborts, same}, {"signal 9", "signal 6"}},
-        {"unknown", {not_json}, {}},
-    };
+        {"unknown", {not_json}, {}}};
     char const* const all[] = {"runs",     "exit 0",         "exit 1",
                                "signal 6", "signal 9",       "signal 11",
                                "unclear",  "reads for ever", "waits for a writer"};
@@ -181,16 +180,14 @@ TEST(Comparison, WhatAnItemDoesInsteadFitsItsFindingOnly) {
     struct {
         std::string finding;
         std::set<std::string> Observation::*names;
-    } const cases[] = {
-        {Finding("program-file", "1", ""), &Observation::chain_names},
-        {Finding("arguments-size", "1", ""), &Observation::chain_names},
-        {Finding("argc-type", "1", ""), &Observation::aborted_names},
-        {Finding("argc-too-large", "1", ""), &Observation::aborted_names},
-        {Finding("args-type", "1", ""), &Observation::aborted_names},
-        {Finding("argument-type", "1", ""), &Observation::aborted_names},
-        {Finding("program-load", "1", ""), &Observation::killed_names},
-        {Finding("no-program", "1", ""), &Observation::empty_names},
-    };
+    } const cases[] = {{Finding("program-file", "1", ""), &Observation::chain_names},
+                       {Finding("arguments-size", "1", ""), &Observation::chain_names},
+                       {Finding("argc-type", "1", ""), &Observation::aborted_names},
+                       {Finding("argc-too-large", "1", ""), &Observation::aborted_names},
+                       {Finding("args-type", "1", ""), &Observation::aborted_names},
+                       {Finding("argument-type", "1", ""), &Observation::aborted_names},
+                       {Finding("program-load", "1", ""), &Observation::killed_names},
+                       {Finding("no-program", "1", ""), &Observation::empty_names}};
     std::set<std::string> Observation::*const all[] = {&Observation::chain_names,
                                                        &Observation::aborted_names,
                                                        &Observation::empty_names};

@@ -6,7 +6,6 @@
 #include <chrono>
 #include <csignal>
 #include <map>
-#include <optional>
 #include <regex>
 #include <sstream>
 #include <thread>

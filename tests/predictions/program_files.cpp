@@ -98,8 +98,7 @@ ProgramFile ProgramFiles::MakeAny() {
         &ProgramFiles::MakeTruncated, &ProgramFiles::MakeForeign,
         &ProgramFiles::MakeText,      &ProgramFiles::MakeSpecial,
         &ProgramFiles::MakeWrongPath, &ProgramFiles::MakeOpenForWriting,
-        &ProgramFiles::MakeOnMount,   &ProgramFiles::MakeInDirectory,
-    };
+        &ProgramFiles::MakeOnMount,   &ProgramFiles::MakeInDirectory};
     return (this->*random.Pick(makers))();
 }
 

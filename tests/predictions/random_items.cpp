@@ -26,22 +26,20 @@ std::string RandomItems::Escaped(std::string const& key) {
 // Returns a string: with all that JSON allows in one, or with what the parser takes all
 // the same.
 WrittenValue RandomItems::AnyText() {
-    static WrittenValue const values[] = {
-        Plain("x"),
-        Plain(""),
-        Plain("--port"),
-        Plain("a b"),
-        Plain("--exit"),
-        {R"("a\nb")", "a\nb"},
-        {R"("\"\\\/\t\b\f\r")", "\"\\/\t\b\f\r"},
-        {R"("caf\u00e9")", "caf\xC3\xA9"},
-        {"\"caf\xC3\xA9\"", "caf\xC3\xA9"},
-        {R"("\ud83d\ude00")", "\xF0\x9F\x98\x80"},
-        {"\"\xFF\xFE\"", "\xFF\xFE"},
-        {"\"a\nb\"", "a\nb"},
-        {R"("cut\u0000off")"},
-        {R"("\u0000")"},
-    };
+    static WrittenValue const values[] = {Plain("x"),
+                                          Plain(""),
+                                          Plain("--port"),
+                                          Plain("a b"),
+                                          Plain("--exit"),
+                                          {R"("a\nb")", "a\nb"},
+                                          {R"("\"\\\/\t\b\f\r")", "\"\\/\t\b\f\r"},
+                                          {R"("caf\u00e9")", "caf\xC3\xA9"},
+                                          {"\"caf\xC3\xA9\"", "caf\xC3\xA9"},
+                                          {R"("\ud83d\ude00")", "\xF0\x9F\x98\x80"},
+                                          {"\"\xFF\xFE\"", "\xFF\xFE"},
+                                          {"\"a\nb\"", "a\nb"},
+                                          {R"("cut\u0000off")"},
+                                          {R"("\u0000")"}};
     return random.OneIn(2) ? Plain("v" + std::to_string(random.Below(1000)))
                            : random.Pick(values);
 }

@@ -95,14 +95,12 @@ void RandomListMaker::AddItemsForFewProcesses() {
 void RandomListMaker::RepeatName(std::size_t count, RandomItems::Members& members) {
     std::size_t const later = 1 + random.Below(count - 1);
     std::size_t const earlier = random.Below(later);
-    WrittenValue const same[][2] = {
-        {Plain("twin"), Plain("twin")},
-        {Plain("twin"), {R"("tw\u0069n")", "twin"}},
-        {Plain("twin"), {R"("twin\u0000 brother")"}},
-        {{"7"}, Plain("7")},
-        {Plain("true"), {"true"}},
-        {{"null"}, Plain("")},
-    };
+    WrittenValue const same[][2] = {{Plain("twin"), Plain("twin")},
+                                    {Plain("twin"), {R"("tw\u0069n")", "twin"}},
+                                    {Plain("twin"), {R"("twin\u0000 brother")"}},
+                                    {{"7"}, Plain("7")},
+                                    {Plain("true"), {"true"}},
+                                    {{"null"}, Plain("")}};
     auto const& names = random.Pick(same);
     for (std::size_t const i : {earlier, later}) {
         WrittenItem& item = list.items[std::to_string(i)];

@@ -16,7 +16,6 @@
 #include <cstdlib>
 #include <sstream>
 #include <system_error>
-#include <vector>
 
 #include "harness/process.h"
 #include "tests/predictions/observation.h"

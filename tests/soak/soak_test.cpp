@@ -19,11 +19,8 @@
 
 namespace {
 
-using std::chrono::duration;
 using std::chrono::seconds;
-using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::Not;
 using testing::SizeIs;
 
 int constexpr kQuickItems = 100;
@@ -72,7 +69,7 @@ void Add(std::string const& what, std::size_t value) {
     figures->Add(what, std::to_string(value));
 }
 
-void Add(std::string const& what, duration<double> value) {
+void Add(std::string const& what, std::chrono::duration<double> value) {
     char text[32];
     std::snprintf(text, sizeof text, "%.1f s", value.count());
     figures->Add(what, text);
@@ -180,7 +177,7 @@ TEST_F(Soak, QuickAndSteadyItemsLeakNothingAndAreAllLogged) {
     for (auto const& [name, item] : log.items) {
         EXPECT_EQ(item.ended, started.at(name)) << name;
         EXPECT_EQ(item.starts, item.ended.size()) << name;
-        ASSERT_THAT(item.statuses, Not(IsEmpty())) << name;
+        ASSERT_THAT(item.statuses, testing::Not(IsEmpty())) << name;
         EXPECT_EQ(item.statuses.back(), SIGKILL) << name;
         if (name.compare(0, 6, "steady") == 0) {
             restarts_of_steady += item.starts - 1;
@@ -220,7 +217,7 @@ TEST_F(Soak, StartsAndStopsLeaveNoProcess) {
         EXPECT_THAT(log.items, SizeIs(3));
         for (auto const& [name, item] : log.items) {
             EXPECT_EQ(item.ended, StartedPids(starts_file).at(name));
-            EXPECT_THAT(item.statuses, ElementsAre(SIGKILL));
+            EXPECT_THAT(item.statuses, testing::ElementsAre(SIGKILL));
         }
     }
     EXPECT_THAT(system_log.Received(), IsEmpty());

@@ -262,8 +262,7 @@ TEST_F(AppLocations, TheProductNameIsReadAsAnEntryOfItsFile) {
         {"[KDS]\nNAME=Tamlin\n", ""},
         {"", ""},
         {"[SDK]\nNAME=" + std::string(1023, 'n') + "\n", std::string(1023, 'n')},
-        {"[SDK]\nNAME=" + std::string(1024, 'n') + "\n", ""},
-    };
+        {"[SDK]\nNAME=" + std::string(1024, 'n') + "\n", ""}};
     for (auto const& [contents, product] : cases) {
         directory.Write("X.app/Contents/Resources/vopapi.ini", contents);
         EXPECT_EQ(LocationsIn(program)["product"], product) << contents;

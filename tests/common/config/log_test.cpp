@@ -12,8 +12,6 @@
 
 namespace {
 
-using testing::ElementsAre;
-
 struct Line {
     LOGLEVEL level;
     char const* format;
@@ -108,7 +106,7 @@ TEST(LogCall, PassesEveryLevelOnInTheOrderOfTheCalls) {
     for (Line const& line : log.lines) {
         levels.push_back(line.level);
     }
-    EXPECT_THAT(levels, ElementsAre(1, 2, 4, 8, 16, 17, 0, 3, -1));
+    EXPECT_THAT(levels, testing::ElementsAre(1, 2, 4, 8, 16, 17, 0, 3, -1));
 }
 
 TEST(LogCall, HasNoLimitOfLength) {

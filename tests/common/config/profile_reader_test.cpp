@@ -12,7 +12,6 @@
 #include <filesystem>
 #include <locale>
 #include <string>
-#include <vector>
 
 #include "harness/files.h"
 
@@ -387,26 +386,24 @@ TEST_F(ProfileReader, ANumberIsReadAsAtoiReadsIt) {
     struct {
         char const* value;
         int number;
-    } const cases[] = {
-        {"0", 0},
-        {"7", 7},
-        {"-1", -1},
-        {"+5", 5},
-        {" \t12", 12},
-        {"12abc", 12},
-        {"12 34", 12},
-        {"1.9", 1},
-        {"0x10", 0},
-        {"010", 10},
-        {"abc", 0},
-        {"-", 0},
-        {"- 1", 0},
-        {"--1", 0},
-        {"2147483647", 2147483647},
-        {"-2147483648", INT_MIN},
-        {"5=6", 5},
-        {"=6", 0},
-    };
+    } const cases[] = {{"0", 0},
+                       {"7", 7},
+                       {"-1", -1},
+                       {"+5", 5},
+                       {" \t12", 12},
+                       {"12abc", 12},
+                       {"12 34", 12},
+                       {"1.9", 1},
+                       {"0x10", 0},
+                       {"010", 10},
+                       {"abc", 0},
+                       {"-", 0},
+                       {"- 1", 0},
+                       {"--1", 0},
+                       {"2147483647", 2147483647},
+                       {"-2147483648", INT_MIN},
+                       {"5=6", 5},
+                       {"=6", 0}};
     for (auto const& [value, number] : cases) {
         EXPECT_EQ(Number("[S]\nK="s + value + "\n"), number) << value;
     }

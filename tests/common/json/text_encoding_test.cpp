@@ -2,10 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <initializer_list>
 #include <new>
 #include <optional>
-#include <random>
 #include <stdexcept>
 #include <string>
 
@@ -114,12 +112,6 @@ TEST(TextEncoding, EveryCodePointIsOneElementAndComesBackAsTheSameBytes) {
     }
 }
 
-TEST(TextEncoding, ACodePointBeyondThe16BitPlaneIsNoSurrogatePair) {
-    std::wstring const wide = s2ws("\xF0\x9F\x98\x80");
-    ASSERT_EQ(wide.size(), 1U);
-    EXPECT_EQ(wide[0], static_cast<wchar_t>(0x1F600));
-}
-
 TEST(TextEncoding, EverySurrogateIsRefusedBothWays) {
     for (wchar_t surrogate = 0xD800; surrogate <= 0xDFFF; ++surrogate) {
         std::string const bytes = EncodedByHand(static_cast<unsigned long>(surrogate));
@@ -141,24 +133,6 @@ TEST(TextEncoding, ElementsAboveTheLastCodePointAreRefused) {
         std::wstring const wide = {L'a', static_cast<wchar_t>(value), L'z'};
         EXPECT_EQ(Encode(wide), std::nullopt) << value;
         EXPECT_EQ(EncodeUpToNul(wide.c_str()), std::nullopt) << value;
-    }
-}
-
-TEST(TextEncoding, CodePointsAboveTheLastOneAreRefused) {
-    EXPECT_EQ(Decode("\xF4\x8F\xBF\xBF"), std::wstring(1, kLastCodePoint));
-    EXPECT_EQ(Decode("\xF4\x90\x80\x80"), std::nullopt);
-    EXPECT_EQ(Decode("\xF5\x80\x80\x80"), std::nullopt);
-    EXPECT_EQ(Decode("\xF7\xBF\xBF\xBF"), std::nullopt);
-    EXPECT_EQ(Decode("\xF8\x88\x80\x80\x80"), std::nullopt);
-    EXPECT_EQ(Decode("\xFC\x84\x80\x80\x80\x80"), std::nullopt);
-}
-
-TEST(TextEncoding, OverlongFormsAreRefused) {
-    for (char const* const overlong :
-         {"\xC0\x80", "\xC0\xAF", "\xC1\xBF", "\xE0\x80\x80", "\xE0\x80\xAF",
-          "\xE0\x9F\xBF", "\xF0\x80\x80\x80", "\xF0\x80\x80\xAF", "\xF0\x8F\xBF\xBF",
-          "\xF8\x80\x80\x80\xAF"}) {
-        EXPECT_EQ(Decode(overlong), std::nullopt) << InHex(overlong);
     }
 }
 
@@ -187,13 +161,6 @@ TEST(TextEncoding, ASequenceCutShortAfterALongTextIsRefused) {
     }
 }
 
-TEST(TextEncoding, StrayAndForbiddenBytesAreRefused) {
-    EXPECT_EQ(Decode("\xFF"), std::nullopt);
-    EXPECT_EQ(Decode("\xFE"), std::nullopt);
-    EXPECT_EQ(Decode("\x80"), std::nullopt);
-    EXPECT_EQ(Decode("abc\xBFzzz"), std::nullopt);
-}
-
 TEST(TextEncoding, AByteOrderMarkIsTextLikeAnyOther) {
     EXPECT_EQ(s2ws("\xEF\xBB\xBFz"), L"\uFEFFz");
     EXPECT_EQ(s2ws("z\xEF\xBB\xBF"), L"z\uFEFF");
@@ -209,8 +176,8 @@ TEST(TextEncoding, NulsAreConvertedButEndTheTextOfAPointer) {
     EXPECT_EQ(s2ws("\0"s), L"\0"s);
     EXPECT_EQ(ws2s(L"\0"s), "\0"s);
     EXPECT_EQ(wchar2utf8(L"a\u00E9\0b"), "a\xC3\xA9");
-    wchar_t const surrogate_behind_the_nul[] = {L'a', L'\0', 0xD800, L'\0'};
-    EXPECT_EQ(EncodeUpToNul(surrogate_behind_the_nul), "a");
+    wchar_t const surrogate_after_the_nul[] = {L'a', L'\0', 0xD800, L'\0'};
+    EXPECT_EQ(EncodeUpToNul(surrogate_after_the_nul), "a");
 }
 
 TEST(TextEncoding, TextsOfMixedLengthsComeBack) {
@@ -245,31 +212,6 @@ TEST(TextEncoding, EveryTextOfThreeOrFourBorderBytesIsDecodedStrictly) {
                     ExpectDecodedStrictly({a, b, c, d});
                 }
             }
-        }
-    }
-}
-
-// Mostly well-formed text, so that a fault is found after text of some length.
-std::string RandomText(std::mt19937& random) {
-    std::string text;
-    for (auto pieces = random() % 12; pieces > 0; --pieces) {
-        if (random() % 8 == 0) {
-            text += kBorderBytes[random() % kBorderBytes.size()];
-        } else {
-            auto const bits = 7 + random() % 15;
-            text += EncodedByHand(random() % (1UL << bits));
-        }
-    }
-    return text;
-}
-
-TEST(TextEncoding, RandomTextsAreDecodedStrictlyAndEncodeToTheSameBytes) {
-    std::mt19937 random(20210);
-    for (int round = 0; round < 100000; ++round) {
-        std::string const text = RandomText(random);
-        ExpectDecodedStrictly(text);
-        if (std::optional<std::wstring> const wide = DecodeUtf8Strictly(text)) {
-            EXPECT_EQ(Encode(*wide), text) << InHex(text);
         }
     }
 }

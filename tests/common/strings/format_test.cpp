@@ -16,11 +16,6 @@ TEST(Format, TheExamplesOfItsHeader) {
     EXPECT_EQ(string_format("a%cb", 0), "a");
 }
 
-TEST(Format, OneDecimalIntegerIsItsText) {
-    EXPECT_EQ(string_format("%d", 7), "7");
-    EXPECT_EQ(wstring_format(L"%d", 7), L"7");
-}
-
 TEST(Format, TextWithoutConversionsIsCopied) {
     EXPECT_EQ(string_format(""), "");
     EXPECT_EQ(string_format("100%% of it"), "100% of it");

@@ -87,8 +87,7 @@ TEST(Split, TheFourWaysOfCuttingDifferInTheEmptyPieces) {
         {",a", {"", "a"}, {"", "a"}, {"a"}, {"", "a"}},
         {"a,", {"a"}, {"a", ""}, {"a"}, {"a"}},
         {",", {""}, {"", ""}, {}, {""}},
-        {"", {}, {""}, {}, {""}},
-    };
+        {"", {}, {""}, {}, {""}}};
     for (Row const& row : rows) {
         SCOPED_TRACE("'" + row.text + "'");
         EXPECT_EQ(CutAtCharacter(row.text, ','), row.at_character);

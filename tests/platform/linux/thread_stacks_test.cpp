@@ -160,10 +160,6 @@ int Overflow(int depth) {
     return depth == 1'000'000 ? 0 : Overflow(depth + 1) + used[0];
 }
 
-void* Nothing(void*) {
-    return nullptr;
-}
-
 // Returns the stack of a thread that is created with these attributes.
 Stack StackOfThreadWith(pthread_attr_t const& attributes) {
     Stack stack;
@@ -377,9 +373,10 @@ TEST(ThreadStack, OfAThreadThatNeverEndsDoesNotKeepTheProcessFromItsEnd) {
 
 TEST(ThreadStack, IsTheSystemsWhenAllAreInUse) {
     auto const body = [] {
+        auto const end_at_once = [](void* argument) { return argument; };
         for (int i = 0; i < kStackCount; ++i) {
             pthread_t thread = 0;
-            ASSERT_EQ(pthread_create(&thread, nullptr, Nothing, nullptr), 0) << i;
+            ASSERT_EQ(pthread_create(&thread, nullptr, end_at_once, nullptr), 0) << i;
             ASSERT_EQ(pthread_detach(thread), 0);
             ASSERT_TRUE(i != kStackCount - 2 || IsOwn(StackOfNewThread()));
         }
@@ -393,8 +390,7 @@ TEST(ThreadStack, IsTheSystemsWhenAllAreInUse) {
 TEST(ThreadStack, IsTheSystemsIfItCannotBeGuarded) {
     has_guard_marks = false;
     has_guard_mappings = false;
-    Stack const without = StackOfNewThread();
-    EXPECT_FALSE(IsOwn(without));
+    EXPECT_FALSE(IsOwn(StackOfNewThread()));
     has_guard_mappings = true;
     EXPECT_TRUE(IsOwn(StackOfNewThread()));
 }
@@ -416,9 +412,8 @@ TEST(ThreadStack, IsGivenBackIfTheSystemHasNoThread) {
         Stack const before = StackOfNewThread();
         rlimit processes = {};
         getrlimit(RLIMIT_NPROC, &processes);
-        rlim_t const allowed = processes.rlim_cur;
-        processes.rlim_cur = 0;
-        setrlimit(RLIMIT_NPROC, &processes);
+        rlimit const none = {0, processes.rlim_max};
+        setrlimit(RLIMIT_NPROC, &none);
         // The limit does not bind the superuser.
         ASSERT_TRUE(getuid() != 0 || setuid(65'534) == 0);
         try {
@@ -427,7 +422,6 @@ TEST(ThreadStack, IsGivenBackIfTheSystemHasNoThread) {
         } catch (std::system_error const& error) {
             EXPECT_EQ(error.code().value(), EAGAIN);
         }
-        processes.rlim_cur = allowed;
         setrlimit(RLIMIT_NPROC, &processes);
         EXPECT_EQ(StackOfNewThread().lowest, before.lowest);
     };

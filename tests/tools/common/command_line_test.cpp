@@ -8,7 +8,6 @@ namespace tools {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 CommandLine Read(std::vector<std::string> arguments) {
     std::vector<char*> argv;
@@ -57,7 +56,7 @@ TEST(CommandLine, TwoDashesEndTheOptions) {
 
 TEST(CommandLine, AnEmptyArgumentIsAnOperand) {
     EXPECT_THAT(Read({""}).operands, ElementsAre(""));
-    EXPECT_THAT(Read({}).operands, IsEmpty());
+    EXPECT_THAT(Read({}).operands, testing::IsEmpty());
 }
 
 TEST(CommandLine, EveryToolHasHelpAndAVersion) {

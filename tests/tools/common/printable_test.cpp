@@ -31,11 +31,6 @@ TEST(Printable, EscapesEveryControlCharacter) {
 TEST(Printable, EscapesCharactersBeyondAsciiThatSteerATerminal) {
     EXPECT_EQ(Printable("\xC2\x9B"), "\\xC2\\x9B");
     EXPECT_EQ(Printable("\xC2\xA0"), "\xC2\xA0");
-    EXPECT_EQ(Printable("\xE2\x80\xA7"), "\xE2\x80\xA7");
-    EXPECT_EQ(Printable("\xE2\x80\xA8"), "\\xE2\\x80\\xA8");
-    EXPECT_EQ(Printable("\xE2\x80\xAE"), "\\xE2\\x80\\xAE");
-    EXPECT_EQ(Printable("\xE2\x80\xAF"), "\xE2\x80\xAF");
-    EXPECT_EQ(Printable("\xE2\x81\xA6"), "\\xE2\\x81\\xA6");
 }
 
 // Returns the character in UTF-8.
@@ -60,13 +55,12 @@ TEST(Printable, EscapesEveryCharacterThatHidesOrTurnsTheWriting) {
     struct {
         char32_t first;
         char32_t last;
-    } const ranges[] = {
-        {0xAD, 0xAD},       {0x34F, 0x34F},   {0x61C, 0x61C},     {0x115F, 0x1160},
-        {0x17B4, 0x17B5},   {0x180B, 0x180F}, {0x200B, 0x200F},   {0x2028, 0x202E},
-        {0x2060, 0x206F},   {0x3164, 0x3164}, {0xFE00, 0xFE0F},   {0xFEFF, 0xFEFF},
-        {0xFFA0, 0xFFA0},   {0xFFF0, 0xFFFB}, {0x1BCA0, 0x1BCA3}, {0x1D173, 0x1D17A},
-        {0xE0000, 0xE0FFF},
-    };
+    } const ranges[] = {{0xAD, 0xAD},       {0x34F, 0x34F},    {0x61C, 0x61C},
+                        {0x115F, 0x1160},   {0x17B4, 0x17B5},  {0x180B, 0x180F},
+                        {0x200B, 0x200F},   {0x2028, 0x202E},  {0x2060, 0x206F},
+                        {0x3164, 0x3164},   {0xFE00, 0xFE0F},  {0xFEFF, 0xFEFF},
+                        {0xFFA0, 0xFFA0},   {0xFFF0, 0xFFFB},  {0x1BCA0, 0x1BCA3},
+                        {0x1D173, 0x1D17A}, {0xE0000, 0xE0FFF}};
     for (auto const& [first, last] : ranges) {
         EXPECT_FALSE(IsEscaped(first - 1)) << std::hex << first;
         for (char32_t character = first; character <= last; ++character) {

@@ -20,9 +20,9 @@ TEST(LaunchListCheck, ACountThatIsNotANumber) {
         {"{}", "an object"},           {"1e30", "far out of range"},
         {"-1e30", "far out of range"}, {"9223372036854775808", "far out of range"}};
     for (auto const& [value, type] : cases) {
-        EXPECT_EQ(Check(ItemWith(R"("argc": )" + std::string(value))),
-                  "list.json: error: " + kItem + "\"argc\" is " + type + ": " +
-                      kChildrenAbort + " [argc-type]\n");
+        EXPECT_EQ(
+            Check(ItemWith(R"("argc": )" + std::string(value))),
+            kError + "\"argc\" is " + type + ": " + kChildrenAbort + " [argc-type]\n");
     }
 }
 
@@ -42,8 +42,8 @@ TEST(LaunchListCheck, ACountThatIsReadAsAnother) {
     for (auto const& [value, what, read_as, args] : cases) {
         EXPECT_EQ(
             Check(ItemWith(R"("argc": )" + std::string(value) + R"(, "args": )" + args)),
-            "list.json: warning: " + kItem + "\"argc\" is " + what +
-                ": the launcher reads it as " + read_as + " [argc-value]\n");
+            kWarning + "\"argc\" is " + what + ": the launcher reads it as " + read_as +
+                " [argc-value]\n");
     }
     for (std::string const exact : {"1", "1.0", "10e-1"}) {
         EXPECT_EQ(Check(ItemWith(R"("argc": )" + exact + R"(, "args": {"0": "x"})")),
@@ -52,35 +52,35 @@ TEST(LaunchListCheck, ACountThatIsReadAsAnother) {
 }
 
 TEST(LaunchListCheck, ACountBelowZero) {
-    EXPECT_EQ(Check(ItemWith(R"("argc": -1)")),
-              "list.json: error: " + kItem +
-                  "\"argc\" is -1: the program is started without even its own "
-                  "path as its first argument, which many programs do not survive "
-                  "[argc-negative]\n");
+    EXPECT_EQ(
+        Check(ItemWith(R"("argc": -1)")),
+        kError +
+            "\"argc\" is -1: the program is started without even its own path as its "
+            "first argument, which many programs do not survive [argc-negative]\n");
     EXPECT_EQ(Check(ItemWith(R"("argc": -0)")), kOk);
 }
 
 TEST(LaunchListCheck, ACountAboveTheMostTheLauncherPasses) {
     EXPECT_EQ(Check(ItemWith(R"("argc": 1048576)")),
-              "list.json: error: " + kItem + "\"argc\" is 1048576, more than 1048575: " +
-                  kChildrenAbort + " [argc-too-large]\n");
+              kError + "\"argc\" is 1048576, more than 1048575: " + kChildrenAbort +
+                  " [argc-too-large]\n");
     CheckResult const result = CheckLaunchList(ItemWith(R"("argc": 1048575)"));
     EXPECT_EQ(result.findings.Counts().count({"argc-too-large", Severity::Error}), 0U);
 }
 
 TEST(LaunchListCheck, ArgumentsThatAreNotAnObject) {
     std::string const is_wrong = R"(, not an object with the keys "0", "1", ...: )";
-    EXPECT_EQ(Check(ItemWith(R"("argc": 1, "args": ["x"])")),
-              "list.json: error: " + kItem + "\"args\" is an array" + is_wrong +
-                  kChildrenAbort + " [args-type]\n");
-    EXPECT_EQ(Check(ItemWith(R"("argc": 1, "args": "x")")),
-              "list.json: error: " + kItem + "\"args\" is a string" + is_wrong +
-                  kChildrenAbort + " [args-type]\n");
+    EXPECT_EQ(
+        Check(ItemWith(R"("argc": 1, "args": ["x"])")),
+        kError + "\"args\" is an array" + is_wrong + kChildrenAbort + " [args-type]\n");
+    EXPECT_EQ(
+        Check(ItemWith(R"("argc": 1, "args": "x")")),
+        kError + "\"args\" is a string" + is_wrong + kChildrenAbort + " [args-type]\n");
     EXPECT_EQ(Check(ItemWith(R"("argc": 0, "args": ["x"])")),
-              "list.json: warning: " + kItem + "\"args\" is an array" + is_wrong +
+              kWarning + "\"args\" is an array" + is_wrong +
                   "it is not looked at, as \"argc\" is not above 0 [args-type]\n");
     EXPECT_EQ(Check(ItemWith(R"("args": "x")")),
-              "list.json: warning: " + kItem + "\"args\" is a string" + is_wrong +
+              kWarning + "\"args\" is a string" + is_wrong +
                   "it is not looked at, as there is no \"argc\" [args-type]\n");
     EXPECT_EQ(Check(ItemWith(R"("argc": 1, "args": {"0": "x"})")), kOk);
 }
@@ -90,33 +90,29 @@ TEST(LaunchListCheck, MoreArgumentsCountedThanThere) {
         ": the program gets an empty string for each that is missing "
         "[missing-arguments]\n";
     EXPECT_EQ(Check(ItemWith(R"("argc": 2, "args": {"0": "x"})")),
-              "list.json: warning: " + kItem +
-                  "\"argc\" is 2, but \"args\" has no \"1\"" + ends);
+              kWarning + "\"argc\" is 2, but \"args\" has no \"1\"" + ends);
     EXPECT_EQ(Check(ItemWith(R"("argc": 12, "args": {"1": "x"})")),
-              "list.json: warning: " + kItem +
-                  "\"argc\" is 12, but \"args\" has no \"0\", \"2\", \"3\" and 8 "
-                  "more" +
+              kWarning +
+                  "\"argc\" is 12, but \"args\" has no \"0\", \"2\", \"3\" and 8 more" +
                   ends);
     EXPECT_EQ(Check(ItemWith(R"("argc": 12, "args": {"10": "x", "2": "y", "0": "z"})")),
-              "list.json: warning: " + kItem +
-                  "\"argc\" is 12, but \"args\" has no \"1\", \"3\", \"4\" and 6 "
-                  "more" +
+              kWarning +
+                  "\"argc\" is 12, but \"args\" has no \"1\", \"3\", \"4\" and 6 more" +
                   ends);
     EXPECT_EQ(Check(ItemWith(R"("argc": 1)")),
-              "list.json: warning: " + kItem + "\"argc\" is 1, but there is no \"args\"" +
-                  ends);
+              kWarning + "\"argc\" is 1, but there is no \"args\"" + ends);
     EXPECT_EQ(Check(ItemWith(R"("argc": 2, "args": {"0": "x", "1": ""})")), kOk);
 }
 
 TEST(LaunchListCheck, FewerArgumentsCountedThanThere) {
     EXPECT_EQ(Check(ItemWith(R"("argc": 1, "args": {"0": "x", "1": "y"})")),
-              "list.json: warning: " + kItem +
+              kWarning +
                   "\"argc\" is 1: the program does not get \"1\" of \"args\" "
                   "[ignored-arguments]\n");
     EXPECT_EQ(Check(ItemWith(R"("args": {"10": "k", "9": "j", "0": "a", "1": "b"})")),
-              "list.json: warning: " + kItem +
-                  "no \"argc\": the program does not get \"0\", \"1\", \"9\" and 1 "
-                  "more of \"args\" [ignored-arguments]\n");
+              kWarning +
+                  "no \"argc\": the program does not get \"0\", \"1\", \"9\" and 1 more "
+                  "of \"args\" [ignored-arguments]\n");
     EXPECT_EQ(Check(ItemWith(R"("argc": 2, "args": {"0": "x", "1": "y"})")), kOk);
 }
 
@@ -124,9 +120,8 @@ TEST(LaunchListCheck, ArgumentsWhoseKeysAreNotNumbers) {
     for (std::string const key : {"01", "port", "+0", ""}) {
         EXPECT_EQ(
             Check(ItemWith(R"("argc": 1, "args": {"0": "x", ")" + key + R"(": "y"})")),
-            "list.json: warning: " + kItem + "\"args\" has the key \"" + key +
-                "\", which is not an argument's number: it is ignored "
-                "[argument-key]\n");
+            kWarning + "\"args\" has the key \"" + key +
+                "\", which is not an argument's number: it is ignored [argument-key]\n");
     }
 }
 
@@ -142,12 +137,12 @@ TEST(LaunchListCheck, ArgumentsThatAreNotStrings) {
     for (auto const& [value, type, text] : cases) {
         EXPECT_EQ(
             Check(ItemWith(R"("argc": 1, "args": {"0": )" + std::string(value) + "}")),
-            "list.json: warning: " + kItem + "argument \"0\" is " + type +
-                ": the launcher takes it as \"" + text + "\" [argument-type]\n");
+            kWarning + "argument \"0\" is " + type + ": the launcher takes it as \"" +
+                text + "\" [argument-type]\n");
     }
-    EXPECT_EQ(Check(ItemWith(R"("argc": 1, "args": {"0": ["x"]})")),
-              "list.json: error: " + kItem +
-                  "argument \"0\" is an array: " + kChildrenAbort + " [argument-type]\n");
+    EXPECT_EQ(
+        Check(ItemWith(R"("argc": 1, "args": {"0": ["x"]})")),
+        kError + "argument \"0\" is an array: " + kChildrenAbort + " [argument-type]\n");
     EXPECT_EQ(Check(ItemWith(R"("argc": 1, "args": {"0": "7000"})")), kOk);
 }
 

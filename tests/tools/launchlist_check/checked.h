@@ -39,7 +39,8 @@ inline std::string ItemOf(std::string const& members) {
 }
 
 inline std::string const kOk = "list.json: ok, 1 program\n";
-inline std::string const kItem = "item \"0\" (a): ";
+inline std::string const kError = "list.json: error: item \"0\" (a): ";
+inline std::string const kWarning = "list.json: warning: item \"0\" (a): ";
 inline std::string const kChildrenAbort =
     "every child ends abnormally before it runs the program, and the next one comes 50 "
     "ms later";

@@ -13,16 +13,15 @@ namespace launchlist_check {
 namespace {
 
 TEST(LaunchListCheck, FindingsComeInTheOrderOfTheirPlaces) {
-    EXPECT_EQ(
-        CheckAt("{\"10\": {},\n \"9\": {}, \"2\": 7, \"x\": 1}"),
-        "list.json:1:2: error: item \"10\": never reached: the launcher stops at the "
-        "first number that is missing, \"0\" [unreached]\n"
-        "list.json:2:2: error: item \"9\": never reached: the launcher stops at the "
-        "first number that is missing, \"0\" [unreached]\n"
-        "list.json:2:11: error: item \"2\": never reached: the launcher stops at the "
-        "first number that is missing, \"0\" [unreached]\n"
-        "list.json:2:19: warning: the key \"x\" is not an item number: the launcher "
-        "ignores it [unknown-key]\n");
+    EXPECT_EQ(CheckAt("{\"10\": {},\n \"9\": {}, \"2\": 7, \"x\": 1}"),
+              "list.json:1:2: error: item \"10\": never reached: the launcher stops at "
+              "the first number that is missing, \"0\" [unreached]\n"
+              "list.json:2:2: error: item \"9\": never reached: the launcher stops at "
+              "the first number that is missing, \"0\" [unreached]\n"
+              "list.json:2:11: error: item \"2\": never reached: the launcher stops at "
+              "the first number that is missing, \"0\" [unreached]\n"
+              "list.json:2:19: warning: the key \"x\" is not an item number: the "
+              "launcher ignores it [unknown-key]\n");
 }
 
 // In each list the place of the finding is marked by "^".
@@ -68,8 +67,7 @@ TEST(LaunchListCheck, EveryFindingHasAPlace) {
         {"argument-type",
          R"({"0": {"name": "a", "program": "/bin/sh", "argc": 1, "args": {"0": ^1}}})"},
         {"zero-character", R"({"0": {"name": ^"a\u0000", "program": "/bin/sh"}})"},
-        {"unknown-member", R"({"0": {"name": "a", "program": "/bin/sh", ^"x": 1}})"},
-    };
+        {"unknown-member", R"({"0": {"name": "a", "program": "/bin/sh", ^"x": 1}})"}};
     for (auto const& [kind, marked] : cases) {
         std::string list = marked;
         std::size_t place = list.find('^');
@@ -98,10 +96,9 @@ TEST(LaunchListCheck, OfManyFindingsOfOneKindTheFirstAreShownAndAllAreCounted) {
     std::vector<std::string> const lines = Lines(ToLines({"list.json", result}));
     ASSERT_EQ(lines.size(), 23U);
     EXPECT_EQ(lines[0].substr(0, 16), "list.json:2:1: w");
-    EXPECT_EQ(
-        lines[20],
-        "list.json:1021:38: warning: item \"0\" (a): argument \"0\" is a number: the "
-        "launcher takes it as \"7\" [argument-type]");
+    EXPECT_EQ(lines[20],
+              "list.json:1021:38: warning: item \"0\" (a): argument \"0\" is a number: "
+              "the launcher takes it as \"7\" [argument-type]");
     EXPECT_EQ(
         lines[21],
         "list.json: ... and 1,000 more warnings [unknown-member]; --all shows them");

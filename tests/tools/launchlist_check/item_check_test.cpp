@@ -88,21 +88,20 @@ TEST(LaunchListCheck, ANameThatIsNotAString) {
 
 TEST(LaunchListCheck, ANameThatIsEmpty) {
     std::string const line =
-        "list.json: warning: item \"0\": \"name\" is empty: log lines "
-        "will not show which item they are about [empty-name]\n";
+        "list.json: warning: item \"0\": \"name\" is empty: log lines will not show "
+        "which item they are about [empty-name]\n";
     EXPECT_EQ(Check(ItemOf(R"("name": "", "program": "/bin/sh")")), line);
-    EXPECT_EQ(
-        Check(ItemOf(R"("name": null, "program": "/bin/sh")")),
-        "list.json: warning: item \"0\": \"name\" is null: the launcher takes it as \"\" "
-        "[name-type]\n" +
-            line);
+    EXPECT_EQ(Check(ItemOf(R"("name": null, "program": "/bin/sh")")),
+              "list.json: warning: item \"0\": \"name\" is null: the launcher takes it "
+              "as \"\" [name-type]\n" +
+                  line);
     EXPECT_EQ(Check(ItemOf(R"("name": " ", "program": "/bin/sh")")), kOk);
 }
 
 TEST(LaunchListCheck, ANameWithControlCharactersCannotForgeAFinding) {
     std::string const text =
-        ": \"name\" has control characters, which make log "
-        "lines hard to read [name-characters]\n";
+        ": \"name\" has control characters, which make log lines hard to read "
+        "[name-characters]\n";
     EXPECT_EQ(Check(ItemOf(R"("name": "a\nlist.json: error: b", "program": "/bin/sh")")),
               "list.json: warning: item \"0\" (a\\x0Alist.json: error: b)" + text);
     EXPECT_EQ(Check(ItemOf(R"("name": "a\u007f", "program": "/bin/sh")")),
@@ -113,8 +112,7 @@ TEST(LaunchListCheck, ANameWithControlCharactersCannotForgeAFinding) {
 TEST(LaunchListCheck, ANameThatIsNotUtf8) {
     std::string const text =
         ": \"name\" is not UTF-8: its bytes are in the log as they are, and other "
-        "programs "
-        "show them differently [name-encoding]\n";
+        "programs show them differently [name-encoding]\n";
     EXPECT_EQ(Check(ItemOf("\"name\": \"caf\xE9\", \"program\": \"/bin/sh\"")),
               "list.json: warning: item \"0\" (caf\\xE9)" + text);
     // One escape of a pair.
@@ -125,18 +123,17 @@ TEST(LaunchListCheck, ANameThatIsNotUtf8) {
 }
 
 TEST(LaunchListCheck, TextThatIsCutAtAZeroCharacter) {
-    EXPECT_EQ(Check(ItemOf(R"("name": "a\u0000b", "program": "/bin/sh")")),
-              "list.json: warning: " + kItem +
-                  "\"name\" is cut at its zero character to \"a\" "
-                  "[zero-character]\n");
-    EXPECT_EQ(Check(ItemOf(R"("name": "a", "program": "/bin/sh\u0000x")")),
-              "list.json: warning: " + kItem +
-                  "\"program\" is cut at its zero character to \"/bin/sh\" "
-                  "[zero-character]\n");
-    EXPECT_EQ(Check(ItemWith(R"("argc": 1, "args": {"0": "x\u0000y"})")),
-              "list.json: warning: " + kItem +
-                  "argument \"0\" is cut at its zero character to \"x\" "
-                  "[zero-character]\n");
+    EXPECT_EQ(
+        Check(ItemOf(R"("name": "a\u0000b", "program": "/bin/sh")")),
+        kWarning + "\"name\" is cut at its zero character to \"a\" [zero-character]\n");
+    EXPECT_EQ(
+        Check(ItemOf(R"("name": "a", "program": "/bin/sh\u0000x")")),
+        kWarning +
+            "\"program\" is cut at its zero character to \"/bin/sh\" [zero-character]\n");
+    EXPECT_EQ(
+        Check(ItemWith(R"("argc": 1, "args": {"0": "x\u0000y"})")),
+        kWarning +
+            "argument \"0\" is cut at its zero character to \"x\" [zero-character]\n");
     EXPECT_EQ(Check(ItemWith(R"("argc": 1, "args": {"0": "x\u0001y"})")), kOk);
 }
 
@@ -162,10 +159,9 @@ TEST(LaunchListCheck, TheSameNameTwice) {
     };
     EXPECT_EQ(
         Check(list(R"("a")", R"("a")")),
-        "list.json: error: item \"1\" (a): item \"0\" has the same name: this later "
-        "one wins. The launcher stops the earlier one at once, and if that has no "
-        "process yet, SIGKILL goes to the launcher's own process group "
-        "[duplicate-name]\n");
+        "list.json: error: item \"1\" (a): item \"0\" has the same name: this later one "
+        "wins. The launcher stops the earlier one at once, and if that has no process "
+        "yet, SIGKILL goes to the launcher's own process group [duplicate-name]\n");
     EXPECT_EQ(Check(list(R"("a")", R"("A")")), "list.json: ok, 2 programs\n");
     // The name counts as the launcher reads it.
     EXPECT_EQ(CheckLaunchList(list("7", R"("7")")).findings.InOrder().at(1).kind,
@@ -188,68 +184,62 @@ TEST(LaunchListCheck, OfThreeWithOneNameEachLaterOneWinsOverTheOneBefore) {
 
 TEST(LaunchListCheck, AnItemWithoutAProgram) {
     EXPECT_EQ(Check(ItemOf(R"("name": "a")")),
-              "list.json: error: " + kItem +
+              kError +
                   "no \"program\": every 50 ms a child is forked that runs nothing "
                   "[no-program]\n");
-    std::string const empty =
-        "list.json: error: " + kItem +
-        "\"program\" is empty: every 50 ms a child is forked that runs nothing "
-        "[no-program]\n";
+    std::string const empty = kError +
+                              "\"program\" is empty: every 50 ms a child is forked that "
+                              "runs nothing [no-program]\n";
     EXPECT_EQ(Check(ItemOf(R"("name": "a", "program": "")")), empty);
     EXPECT_EQ(Check(ItemOf(R"("name": "a", "program": null)")),
-              "list.json: warning: " + kItem +
-                  "\"program\" is null: the launcher takes it as \"\" "
-                  "[program-type]\n" +
+              kWarning +
+                  "\"program\" is null: the launcher takes it as \"\" [program-type]\n" +
                   empty);
 }
 
 TEST(LaunchListCheck, AProgramThatIsNotAString) {
     std::string const ends =
         ": the launcher itself ends abnormally, and the programs that it has started run "
-        "on "
-        "[program-type]\n";
+        "on [program-type]\n";
     EXPECT_EQ(Check(ItemOf(R"("name": "a", "program": ["/bin/sh"])")),
-              "list.json: error: " + kItem + "\"program\" is an array" + ends);
+              kError + "\"program\" is an array" + ends);
     EXPECT_EQ(Check(ItemOf(R"("name": "a", "program": {})")),
-              "list.json: error: " + kItem + "\"program\" is an object" + ends);
+              kError + "\"program\" is an object" + ends);
     EXPECT_EQ(CheckLaunchList(ItemOf(R"("name": "a", "program": {})")).programs, 0);
     EXPECT_EQ(
         Check(ItemOf(R"("name": "a", "program": 7)")),
-        "list.json: warning: " + kItem +
-            "\"program\" is a number: the launcher takes it as \"7\" "
-            "[program-type]\n" +
-            "list.json: error: " + kItem +
-            "\"program\" \"7\" is not an absolute path: it is looked up from the "
-            "working directory of the launcher, and PATH is not searched; if it is not "
-            "found, " +
+        kWarning +
+            "\"program\" is a number: the launcher takes it as \"7\" [program-type]\n" +
+            kError +
+            "\"program\" \"7\" is not an absolute path: it is looked up from the working "
+            "directory of the launcher, and PATH is not searched; if it is not found, " +
             kChainGrows + " [relative-program]\n");
 }
 
 TEST(LaunchListCheck, AProgramThatIsNotAnAbsolutePath) {
     for (std::string const program : {"sh", "bin/sh", "./sh", "~/sh"}) {
-        EXPECT_EQ(Check(ItemOf(R"("name": "a", "program": ")" + program + "\"")),
-                  "list.json: error: " + kItem + "\"program\" \"" + program +
-                      "\" is not an absolute path: it is looked up from the working "
-                      "directory of "
-                      "the launcher, and PATH is not searched; if it is not found, " +
-                      kChainGrows + " [relative-program]\n");
+        EXPECT_EQ(
+            Check(ItemOf(R"("name": "a", "program": ")" + program + "\"")),
+            kError + "\"program\" \"" + program +
+                "\" is not an absolute path: it is looked up from the working directory "
+                "of the launcher, and PATH is not searched; if it is not found, " +
+                kChainGrows + " [relative-program]\n");
     }
 }
 
 TEST(LaunchListCheck, AProgramThatCannotBeExecuted) {
     EXPECT_EQ(Check(ItemOf(R"("name": "a", "program": "/nothing/here")")),
-              "list.json: error: " + kItem +
-                  "\"program\" \"/nothing/here\" cannot be executed (No such file "
-                  "or directory): " +
+              kError +
+                  "\"program\" \"/nothing/here\" cannot be executed (No such file or "
+                  "directory): " +
                   kChainGrows + " [program-file]\n");
     EXPECT_EQ(Check(ItemOf(R"("name": "a", "program": "/bin")")),
-              "list.json: error: " + kItem +
-                  "\"program\" \"/bin\" cannot be executed (it is a directory): " +
+              kError + "\"program\" \"/bin\" cannot be executed (it is a directory): " +
                   kChainGrows + " [program-file]\n");
     TempDirectory const directory;
     std::string const file = directory.Write("plain", "#!/bin/sh\n");
     EXPECT_EQ(Check(ItemOf(R"("name": "a", "program": ")" + file + "\"")),
-              "list.json: error: " + kItem + "\"program\" \"" + file +
+              kError + "\"program\" \"" + file +
                   "\" cannot be executed (this user may not execute it): " + kChainGrows +
                   " [program-file]\n");
     std::filesystem::permissions(file, std::filesystem::perms(0755));
@@ -258,18 +248,16 @@ TEST(LaunchListCheck, AProgramThatCannotBeExecuted) {
 
 TEST(LaunchListCheck, MembersThatTheLauncherDoesNotRead) {
     EXPECT_EQ(Check(ItemWith(R"("arg": {"0": "x"})")),
-              "list.json: warning: " + kItem +
+              kWarning +
                   "the member \"arg\" means nothing to the launcher; did you mean "
                   "\"args\"? [unknown-member]\n");
     EXPECT_EQ(Check(ItemWith(R"("user": "nobody")")),
-              "list.json: warning: " + kItem +
-                  "the member \"user\" means nothing to the launcher "
-                  "[unknown-member]\n");
+              kWarning +
+                  "the member \"user\" means nothing to the launcher [unknown-member]\n");
     // A member that the item has was not meant.
     EXPECT_EQ(Check(ItemWith(R"("argc": 0, "args": {}, "Args": {})")),
-              "list.json: warning: " + kItem +
-                  "the member \"Args\" means nothing to the launcher "
-                  "[unknown-member]\n");
+              kWarning +
+                  "the member \"Args\" means nothing to the launcher [unknown-member]\n");
     EXPECT_EQ(Check(ItemOf(R"("Name": "a", "program": "/bin/sh")")),
               "list.json: error: item \"0\": no \"name\": the launcher skips the item "
               "[no-name]\n"

@@ -15,8 +15,6 @@
 
 namespace {
 
-using testing::AllOf;
-using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -57,10 +55,9 @@ TEST_F(LaunchlistCheck, SaysOkOfARightListAndEndsWithZero) {
 }
 
 TEST_F(LaunchlistCheck, WarningsLeaveTheExitCodeZeroUnlessTheyAreStrict) {
-    std::string const line =
-        warned +
-        ":1:43: warning: item \"0\" (a): the member \"x\" means nothing to "
-        "the launcher [unknown-member]\n";
+    std::string const line = warned +
+                             ":1:43: warning: item \"0\" (a): the member \"x\" means "
+                             "nothing to the launcher [unknown-member]\n";
     ToolRun run = Run({warned});
     EXPECT_EQ(run.output, line + warned + ": ok, 1 program, 1 warning\n");
     EXPECT_EQ(run.end, "exit 0");
@@ -72,23 +69,22 @@ TEST_F(LaunchlistCheck, WarningsLeaveTheExitCodeZeroUnlessTheyAreStrict) {
 
 TEST_F(LaunchlistCheck, AnErrorGivesOne) {
     ToolRun const run = Run({wrong});
-    EXPECT_EQ(run.output,
-              wrong +
-                  ":1:2: error: item \"0\": no \"name\": the launcher skips the "
-                  "item [no-name]\n" +
-                  wrong + ": 1 error\n");
+    EXPECT_EQ(run.output, wrong +
+                              ":1:2: error: item \"0\": no \"name\": the launcher skips "
+                              "the item [no-name]\n" +
+                              wrong + ": 1 error\n");
     EXPECT_EQ(run.end, "exit 1");
 }
 
 TEST_F(LaunchlistCheck, ChecksSeveralFilesInTheirOrder) {
     ToolRun const run = Run({right, directory.Path() / "missing", right});
-    EXPECT_EQ(run.output,
-              right + ": ok, 1 program\n" + directory.Path().string() +
-                  "/missing:1:1: error: this cannot be opened: No such file or "
-                  "directory: the launcher ends without a word, with exit code "
-                  "0 [unreadable]\n" +
-                  directory.Path().string() + "/missing: 1 error\n" + right +
-                  ": ok, 1 program\n");
+    EXPECT_EQ(
+        run.output,
+        right + ": ok, 1 program\n" + directory.Path().string() +
+            "/missing:1:1: error: this cannot be opened: No such file or directory: the "
+            "launcher ends without a word, with exit code 0 [unreadable]\n" +
+            directory.Path().string() + "/missing: 1 error\n" + right +
+            ": ok, 1 program\n");
     EXPECT_EQ(run.end, "exit 1");
 }
 
@@ -102,8 +98,8 @@ TEST_F(LaunchlistCheck, ADashIsTheStandardInput) {
 TEST_F(LaunchlistCheck, AFileNameCannotForgeALine) {
     std::string const path = directory.Write("a\nok: 7 programs", kWrong);
     EXPECT_THAT(Lines(Run({path}).output),
-                ElementsAre(HasSubstr("a\\x0Aok: 7 programs:1:2: error: item"),
-                            HasSubstr("a\\x0Aok: 7 programs: 1 error")));
+                testing::ElementsAre(HasSubstr("a\\x0Aok: 7 programs:1:2: error: item"),
+                                     HasSubstr("a\\x0Aok: 7 programs: 1 error")));
 }
 
 TEST_F(LaunchlistCheck, BytesThatAreNotUtf8AreReplacedInJson) {
@@ -168,8 +164,7 @@ TEST_F(LaunchlistCheck, JsonSaysWhatBecomesOfTheLauncher) {
         // Items after the one at which the launcher ends change nothing.
         {R"({"0": 7, "1": {"name": "a"}, "2": {"name": "a"}})", "exits", 0},
         {R"({"0": 7, "1": {"name": "a", "program": {}}})", "exits", 0},
-        {R"({"0": {"name": "a"}, "1": 7, "2": 7})", "kills-group", 0},
-    };
+        {R"({"0": {"name": "a"}, "1": 7, "2": 7})", "kills-group", 0}};
     for (auto const& [list, outcome, programs] : cases) {
         Json::Value const file = Parse(Run({"--json", "-"}, list).output)["files"][0];
         EXPECT_EQ(file["outcome"], outcome) << list;
@@ -207,12 +202,10 @@ TEST_F(LaunchlistCheck, TellsItsUseAndItsVersion) {
     for (char const* const option : {"--help", "-h"}) {
         ToolRun const run = Run({option});
         EXPECT_EQ(run.end, "exit 0");
-        EXPECT_THAT(
-            run.output,
-            AllOf(
-                StartsWith("launchlist-check [--json] [--strict] [--all] [--no-programs] "
-                           "LIST.json...\n"),
-                HasSubstr("Examples:")));
+        EXPECT_THAT(run.output,
+                    testing::AllOf(StartsWith("launchlist-check [--json] [--strict] "
+                                              "[--all] [--no-programs] LIST.json...\n"),
+                                   HasSubstr("Examples:")));
         EXPECT_EQ(run.errors, "");
     }
     EXPECT_EQ(Run({"--version"}).output, "launchlist-check " VERSION "\n");
@@ -230,8 +223,8 @@ TEST_F(LaunchlistCheck, OutputThatCannotBeWrittenIsAnError) {
         });
         EXPECT_EQ(tool.WaitForEnd(), "exit 1");
         EXPECT_EQ(ReadFile(errors),
-                  "launchlist-check: the output could not be written: No "
-                  "space left on device\n");
+                  "launchlist-check: the output could not be written: No space left on "
+                  "device\n");
     }
 }
 

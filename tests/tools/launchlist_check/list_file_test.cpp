@@ -43,18 +43,17 @@ TEST_F(ListFile, ThatCannotBeOpenedOrRead) {
               "list.json:1:1: error: this cannot be opened: No such file or directory: "
               "the launcher ends without a word, with exit code 0 [unreadable]\n" +
                   kOneError);
-    EXPECT_EQ(
-        Check(directory.Path()),
-        "list.json:1:1: error: this is a directory: the launcher reads it for ever, "
-        "in a busy loop that only SIGKILL ends [directory]\n" +
-            kOneError);
+    EXPECT_EQ(Check(directory.Path()),
+              "list.json:1:1: error: this is a directory: the launcher reads it for "
+              "ever, in a busy loop that only SIGKILL ends [directory]\n" +
+                  kOneError);
     EXPECT_EQ(Check(directory.Write("list", ItemWith(""))), kOk);
 }
 
 TEST_F(ListFile, ThatNeverEnds) {
     std::string const device =
-        "list.json:1:1: error: this device seems to have no end: the "
-        "launcher reads it until the memory runs out [device]\n" +
+        "list.json:1:1: error: this device seems to have no end: the launcher reads it "
+        "until the memory runs out [device]\n" +
         kOneError;
     EXPECT_EQ(Check("/dev/zero"), device);
     EXPECT_EQ(Check("/dev/urandom"), device);
@@ -88,8 +87,7 @@ TEST_F(ListFile, ThatIsLongerThanAnyListIsNotRead) {
     std::string const path = directory.Write("long", "");
     std::string const too_large =
         "list.json:1:1: error: this is longer than 64 MiB, too long for a launch list: "
-        "it is "
-        "not checked [too-large]\n" +
+        "it is not checked [too-large]\n" +
         kOneError;
     std::filesystem::resize_file(path, 64 * 1024 * 1024 + 1);
     EXPECT_EQ(Check(path), too_large);

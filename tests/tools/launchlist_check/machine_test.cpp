@@ -75,16 +75,14 @@ TEST_F(Machine, ProgramsThatItRefusesMakeChains) {
         {Program("self", "#!" + (directory.Path() / "self").string() + "\n"),
          "Too many levels of symbolic links: scripts interpret scripts, too many or in a "
          "circle"},
-        {busy, "Text file busy: it is open for writing"},
-    };
+        {busy, "Text file busy: it is open for writing"}};
     for (auto const& [program, reason] : cases) {
         std::string const list = R"({"0": {"name": "a", "program": ")" + program + "\"}}";
         Finding const finding = OnlyFinding(list);
         EXPECT_EQ(finding.kind, "program-file");
-        EXPECT_EQ(finding.message, "\"program\" \"" + program +
-                                       "\" cannot be executed (" + reason +
-                                       "): a chain of processes grows, one more every "
-                                       "50 ms");
+        EXPECT_EQ(finding.message,
+                  "\"program\" \"" + program + "\" cannot be executed (" + reason +
+                      "): a chain of processes grows, one more every 50 ms");
         Start(list);
         EXPECT_TRUE(WaitFor([&] { return SessionMembers(launcher->Pid()).size() > 3; }))
             << program;
@@ -264,10 +262,9 @@ TEST_F(MachineOfALimitedUser, WithOneLessAnItemGetsNoProcess) {
             testing::StartsWith("list.json:"),
             HasSubstr(": error: item \"4\" (item4): the list needs 10 processes, threads "
                       "included, and this user may have "),
-            testing::EndsWith(
-                "): items are given up, and the stop sends SIGKILL to every process of "
-                "the user; or the launcher ends at once, with SIGKILL to its own process "
-                "group [process-limit]")));
+            testing::EndsWith("): items are given up, and the stop sends SIGKILL to "
+                              "every process of the user; or the launcher ends at once, "
+                              "with SIGKILL to its own process group [process-limit]")));
     StartLimited(ListOf(5, TEST_PROGRAM), 10);
     EXPECT_TRUE(WaitFor(
         [&] { return launcher->HasEnded() || CountInLog("Failed to fork") > 0; }));

@@ -2,7 +2,6 @@
 
 #include <sys/resource.h>
 
-#include <algorithm>
 #include <csignal>
 
 #include "harness/proc.h"
@@ -15,11 +14,8 @@
 namespace launchlist_check {
 namespace {
 
-using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::SizeIs;
 
 class Prediction : public LauncherTest {
   protected:
@@ -59,16 +55,14 @@ TEST_F(Prediction, NamesAreReadAsItSays) {
         char const* value;
         char const* read_as;
         std::vector<std::string> kinds;
-    } const cases[] = {
-        {"7", "7", {"name-type"}},
-        {"1.5", "1.5", {"name-type"}},
-        {"-0", "0", {"name-type"}},
-        {"1e3", "1000.0", {"name-type"}},
-        {"true", "true", {"name-type"}},
-        {"null", "", {"name-type", "empty-name"}},
-        {R"("cut\u0000off")", "cut", {"zero-character"}},
-        {R"("caf\u00e9")", "caf\xC3\xA9", {}},
-    };
+    } const cases[] = {{"7", "7", {"name-type"}},
+                       {"1.5", "1.5", {"name-type"}},
+                       {"-0", "0", {"name-type"}},
+                       {"1e3", "1000.0", {"name-type"}},
+                       {"true", "true", {"name-type"}},
+                       {"null", "", {"name-type", "empty-name"}},
+                       {R"("cut\u0000off")", "cut", {"zero-character"}},
+                       {R"("caf\u00e9")", "caf\xC3\xA9", {}}};
     std::vector<std::string> items;
     for (auto const& [value, read_as, kinds] : cases) {
         items.push_back(Probe(value, R"("argc": 0)"));
@@ -80,8 +74,8 @@ TEST_F(Prediction, NamesAreReadAsItSays) {
     Start(ListText(items));
     WaitForStarts(items.size());
     for (auto const& [value, read_as, kinds] : cases) {
-        EXPECT_THAT(Messages("DEBUG"),
-                    Contains("[LAUNCHER  ] Start to fork " + std::string(read_as)));
+        EXPECT_THAT(Messages("DEBUG"), testing::Contains("[LAUNCHER  ] Start to fork " +
+                                                         std::string(read_as)));
     }
 }
 
@@ -128,8 +122,7 @@ TEST_F(Prediction, ArgumentsArriveAsItSays) {
          R"("false")",
          {"false"}},
         {R"("argc": 1, "args": {"0": null})", {"argument-type"}, R"("")", {""}},
-        {R"("argc": 1, "args": {"0": "a\u0000b"})", {"zero-character"}, R"("a")", {"a"}},
-    };
+        {R"("argc": 1, "args": {"0": "a\u0000b"})", {"zero-character"}, R"("a")", {"a"}}};
     std::vector<std::string> items;
     for (auto const& [members, kinds, message, arguments] : cases) {
         items.push_back(Probe("\"" + std::to_string(items.size()) + "\"", members));
@@ -165,19 +158,17 @@ TEST_F(Prediction, ChildrenEndAbnormallyAsPredicted) {
     struct {
         char const* members;
         char const* kind;
-    } const cases[] = {
-        {R"("argc": "2")", "argc-type"},
-        {R"("argc": [])", "argc-type"},
-        {R"("argc": {})", "argc-type"},
-        {R"("argc": 1e30)", "argc-type"},
-        {R"("argc": 9223372036854775808)", "argc-type"},
-        {R"("argc": 1048576)", "argc-too-large"},
-        {R"("argc": 1, "args": ["x"])", "args-type"},
-        {R"("argc": 1, "args": "x")", "args-type"},
-        {R"("argc": 1, "args": false)", "args-type"},
-        {R"("argc": 1, "args": {"0": ["x"]})", "argument-type"},
-        {R"("argc": 1, "args": {"0": {}})", "argument-type"},
-    };
+    } const cases[] = {{R"("argc": "2")", "argc-type"},
+                       {R"("argc": [])", "argc-type"},
+                       {R"("argc": {})", "argc-type"},
+                       {R"("argc": 1e30)", "argc-type"},
+                       {R"("argc": 9223372036854775808)", "argc-type"},
+                       {R"("argc": 1048576)", "argc-too-large"},
+                       {R"("argc": 1, "args": ["x"])", "args-type"},
+                       {R"("argc": 1, "args": "x")", "args-type"},
+                       {R"("argc": 1, "args": false)", "args-type"},
+                       {R"("argc": 1, "args": {"0": ["x"]})", "argument-type"},
+                       {R"("argc": 1, "args": {"0": {}})", "argument-type"}};
     std::vector<std::string> items;
     for (auto const& [members, kind] : cases) {
         items.push_back(Probe("\"item" + std::to_string(items.size()) + "\"", members));
@@ -191,7 +182,7 @@ TEST_F(Prediction, ChildrenEndAbnormallyAsPredicted) {
         })) << items[i];
     }
     EXPECT_THAT(Messages("ERROR"), testing::Each(testing::EndsWith("status = 6")));
-    EXPECT_THAT(Starts(), IsEmpty());
+    EXPECT_THAT(Starts(), testing::IsEmpty());
 }
 
 TEST_F(Prediction, AnEmptyProgramIsForkedForNothingAsPredicted) {
@@ -212,20 +203,18 @@ TEST_F(Prediction, TheLauncherEndsWithZeroAsPredicted) {
     struct {
         std::string list;
         char const* kind;
-    } const cases[] = {
-        {"{", "not-json"},
-        {"\xEF\xBB\xBF{}", "not-json"},
-        {R"({"0": {},})", "not-json"},
-        {"[]", "not-an-object"},
-        {"\"0\"", "not-an-object"},
-        {"7", "not-an-object"},
-        {std::string(1001, '[') + std::string(1001, ']'), "too-deep"},
-        {R"({"0": "a"})", "item-type"},
-        {R"({"0": []})", "item-type"},
-        {R"({"0": 0})", "item-type"},
-        {R"({"0": {"name": [], "program": "/bin/sh"}})", "name-type"},
-        {R"({"0": {"name": {}, "program": "/bin/sh"}})", "name-type"},
-    };
+    } const cases[] = {{"{", "not-json"},
+                       {"\xEF\xBB\xBF{}", "not-json"},
+                       {R"({"0": {},})", "not-json"},
+                       {"[]", "not-an-object"},
+                       {"\"0\"", "not-an-object"},
+                       {"7", "not-an-object"},
+                       {std::string(1001, '[') + std::string(1001, ']'), "too-deep"},
+                       {R"({"0": "a"})", "item-type"},
+                       {R"({"0": []})", "item-type"},
+                       {R"({"0": 0})", "item-type"},
+                       {R"({"0": {"name": [], "program": "/bin/sh"}})", "name-type"},
+                       {R"({"0": {"name": {}, "program": "/bin/sh"}})", "name-type"}};
     for (auto const& [list, kind] : cases) {
         EXPECT_THAT(Check(list, {kind}), ElementsAre(HasSubstr("exit code 0")));
         EXPECT_EQ(programs, 0U);
@@ -234,9 +223,9 @@ TEST_F(Prediction, TheLauncherEndsWithZeroAsPredicted) {
     }
     EXPECT_THAT(
         Messages("ERROR"),
-        testing::AllOf(SizeIs(std::size(cases)),
-                       testing::Each("[LAUNCHER  ] Error while parsing saved json "
-                                     "string.")));
+        testing::AllOf(
+            testing::SizeIs(std::size(cases)),
+            testing::Each("[LAUNCHER  ] Error while parsing saved json string.")));
 }
 
 TEST_F(Prediction, TheLauncherEndsAbnormallyAsPredicted) {
@@ -279,8 +268,7 @@ TEST_F(Prediction, WhatIsIgnoredIsIgnored) {
         {"{\"0\": " + kept + "}" + std::string(1, '\0') + lost, "zero-byte"},
         {"{\"0\": " + kept + ", \"2\": " + lost + "}", "unreached"},
         {"{\"0\": " + kept + ", \"01\": " + lost + "}", "key-number"},
-        {"{\"0\": " + kept + ", \"one\": " + lost + "}", "unknown-key"},
-    };
+        {"{\"0\": " + kept + ", \"one\": " + lost + "}", "unknown-key"}};
     std::size_t started = 0;
     for (auto const& [list, kind] : cases) {
         Check(list, {kind});

@@ -127,12 +127,10 @@ TEST_F(ProgramCheckTest, AProgramForThisMachineThatIsRefusedIsDamaged) {
         std::size_t place;
         char value;
         char const* what;
-    } const cases[] = {
-        {4, 3, "an ELF file for "},
-        {16, 1, "an object file"},
-        {16, 4, "a core file"},
-        {18, 8, "an ELF file for processor 8"},
-    };
+    } const cases[] = {{4, 3, "an ELF file for "},
+                       {16, 1, "an object file"},
+                       {16, 4, "a core file"},
+                       {18, 8, "an ELF file for processor 8"}};
     for (auto const& [place, value, what] : cases) {
         std::string changed = whole.substr(0, 300);
         changed[place] = value;

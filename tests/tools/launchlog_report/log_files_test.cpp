@@ -10,7 +10,6 @@ namespace launchlog_report {
 namespace {
 
 using testing::ElementsAre;
-using testing::ElementsAreArray;
 using testing::IsEmpty;
 
 class LogFiles : public testing::Test {
@@ -98,7 +97,7 @@ TEST_F(LogFiles, FindsTheLogsOfEveryProduct) {
         expected.push_back(directory.Path() / "Library/Logs" / product /
                            "voplog/launcher.log");
     }
-    EXPECT_THAT(FindLogs(directory.Path()), ElementsAreArray(expected));
+    EXPECT_THAT(FindLogs(directory.Path()), testing::ElementsAreArray(expected));
     EXPECT_THAT(FindLogs("/nonexistent"), IsEmpty());
 }
 

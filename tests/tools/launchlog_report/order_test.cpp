@@ -2,8 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
-
 namespace launchlog_report {
 namespace {
 
@@ -30,28 +28,28 @@ std::vector<std::string> Sorted(std::vector<Row> rows, std::string const& key) {
 }
 
 TEST(NaturallyLess, OrdersAsPeopleCount) {
-    std::vector<std::string> const ordered = {"",
-                                              "01",
-                                              "1",
-                                              "1a",
-                                              "2",
-                                              "10",
-                                              "A",
-                                              "a",
-                                              "a 2",
-                                              "a 10",
-                                              "a1b2",
-                                              "a1b10",
-                                              "a2",
-                                              "item02",
-                                              "item2",
-                                              "item10",
-                                              "item10a",
-                                              "item99999999999999999999998",
-                                              "item99999999999999999999999",
-                                              "\xC3\xA9"};
-    for (std::size_t i = 0; i < ordered.size(); ++i) {
-        for (std::size_t j = 0; j < ordered.size(); ++j) {
+    std::string const ordered[] = {"",
+                                   "01",
+                                   "1",
+                                   "1a",
+                                   "2",
+                                   "10",
+                                   "A",
+                                   "a",
+                                   "a 2",
+                                   "a 10",
+                                   "a1b2",
+                                   "a1b10",
+                                   "a2",
+                                   "item02",
+                                   "item2",
+                                   "item10",
+                                   "item10a",
+                                   "item99999999999999999999998",
+                                   "item99999999999999999999999",
+                                   "\xC3\xA9"};
+    for (std::size_t i = 0; i < std::size(ordered); ++i) {
+        for (std::size_t j = 0; j < std::size(ordered); ++j) {
             EXPECT_EQ(NaturallyLess(ordered[i], ordered[j]), i < j)
                 << ordered[i] << " " << ordered[j];
         }

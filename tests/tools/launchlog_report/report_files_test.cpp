@@ -10,7 +10,6 @@
 namespace launchlog_report {
 namespace {
 
-using testing::AllOf;
 using testing::HasSubstr;
 
 TEST_F(LaunchlogReport, AFileWithoutALogLineIsAnError) {
@@ -155,11 +154,12 @@ TEST_F(LaunchlogReport, ReportsWhatItCanReadAndNamesTheRest) {
     EXPECT_EQ(run.end, "exit 1");
     EXPECT_THAT(
         run.errors,
-        AllOf(HasSubstr("launchlog-report: " + directory.Path().string() +
-                        "/missing.log: No such file or directory\n"),
-              HasSubstr("launchlog-report: " + log + ".1.gz: \"gzip -dc\" failed\n"),
-              HasSubstr("launchlog-report: " + directory.Path().string() +
-                        ": Is a directory\n")));
+        testing::AllOf(
+            HasSubstr("launchlog-report: " + directory.Path().string() +
+                      "/missing.log: No such file or directory\n"),
+            HasSubstr("launchlog-report: " + log + ".1.gz: \"gzip -dc\" failed\n"),
+            HasSubstr("launchlog-report: " + directory.Path().string() +
+                      ": Is a directory\n")));
     EXPECT_THAT(run.output, HasSubstr("  a "));
 }
 

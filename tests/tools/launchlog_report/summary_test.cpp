@@ -5,8 +5,6 @@
 namespace launchlog_report {
 namespace {
 
-using testing::ElementsAre;
-
 constexpr Time kNoon = 1795262400000;
 constexpr Time kSecond = 1000;
 
@@ -59,7 +57,7 @@ TEST(Summary, ItemsAreOrderedByName) {
          RowsOf({End("b", 0, kNoon), End("a", 0, kNoon), End("b", 0, kNoon)})) {
         names.push_back(row.name);
     }
-    EXPECT_THAT(names, ElementsAre("a", "b"));
+    EXPECT_THAT(names, testing::ElementsAre("a", "b"));
 }
 
 TEST(Summary, TellsTheFirstEndTheLastAndItsStatus) {

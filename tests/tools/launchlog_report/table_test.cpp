@@ -43,12 +43,11 @@ std::vector<std::string> TableOf(Report const& report, Space const& space) {
 }
 
 TEST(Table, TakesTheRoomItNeedsIfThereIsNoLimit) {
-    EXPECT_EQ(
-        ToTable(ReportOf({Item("a")})),
-        "  NAME  RESTARTS  PER MINUTE  FIRST END             LAST END              LAST "
-        "STATUS\n"
-        "  a            1           1  2026-11-21T11:59:59Z  2026-11-21T12:00:00Z  exit "
-        "3\n");
+    EXPECT_EQ(ToTable(ReportOf({Item("a")})),
+              "  NAME  RESTARTS  PER MINUTE  FIRST END             LAST END              "
+              "LAST STATUS\n"
+              "  a            1           1  2026-11-21T11:59:59Z  2026-11-21T12:00:00Z  "
+              "exit 3\n");
     EXPECT_EQ(ToTable(ReportOf({})), "no program has ended\n");
 }
 
@@ -56,10 +55,9 @@ TEST(Table, TimesGetShorterAndColumnsAreLeftOutInANarrowSpace) {
     Report const report = ReportOf({Item("a")});
     EXPECT_THAT(
         TableOf(report, {84, {}}),
-        ElementsAre("  NAME  RESTARTS  PER MINUTE  FIRST END       LAST END        LAST "
-                    "STATUS",
-                    "  a            1           1  11-21 11:59:59  11-21 12:00:00  exit "
-                    "3"));
+        ElementsAre(
+            "  NAME  RESTARTS  PER MINUTE  FIRST END       LAST END        LAST STATUS",
+            "  a            1           1  11-21 11:59:59  11-21 12:00:00  exit 3"));
     EXPECT_THAT(TableOf(report, {60, {}}),
                 ElementsAre("  NAME  RESTARTS  /MIN  FIRST     LAST      STATUS",
                             "  a            1     1  11:59:59  12:00:00  exit 3"));
@@ -185,12 +183,12 @@ TEST(Table, TellsWhatLaunchersSaidAboutThemselves) {
                         {"183", kNoon, kNoon + 1000, 0, true}};
     EXPECT_THAT(
         TableOf(report, {}),
-        ElementsAre("no program has ended",
-                    "launcher 181: There is an item has no name. 2026-11-21T12:00:00Z",
-                    "a launcher: There is an item has no name. (2 times) "
-                    "Error while parsing saved json string.",
-                    "launcher 183: Error while parsing saved json string. "
-                    "2026-11-21T12:00:01Z"));
+        ElementsAre(
+            "no program has ended",
+            "launcher 181: There is an item has no name. 2026-11-21T12:00:00Z",
+            "a launcher: There is an item has no name. (2 times) Error while parsing "
+            "saved json string.",
+            "launcher 183: Error while parsing saved json string. 2026-11-21T12:00:01Z"));
     report.launchers.assign(8, {"7", {}, {}, 0, true});
     EXPECT_EQ(TableOf(report, {}).size(), 7U);
     EXPECT_EQ(TableOf(report, {}).back(), "and 3 more launchers before");

@@ -15,8 +15,6 @@
 
 namespace {
 
-using testing::Contains;
-using testing::HasSubstr;
 using testing::StartsWith;
 
 // A screen that clears, wraps and scrolls as a terminal does. Its texts are in ASCII,
@@ -210,15 +208,14 @@ TEST_F(LaunchlogReportOnATerminal, FollowingKeepsTheTitleAndTheMarkedItemsOnTheS
          "! item11        12          12  2026-11-21T11:59:30Z  2026-11-21T11:59:30Z  "
          "exit 1",
          "! more than"},
-        {20, 4, 3, "  NAME    STATUS", "! item11  exit 1", "  and 19 more items"},
-    };
+        {20, 4, 3, "  NAME    STATUS", "! item11  exit 1", "  and 19 more items"}};
     for (auto const& size : cases) {
         Resize(size.columns, size.lines);
         Start({"--follow"});
         EXPECT_TRUE(WaitForLines(size.shown, size.last)) << size.columns;
         std::vector<std::string> const lines = screen->Shown();
         EXPECT_THAT(lines.at(0), StartsWith(size.title));
-        EXPECT_THAT(lines, Contains(StartsWith(size.marked)));
+        EXPECT_THAT(lines, testing::Contains(StartsWith(size.marked)));
         tool->Signal(SIGINT);
         EXPECT_EQ(tool->WaitForEnd(), "exit 0");
     }
@@ -274,7 +271,8 @@ TEST_F(LaunchlogReportOnATerminal, CharactersHaveTheirWidths) {
     Resize(30, 24);
     Start({});
     EXPECT_TRUE(WaitForLines(2, "  \xE4\xB8\xAD"));
-    EXPECT_THAT(screen->Shown().at(1), HasSubstr(wide + wide + wide + "\xE2\x80\xA6 "));
+    EXPECT_THAT(screen->Shown().at(1),
+                testing::HasSubstr(wide + wide + wide + "\xE2\x80\xA6 "));
 }
 
 }  // namespace
