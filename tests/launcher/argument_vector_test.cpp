@@ -9,7 +9,6 @@
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 // Returns the vector up to its null, for the program "/bin/p" of an item.
 std::vector<std::string> ArgumentsOf(char const* item_text) {
@@ -37,8 +36,8 @@ TEST(ArgumentVector, AMissingArgumentIsEmpty) {
 }
 
 TEST(ArgumentVector, IsEmptyIfArgcIsNegative) {
-    EXPECT_THAT(ArgumentsOf(R"({"argc": -1})"), IsEmpty());
-    EXPECT_THAT(ArgumentsOf(R"({"argc": -2147483648})"), IsEmpty());
+    EXPECT_THAT(ArgumentsOf(R"({"argc": -1})"), testing::IsEmpty());
+    EXPECT_THAT(ArgumentsOf(R"({"argc": -2147483648})"), testing::IsEmpty());
 }
 
 TEST(ArgumentVector, HasRoomForAMillionEntries) {

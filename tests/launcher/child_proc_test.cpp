@@ -24,7 +24,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::SizeIs;
 
 class ChildProcTest : public testing::Test {
   protected:
@@ -229,7 +228,7 @@ TEST_F(ChildProcTest, DestructionBeforeTheFirstForkKillsTheProcessGroup) {
     log.Unblock();
     destroyed.wait();
     // The pass that had begun was finished, and was the last.
-    EXPECT_THAT(StartsIn(directory.Path()), SizeIs(1));
+    EXPECT_THAT(StartsIn(directory.Path()), testing::SizeIs(1));
     EXPECT_EQ(log.Lines().size(), 2U);
 }
 
@@ -252,7 +251,7 @@ TEST_F(ChildProcTest, AfterAStopTheProgramIsNotStartedAgain) {
         child.Stop();
         WaitForEnd();
     }
-    EXPECT_THAT(StartsIn(directory.Path()), SizeIs(1));
+    EXPECT_THAT(StartsIn(directory.Path()), testing::SizeIs(1));
     EXPECT_EQ(log.Lines().size(), 2U);
 }
 

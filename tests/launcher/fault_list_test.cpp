@@ -18,7 +18,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::SizeIs;
 
 class FaultList : public LauncherTest {
   protected:
@@ -70,7 +69,7 @@ TEST_F(FaultList, AFifoIsWaitedForAndReadUntilItsWriterCloses) {
     close(writer);
     WaitForStarts(1);
     EXPECT_EQ(Stop(), "exit 1");
-    EXPECT_THAT(Starts(), SizeIs(1));
+    EXPECT_THAT(Starts(), testing::SizeIs(1));
 }
 
 // ThreadSanitizer installs handlers that interrupt system calls for good.
@@ -176,7 +175,7 @@ TEST_F(FaultList, OfTwoMembersWithTheSameKeyTheLaterOneCounts) {
     pid_t const program = WaitForStarts(1, "later")[0].pid;
     EXPECT_EQ(Stop(), "exit 1");
     EXPECT_TRUE(IsGone(program));
-    EXPECT_THAT(Starts(), SizeIs(1));
+    EXPECT_THAT(Starts(), testing::SizeIs(1));
     EXPECT_THAT(Messages("DEBUG"), ElementsAre("[LAUNCHER  ] Start to fork later name"));
 }
 

@@ -15,7 +15,6 @@
 namespace {
 
 using testing::AnyOf;
-using testing::Each;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::IsEmpty;
@@ -156,7 +155,7 @@ TEST_F(FaultProgram, OneThatForksAndLeavesIsStartedAgainAndItsCopiesOutliveTheSt
     }
     EXPECT_GE(CountInLog(", status = 768"), 3U);
     EXPECT_THAT(Messages("ERROR"),
-                Each(AnyOf(EndsWith(", status = 768"), Killed("a", last, 9))));
+                testing::Each(AnyOf(EndsWith(", status = 768"), Killed("a", last, 9))));
 }
 
 using FaultSignal = LauncherTest;
@@ -243,8 +242,8 @@ TEST_F(FaultSignal, SigtermToTheGroupOfSeveralProgramsMayWaitForOneThatIsStarted
     EXPECT_THAT(RunningPrograms(), IsEmpty());
     EXPECT_THAT(Messages("ERROR"), SizeIs(Messages("DEBUG").size()));
     EXPECT_THAT(Messages("ERROR"),
-                Each(AnyOf(EndsWith(", status = 15"), EndsWith(", status = 9"),
-                           EndsWith(", status = 0"))));
+                testing::Each(AnyOf(EndsWith(", status = 15"), EndsWith(", status = 9"),
+                                    EndsWith(", status = 0"))));
 }
 
 }  // namespace

@@ -25,9 +25,7 @@ namespace {
 
 using testing::ElementsAre;
 using testing::EndsWith;
-using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::SizeIs;
 
 using FaultNoTask = LimitedLauncherTest;
 
@@ -52,7 +50,7 @@ TEST_F(FaultNoTask, WithoutAProcessForOneItemTheOthersRunOnUntilTheStopKillsAll)
         WaitForStarts(2, start.arguments[2]);
     }
     std::vector<pid_t> const others = LinksAndPrograms();
-    EXPECT_THAT(others, SizeIs(2));
+    EXPECT_THAT(others, testing::SizeIs(2));
     EXPECT_EQ(CountInLog("Start to fork " + *failed), 1U);
 
     ASSERT_TRUE(WaitUntilMainWaits());
@@ -90,7 +88,7 @@ TEST_F(FaultNoTask, WithoutAThreadItSaysItsLineStopsWhatItStartedAndEndsWithZero
         ElementsAre(EndsWith("[LAUNCHER  ] There is an item has no name."),
                     EndsWith("[LAUNCHER  ] Error while parsing saved json string."),
                     EndsWith(Killed("a", program, 9))));
-    EXPECT_THAT(Starts(), SizeIs(1));
+    EXPECT_THAT(Starts(), testing::SizeIs(1));
     EXPECT_THAT(system_log.Received(), IsEmpty());
 }
 
@@ -159,7 +157,7 @@ TEST_F(FaultNoDescriptor, AfterTheListIsOpenItFindsNeitherItsConfigurationNorIts
     EXPECT_EQ(Stop(), "exit 1");
     std::string const log = ReadFile(logs / "voplog/launcher.log");
     EXPECT_THAT(log, EndsWith(Killed("a", program, 9) + "\n"));
-    EXPECT_THAT(Lines(log), testing::Each(HasSubstr(" ERROR ")));
+    EXPECT_THAT(Lines(log), testing::Each(testing::HasSubstr(" ERROR ")));
     EXPECT_FALSE(std::filesystem::exists(home / "Library/Logs"));
     EXPECT_THAT(system_log.Received(), IsEmpty());
 }
@@ -201,7 +199,7 @@ class FaultNoLog : public LauncherTest {
         LetRest();
         EXPECT_EQ(Stop(), "exit 1");
         EXPECT_THAT(RunningPrograms(), IsEmpty());
-        EXPECT_THAT(Log().back(), HasSubstr(" is killed. ret = "));
+        EXPECT_THAT(Log().back(), testing::HasSubstr(" is killed. ret = "));
         EXPECT_THAT(system_log.Received(), IsEmpty());
     }
 

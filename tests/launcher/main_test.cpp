@@ -25,7 +25,6 @@ int launcher_main(int argc, char** argv);
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 using testing::MatchesRegex;
 
 class ReadDataTest : public testing::Test {
@@ -38,7 +37,7 @@ class ReadDataTest : public testing::Test {
         WriteFile(file, content);
         std::string text = "before";
         EXPECT_TRUE(ReadData(file, text));
-        EXPECT_THAT(log.Lines(), IsEmpty());
+        EXPECT_THAT(log.Lines(), testing::IsEmpty());
         return text;
     }
 
@@ -174,7 +173,7 @@ TEST_F(MainTest, EndsAtTheFirstWakeUpOfAnyKind) {
         return 10 * result + static_cast<int>(programs);
     });
     EXPECT_EQ(process.WaitForEnd(), "exit 11");
-    EXPECT_THAT(RunningPrograms(), IsEmpty());
+    EXPECT_THAT(RunningPrograms(), testing::IsEmpty());
 }
 
 TEST(InitDaemon, ClosesTheStandardStreamsAndInstallsTheHandler) {

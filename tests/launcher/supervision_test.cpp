@@ -18,10 +18,8 @@
 
 namespace {
 
-using testing::Contains;
 using testing::Each;
 using testing::ElementsAre;
-using testing::IsEmpty;
 using testing::SizeIs;
 
 using LauncherSupervision = LauncherTest;
@@ -44,7 +42,7 @@ TEST_F(LauncherSupervision, LogsTheRawWaitStatusOfEveryKindOfEnd) {
     } const ends[] = {{"zero", 0}, {"three", 3 * 256}, {"segv", 11}, {"steady", 9}};
     for (auto const& [name, status] : ends) {
         pid_t const first = WaitForStarts(2, name)[0].pid;
-        EXPECT_THAT(Messages("ERROR"), Contains(Killed(name, first, status)));
+        EXPECT_THAT(Messages("ERROR"), testing::Contains(Killed(name, first, status)));
     }
 }
 
@@ -215,7 +213,7 @@ TEST_F(LauncherChain, AProgramThatCannotBeExecutedMakesAChainOfWaitingProcesses)
         Messages("DEBUG"),
         testing::AllOf(SizeIs(testing::Ge(5U)), Each("[LAUNCHER  ] Start to fork none")));
     EXPECT_EQ(CountInLog("DEBUG " + std::to_string(launcher->Pid()) + " "), 1U);
-    EXPECT_THAT(Messages("ERROR"), IsEmpty());
+    EXPECT_THAT(Messages("ERROR"), testing::IsEmpty());
 }
 
 TEST_F(LauncherChain, AStopKillsOnlyTheFirstLink) {
@@ -226,7 +224,7 @@ TEST_F(LauncherChain, AStopKillsOnlyTheFirstLink) {
     EXPECT_TRUE(IsGone(links[0]));
     EXPECT_FALSE(IsGone(links[1]));
     EXPECT_FALSE(IsGone(links[2]));
-    EXPECT_THAT(Messages("ERROR"), Contains(Killed("none", links[0], 9)));
+    EXPECT_THAT(Messages("ERROR"), testing::Contains(Killed("none", links[0], 9)));
 }
 
 TEST_F(LauncherChain, AtItsProcessLimitAChainShrinksAndHarmsNobody) {
@@ -249,7 +247,7 @@ TEST_F(LauncherChain, TheSearchPathIsNotUsed) {
     setenv("PATH", directory.Path().c_str(), 1);
     StartLimited(ListText({R"({"name": "a", "program": "program_on_path"})"}), 40);
     EXPECT_TRUE(WaitFor([this] { return LinksAndPrograms().size() >= 3; }));
-    EXPECT_THAT(Starts(), IsEmpty());
+    EXPECT_THAT(Starts(), testing::IsEmpty());
 }
 
 TEST_F(LauncherChain, AFailedForkEndsTheSupervisionOfThatItem) {

@@ -24,8 +24,6 @@
 
 namespace {
 
-using testing::ElementsAre;
-
 constexpr int kThreads = 8;
 constexpr int kProcesses = 8;
 constexpr int kLinesEach = 10000 / (kThreads + kProcesses);
@@ -317,7 +315,7 @@ TEST(LogProcesses, AProcessCanLogInAnExitHandler) {
     int status = -1;
     ASSERT_EQ(waitpid(child, &status, 0), child);
     EXPECT_EQ(status, 0);
-    EXPECT_THAT(ReadMessages(directory.File()), ElementsAre("at exit"));
+    EXPECT_THAT(ReadMessages(directory.File()), testing::ElementsAre("at exit"));
 }
 
 // Returns the names in the last column of the output of `nm`.
@@ -333,8 +331,9 @@ std::vector<std::string> Symbols(std::string const& nm) {
 }
 
 TEST(Liblogger, ShowsItsTwoFunctionsAndNothingElse) {
-    EXPECT_THAT(Symbols(NM_DEFINED), ElementsAre(testing::MatchesRegex("_?GetLogger"),
-                                                 testing::MatchesRegex("_?InitLogger")));
+    EXPECT_THAT(Symbols(NM_DEFINED),
+                testing::ElementsAre(testing::MatchesRegex("_?GetLogger"),
+                                     testing::MatchesRegex("_?InitLogger")));
 }
 
 }  // namespace

@@ -27,7 +27,6 @@
 namespace {
 
 using testing::ElementsAre;
-using testing::SizeIs;
 
 ILog* Untouched() {
     static std::array<std::byte, 64> somewhere = {};
@@ -215,7 +214,7 @@ TEST_F(OpenLog, MessagesArriveWholeWhateverTheirLength) {
         __LOG__A(log, LOGLEVEL_ERROR, "<%s>", message.c_str());
     }
     std::vector<std::string> const found = ReadMessages(directory.File());
-    ASSERT_THAT(found, SizeIs(messages.size()));
+    ASSERT_THAT(found, testing::SizeIs(messages.size()));
     for (std::size_t i = 0; i < messages.size(); ++i) {
         EXPECT_TRUE(found[i] == "<" + messages[i] + ">") << messages[i].size();
     }
@@ -226,7 +225,7 @@ TEST_F(OpenLog, AnEscapedByteAtTheEndOfAMessageArrivesWhateverItsLength) {
         __LOG__A(log, LOGLEVEL_ERROR, "%s\n", std::string(length, 'm').c_str());
     }
     std::vector<std::string> const found = ReadMessages(directory.File());
-    ASSERT_THAT(found, SizeIs(601));
+    ASSERT_THAT(found, testing::SizeIs(601));
     for (std::size_t length = 0; length <= 600; ++length) {
         EXPECT_TRUE(found[length] == std::string(length, 'm') + "\\x0A") << length;
     }

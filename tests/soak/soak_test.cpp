@@ -21,7 +21,6 @@ namespace {
 
 using std::chrono::seconds;
 using testing::IsEmpty;
-using testing::SizeIs;
 
 int constexpr kQuickItems = 100;
 int constexpr kSteadyItems = 20;
@@ -170,7 +169,7 @@ TEST_F(Soak, QuickAndSteadyItemsLeakNothingAndAreAllLogged) {
     LauncherLog const log = ReadLauncherLog(log_file, launcher->Pid());
     EXPECT_THAT(log.not_understood, IsEmpty());
     auto const started = StartedPids(starts_file);
-    EXPECT_THAT(log.items, SizeIs(kItems));
+    EXPECT_THAT(log.items, testing::SizeIs(kItems));
     std::size_t passes = 0;
     auto least = static_cast<std::size_t>(-1);
     std::size_t restarts_of_steady = 0;
@@ -214,7 +213,7 @@ TEST_F(Soak, StartsAndStopsLeaveNoProcess) {
         EXPECT_EQ(AllProcesses(), before);
         LauncherLog const log = ReadLauncherLog(log_file, launcher->Pid());
         EXPECT_THAT(log.not_understood, IsEmpty());
-        EXPECT_THAT(log.items, SizeIs(3));
+        EXPECT_THAT(log.items, testing::SizeIs(3));
         for (auto const& [name, item] : log.items) {
             EXPECT_EQ(item.ended, StartedPids(starts_file).at(name));
             EXPECT_THAT(item.statuses, testing::ElementsAre(SIGKILL));

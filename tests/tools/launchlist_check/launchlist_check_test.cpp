@@ -6,7 +6,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include <memory>
+#include <sstream>
 
 #include "harness/files.h"
 #include "harness/process.h"
@@ -32,12 +32,7 @@ class LaunchlistCheck : public testing::Test {
 
     static Json::Value Parse(std::string const& text) {
         Json::Value value;
-        std::string errors;
-        std::unique_ptr<Json::CharReader> const reader(
-            Json::CharReaderBuilder().newCharReader());
-        EXPECT_TRUE(
-            reader->parse(text.data(), text.data() + text.size(), &value, &errors))
-            << errors;
+        std::istringstream(text) >> value;
         return value;
     }
 

@@ -36,41 +36,40 @@ class ListFile : public testing::Test {
     TempDirectory const directory;
 };
 
-std::string const kOneError = "list.json: 1 error\n";
+// Returns what is printed if this is the only error.
+std::string Error(std::string const& text) {
+    return "list.json:1:1: error: " + text + "\nlist.json: 1 error\n";
+}
 
 TEST_F(ListFile, ThatCannotBeOpenedOrRead) {
     EXPECT_EQ(Check(directory.Path() / "missing"),
-              "list.json:1:1: error: this cannot be opened: No such file or directory: "
-              "the launcher ends without a word, with exit code 0 [unreadable]\n" +
-                  kOneError);
+              Error("this cannot be opened: No such file or directory: the launcher ends "
+                    "without a word, with exit code 0 [unreadable]"));
     EXPECT_EQ(Check(directory.Path()),
-              "list.json:1:1: error: this is a directory: the launcher reads it for "
-              "ever, in a busy loop that only SIGKILL ends [directory]\n" +
-                  kOneError);
+              Error("this is a directory: the launcher reads it for ever, in a busy loop "
+                    "that only SIGKILL ends [directory]"));
     EXPECT_EQ(Check(directory.Write("list", ItemWith(""))), kOk);
 }
 
 TEST_F(ListFile, ThatNeverEnds) {
-    std::string const device =
-        "list.json:1:1: error: this device seems to have no end: the launcher reads it "
-        "until the memory runs out [device]\n" +
-        kOneError;
+    std::string const device = Error(
+        "this device seems to have no end: the launcher reads it until the memory runs "
+        "out [device]");
     EXPECT_EQ(Check("/dev/zero"), device);
     EXPECT_EQ(Check("/dev/urandom"), device);
-    EXPECT_EQ(Check("/dev/null"),
-              "list.json:1:1: error: this is empty: the launcher ends without a word, "
-              "with exit code 0 [empty]\n" +
-                  kOneError);
+    EXPECT_EQ(
+        Check("/dev/null"),
+        Error(
+            "this is empty: the launcher ends without a word, with exit code 0 [empty]"));
 }
 
 TEST_F(ListFile, ATerminalAtWhichNobodyTypesKeepsTheLauncherWaiting) {
     int const terminal = posix_openpt(O_RDWR | O_NOCTTY);
     grantpt(terminal);
     unlockpt(terminal);
-    EXPECT_EQ(Check(ptsname(terminal)),
-              "list.json:1:1: error: nothing comes from this device: the launcher waits "
-              "for it [device]\n" +
-                  kOneError);
+    EXPECT_EQ(
+        Check(ptsname(terminal)),
+        Error("nothing comes from this device: the launcher waits for it [device]"));
     close(terminal);
 }
 
@@ -85,10 +84,9 @@ TEST_F(ListFile, MayHaveTheNumberOfTheStandardInput) {
 
 TEST_F(ListFile, ThatIsLongerThanAnyListIsNotRead) {
     std::string const path = directory.Write("long", "");
-    std::string const too_large =
-        "list.json:1:1: error: this is longer than 64 MiB, too long for a launch list: "
-        "it is not checked [too-large]\n" +
-        kOneError;
+    std::string const too_large = Error(
+        "this is longer than 64 MiB, too long for a launch list: it is not checked "
+        "[too-large]");
     std::filesystem::resize_file(path, 64 * 1024 * 1024 + 1);
     EXPECT_EQ(Check(path), too_large);
     std::filesystem::resize_file(path, 1UL << 40U);
@@ -98,10 +96,8 @@ TEST_F(ListFile, ThatIsLongerThanAnyListIsNotRead) {
 }
 
 TEST_F(ListFile, ThatIsANamedPipeWithoutAWriter) {
-    EXPECT_EQ(Check(Pipe()),
-              "list.json:1:1: error: this is a named pipe that nobody writes to: the "
-              "launcher waits for a writer [named-pipe]\n" +
-                  kOneError);
+    EXPECT_EQ(Check(Pipe()), Error("this is a named pipe that nobody writes to: the "
+                                   "launcher waits for a writer [named-pipe]"));
 }
 
 TEST_F(ListFile, ThatIsANamedPipeIsReadToTheEnd) {

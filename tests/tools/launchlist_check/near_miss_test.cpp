@@ -44,13 +44,9 @@ TEST(NearMiss, KnowsTheWordsOfOtherSupervisors) {
 }
 
 TEST(NearMiss, FindsNothingForShortWordsAndFarOnes) {
-    EXPECT_EQ(Nearest("owner"), "");
-    EXPECT_EQ(Nearest("comment"), "");
-    EXPECT_EQ(Nearest("x"), "");
-    EXPECT_EQ(Nearest("na"), "");
-    EXPECT_EQ(Nearest("env"), "");
-    EXPECT_EQ(Nearest("grade"), "");
-    EXPECT_EQ(Nearest(""), "");
+    for (char const* const word : {"owner", "comment", "x", "na", "env", "grade", ""}) {
+        EXPECT_EQ(Nearest(word), "") << word;
+    }
     EXPECT_EQ(Nearest(std::string(100000, 'n')), "");
     EXPECT_EQ(NearMiss("name", {}), "");
 }

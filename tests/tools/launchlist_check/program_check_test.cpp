@@ -12,7 +12,6 @@
 namespace launchlist_check {
 namespace {
 
-using testing::HasSubstr;
 using testing::StartsWith;
 using End = ProgramVerdict::End;
 
@@ -121,7 +120,7 @@ TEST_F(ProgramCheckTest, AProgramForThisMachineThatIsRefusedIsDamaged) {
         EXPECT_EQ(verdict.end, End::Refused);
         EXPECT_THAT(verdict.reason,
                     StartsWith("Exec format error: it is an ELF file for "));
-        EXPECT_THAT(verdict.reason, HasSubstr(", but damaged or cut short"));
+        EXPECT_THAT(verdict.reason, testing::HasSubstr(", but damaged or cut short"));
     }
     struct {
         std::size_t place;
@@ -137,7 +136,7 @@ TEST_F(ProgramCheckTest, AProgramForThisMachineThatIsRefusedIsDamaged) {
         WriteFile(program, changed);
         std::string const reason = ProgramCheck().Check(program, {program}).reason;
         EXPECT_THAT(reason, StartsWith("Exec format error: it is " + std::string(what)));
-        EXPECT_THAT(reason, testing::Not(HasSubstr("damaged")));
+        EXPECT_THAT(reason, testing::Not(testing::HasSubstr("damaged")));
     }
     WriteFile(program, whole.substr(0, 19));
     EXPECT_EQ(ProgramCheck().Check(program, {program}).reason,

@@ -14,8 +14,6 @@
 namespace launchlog_report {
 namespace {
 
-using testing::StartsWith;
-
 // Follows the log with the output in a file.
 class LaunchlogReportFollowing : public LaunchlogReport {
   protected:
@@ -299,12 +297,12 @@ TEST_F(LaunchlogReportFollowing, ATableSaysThatALogIsNotThereYet) {
     Append("new.log", Line("a", 256));
     Rename("new.log", "launcher.log");
     EXPECT_TRUE(WaitFor([this] { return Lines(ReadFile(output)).size() == 5; }));
-    EXPECT_THAT(Lines(ReadFile(output)).back(), StartsWith("  a "));
+    EXPECT_THAT(Lines(ReadFile(output)).back(), testing::StartsWith("  a "));
     // After a rotation the file that was open is still followed.
     Rename("launcher.log", "launcher.log.0");
     Append("launcher.log.0", Line("a", 256));
     EXPECT_TRUE(WaitFor([this] { return Lines(ReadFile(output)).size() == 8; }));
-    EXPECT_THAT(Lines(ReadFile(output)).back(), StartsWith("  a "));
+    EXPECT_THAT(Lines(ReadFile(output)).back(), testing::StartsWith("  a "));
     tool->Signal(SIGINT);
     EXPECT_EQ(tool->WaitForEnd(), "exit 0");
 }
