@@ -10,8 +10,8 @@
 
 #include "harness/files.h"
 #include "harness/process.h"
+#include "tests/support/run_program.h"
 #include "tests/support/sanitizers.h"
-#include "tests/tools/run_tool.h"
 
 namespace {
 
@@ -24,10 +24,10 @@ std::string const kWrong = R"({"0": {"program": "/bin/sh"}})";
 
 class LaunchlistCheck : public testing::Test {
   protected:
-    static ToolRun Run(std::vector<std::string> arguments,
-                       std::string const& input = "") {
+    static ProgramRun Run(std::vector<std::string> arguments,
+                          std::string const& input = "") {
         arguments.insert(arguments.begin(), LAUNCHLIST_CHECK);
-        return RunTool(arguments, input);
+        return RunProgram(arguments, input);
     }
 
     static Json::Value Parse(std::string const& text) {
@@ -43,7 +43,7 @@ class LaunchlistCheck : public testing::Test {
 };
 
 TEST_F(LaunchlistCheck, SaysOkOfARightListAndEndsWithZero) {
-    ToolRun const run = Run({right});
+    ProgramRun const run = Run({right});
     EXPECT_EQ(run.end, "exit 0");
     EXPECT_EQ(run.output, right + ": ok, 1 program\n");
     EXPECT_EQ(run.errors, "");
@@ -53,7 +53,7 @@ TEST_F(LaunchlistCheck, WarningsLeaveTheExitCodeZeroUnlessTheyAreStrict) {
     std::string const line = warned +
                              ":1:43: warning: item \"0\" (a): the member \"x\" means "
                              "nothing to the launcher [unknown-member]\n";
-    ToolRun run = Run({warned});
+    ProgramRun run = Run({warned});
     EXPECT_EQ(run.output, line + warned + ": ok, 1 program, 1 warning\n");
     EXPECT_EQ(run.end, "exit 0");
     run = Run({"--strict", warned});
@@ -63,7 +63,7 @@ TEST_F(LaunchlistCheck, WarningsLeaveTheExitCodeZeroUnlessTheyAreStrict) {
 }
 
 TEST_F(LaunchlistCheck, AnErrorGivesOne) {
-    ToolRun const run = Run({wrong});
+    ProgramRun const run = Run({wrong});
     EXPECT_EQ(run.output, wrong +
                               ":1:2: error: item \"0\": no \"name\": the launcher skips "
                               "the item [no-name]\n" +
@@ -72,7 +72,7 @@ TEST_F(LaunchlistCheck, AnErrorGivesOne) {
 }
 
 TEST_F(LaunchlistCheck, ChecksSeveralFilesInTheirOrder) {
-    ToolRun const run = Run({right, directory.Path() / "missing", right});
+    ProgramRun const run = Run({right, directory.Path() / "missing", right});
     EXPECT_EQ(
         run.output,
         right + ": ok, 1 program\n" + directory.Path().string() +
@@ -85,7 +85,7 @@ TEST_F(LaunchlistCheck, ChecksSeveralFilesInTheirOrder) {
 
 TEST_F(LaunchlistCheck, ADashIsTheStandardInput) {
     EXPECT_EQ(Run({"-"}, kRight).output, "<stdin>: ok, 1 program\n");
-    ToolRun const run = Run({"-"}, "{");
+    ProgramRun const run = Run({"-"}, "{");
     EXPECT_THAT(run.output, StartsWith("<stdin>:1:2: error: this is not JSON: "));
     EXPECT_EQ(run.end, "exit 1");
 }
@@ -107,7 +107,7 @@ TEST_F(LaunchlistCheck, BytesThatAreNotUtf8AreReplacedInJson) {
 }
 
 TEST_F(LaunchlistCheck, PrintsJsonForMachines) {
-    ToolRun const run = Run({"--json", right, wrong, "-"}, "{\n\"\xC3\xA9\xFF\": }");
+    ProgramRun const run = Run({"--json", right, wrong, "-"}, "{\n\"\xC3\xA9\xFF\": }");
     EXPECT_EQ(run.end, "exit 1");
     EXPECT_EQ(Lines(run.output).size(), 1U);
     Json::Value const files = Parse(run.output)["files"];
@@ -182,7 +182,7 @@ TEST_F(LaunchlistCheck, JsonCountsAndNames) {
 }
 
 TEST_F(LaunchlistCheck, AWrongCommandLineGivesTwo) {
-    ToolRun run = Run({});
+    ProgramRun run = Run({});
     EXPECT_EQ(run.end, "exit 2");
     EXPECT_EQ(run.output, "");
     EXPECT_EQ(run.errors,
@@ -195,7 +195,7 @@ TEST_F(LaunchlistCheck, AWrongCommandLineGivesTwo) {
 
 TEST_F(LaunchlistCheck, TellsItsUseAndItsVersion) {
     for (char const* const option : {"--help", "-h"}) {
-        ToolRun const run = Run({option});
+        ProgramRun const run = Run({option});
         EXPECT_EQ(run.end, "exit 0");
         EXPECT_THAT(run.output,
                     testing::AllOf(StartsWith("launchlist-check [--json] [--strict] "

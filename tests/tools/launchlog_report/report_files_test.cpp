@@ -15,7 +15,7 @@ using testing::HasSubstr;
 TEST_F(LaunchlogReport, AFileWithoutALogLineIsAnError) {
     Append("wrong.txt", "hello\n");
     std::string const wrong = directory.Path() / "wrong.txt";
-    ToolRun const run = Run({wrong});
+    ProgramRun const run = Run({wrong});
     EXPECT_EQ(run.output, "");
     EXPECT_EQ(run.errors, "launchlog-report: " + wrong +
                               ": no line of it is a line of a launcher's log\n");
@@ -27,7 +27,7 @@ TEST_F(LaunchlogReport, AFileWithoutALogLineIsAnError) {
     Append("launcher.log", "hello\n" + Line("a", 256));
     EXPECT_EQ(Run({log}).errors, "");
     EXPECT_EQ(Run({log}).end, "exit 0");
-    ToolRun const both = Run({log, wrong});
+    ProgramRun const both = Run({log, wrong});
     EXPECT_EQ(both.end, "exit 1");
     EXPECT_EQ(both.errors, run.errors);
     EXPECT_THAT(both.output, HasSubstr("\n  a "));
@@ -39,7 +39,7 @@ TEST_F(LaunchlogReport, AFileWithoutALogLineIsAnError) {
 TEST_F(LaunchlogReport, ACompressedStandardInputIsAnErrorThatSaysSo) {
     Append("launcher.log", Line("a", 256));
     Gzip(log);
-    ToolRun const run = Run({"-"}, ReadFile(log + ".gz"));
+    ProgramRun const run = Run({"-"}, ReadFile(log + ".gz"));
     EXPECT_EQ(run.end, "exit 1");
     EXPECT_EQ(run.output, "");
     EXPECT_EQ(run.errors,
@@ -70,7 +70,7 @@ TEST_F(LaunchlogReport, LinesThatAreTooLongAreCountedAndLeftOut) {
     Append("launcher.log",
            Line(std::string(1'000'000, 'x'), 256) + Line("a", 256) +
                Message("1", 0, "Failed to fork " + std::string(2'000'000, 'y')));
-    ToolRun const run = Run({log});
+    ProgramRun const run = Run({log});
     EXPECT_EQ(run.end, "exit 0");
     EXPECT_EQ(Lines(run.output).size(), 3U);
     EXPECT_EQ(Lines(run.output).at(2), "2 lines longer than 1,000,000 bytes left out");
@@ -141,7 +141,7 @@ TEST_F(LaunchlogReport, ALastLineWithoutALineFeedCounts) {
 
 TEST_F(LaunchlogReport, ALogMayBeMissingJustAfterItsRotation) {
     Append("launcher.log.0", Line("a", 256));
-    ToolRun const run = Run({log});
+    ProgramRun const run = Run({log});
     EXPECT_EQ(run.end, "exit 0");
     EXPECT_EQ(run.errors, "");
     EXPECT_THAT(run.output, HasSubstr("  a "));
@@ -150,7 +150,7 @@ TEST_F(LaunchlogReport, ALogMayBeMissingJustAfterItsRotation) {
 TEST_F(LaunchlogReport, ReportsWhatItCanReadAndNamesTheRest) {
     Append("launcher.log", Line("a", 256));
     Append("launcher.log.1.gz", "this is not compressed");
-    ToolRun const run = Run({directory.Path() / "missing.log", log, directory.Path()});
+    ProgramRun const run = Run({directory.Path() / "missing.log", log, directory.Path()});
     EXPECT_EQ(run.end, "exit 1");
     EXPECT_THAT(
         run.errors,
@@ -165,7 +165,7 @@ TEST_F(LaunchlogReport, ReportsWhatItCanReadAndNamesTheRest) {
 
 TEST_F(LaunchlogReport, AFileThatCannotBeOpenedIsAnError) {
     MakeSocket(log);
-    ToolRun const run = Run({log});
+    ProgramRun const run = Run({log});
     EXPECT_THAT(run.errors, testing::StartsWith("launchlog-report: " + log + ": "));
     EXPECT_EQ(run.output, "");
     EXPECT_EQ(run.end, "exit 1");
@@ -174,7 +174,7 @@ TEST_F(LaunchlogReport, AFileThatCannotBeOpenedIsAnError) {
 TEST_F(LaunchlogReport, ADeviceIsNoLog) {
     std::filesystem::create_symlink("/dev/zero", log);
     for (std::string const& path : {std::string("/dev/zero"), log}) {
-        ToolRun const run = Run({path});
+        ProgramRun const run = Run({path});
         EXPECT_EQ(run.errors,
                   "launchlog-report: " + path + ": this is a device, not a log\n");
         EXPECT_EQ(run.output, "");
@@ -196,7 +196,7 @@ TEST_F(LaunchlogReport, ArbitraryLogsAreReadToTheirEnd) {
     }
     bytes += std::string(3'000'000, '[') + Line("last", 0);
     Append("launcher.log", bytes);
-    ToolRun const run = Run({log});
+    ProgramRun const run = Run({log});
     EXPECT_EQ(run.end, "exit 0");
     EXPECT_EQ(Run({"--json", log}).end, "exit 0");
     EXPECT_GT(Items({log}).size(), 7U);

@@ -30,10 +30,10 @@ std::string Line(std::string const& name, int status, int second,
         name + " 187 is killed. ret = 187, status = " + std::to_string(status));
 }
 
-ToolRun LaunchlogReport::Run(std::vector<std::string> arguments,
-                             std::string const& input) {
+ProgramRun LaunchlogReport::Run(std::vector<std::string> arguments,
+                                std::string const& input) {
     arguments.insert(arguments.begin(), LAUNCHLOG_REPORT);
-    return RunTool(arguments, input);
+    return RunProgram(arguments, input);
 }
 
 Json::Value LaunchlogReport::Items(std::vector<std::string> arguments,

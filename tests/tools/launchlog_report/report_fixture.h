@@ -11,7 +11,7 @@
 
 #include "harness/files.h"
 #include "harness/process.h"
-#include "tests/tools/run_tool.h"
+#include "tests/support/run_program.h"
 
 namespace launchlog_report {
 
@@ -30,7 +30,8 @@ extern std::string const kEmptyJson;
 class LaunchlogReport : public testing::Test {
   protected:
     // Runs the program to its end.
-    static ToolRun Run(std::vector<std::string> arguments, std::string const& input = "");
+    static ProgramRun Run(std::vector<std::string> arguments,
+                          std::string const& input = "");
 
     // Returns the items of the report at noon.
     static Json::Value Items(std::vector<std::string> arguments,

@@ -19,7 +19,7 @@ TEST_F(LaunchlogReport, PrintsATable) {
                "2026-11-21T11:59:40.000Z ERROR 181 [LAUNCHER  ] Failed to "
                "fork caf\xC3\xA9\n" +
                Line("ticker", 139, 50));
-    ToolRun const run = Run({"--now=2026-11-21T12:00:00Z", log});
+    ProgramRun const run = Run({"--now=2026-11-21T12:00:00Z", log});
     EXPECT_EQ(
         run.output,
         "  NAME    RESTARTS  PER MINUTE  FIRST END             LAST END              "
@@ -239,7 +239,7 @@ TEST_F(LaunchlogReport, AWrongCommandLineGivesTwo) {
          "--sort takes marked, name, restarts, per-minute, first-end or last-end"},
     };
     for (auto const& [arguments, message] : cases) {
-        ToolRun const run = Run(arguments);
+        ProgramRun const run = Run(arguments);
         EXPECT_EQ(run.end, "exit 2");
         EXPECT_EQ(run.output, "");
         EXPECT_EQ(run.errors,
@@ -249,7 +249,7 @@ TEST_F(LaunchlogReport, AWrongCommandLineGivesTwo) {
 
 TEST_F(LaunchlogReport, PrintsHelpAndVersion) {
     for (char const* const option : {"--help", "-h"}) {
-        ToolRun const run = Run({option});
+        ProgramRun const run = Run({option});
         EXPECT_EQ(run.end, "exit 0");
         EXPECT_THAT(run.output,
                     AllOf(StartsWith("launchlog-report [OPTION...] [LOG...]\n"),
