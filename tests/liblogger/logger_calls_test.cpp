@@ -285,20 +285,23 @@ std::vector<std::string> Shortened(std::filesystem::path const& file) {
 constexpr std::size_t kWithinTime = 4;
 constexpr char kCutLine[] = "2000";
 
-TEST_F(LogCalls, AfterALineThatWasCutShortTheNextOneBeginsANewLine) {
-    g_time = timespec{951782400, 0};  // in the year 2000
+// Logs a line of the year 2000, of which only kCutLine is written.
+void LogCutLine(ILog* log) {
+    g_time = timespec{951782400, 0};
     g_write = CutAfter(kWithinTime);
     __LOG__A(log, LOGLEVEL_ERROR, "cut");
     g_write = nullptr;
+}
+
+TEST_F(LogCalls, AfterALineThatWasCutShortTheNextOneBeginsANewLine) {
+    LogCutLine(log);
     __LOG__A(log, LOGLEVEL_ERROR, "second");
     __LOG__A(log, LOGLEVEL_ERROR, "third");
     EXPECT_THAT(Shortened(directory.File()), ElementsAre(kCutLine, "second", "third"));
 }
 
 TEST_F(LogCalls, AfterACutLineAndLostOnesTheNextOneBeginsANewLine) {
-    g_time = timespec{951782400, 0};
-    g_write = CutAfter(kWithinTime);
-    __LOG__A(log, LOGLEVEL_ERROR, "cut");
+    LogCutLine(log);
     g_write = FailToWrite;
     __LOG__A(log, LOGLEVEL_ERROR, "lost");
     __LOG__A(log, LOGLEVEL_ERROR, "lost as well");
@@ -311,9 +314,7 @@ TEST_F(LogCalls, AfterACutLineAndLostOnesTheNextOneBeginsANewLine) {
 }
 
 TEST_F(LogCalls, ACutAtALinesEndLeavesNoEmptyLine) {
-    g_time = timespec{951782400, 0};
-    g_write = CutAfter(kWithinTime);
-    __LOG__A(log, LOGLEVEL_ERROR, "cut");
+    LogCutLine(log);
     g_write = CutAfter(1);
     __LOG__A(log, LOGLEVEL_ERROR, "nothing of this but the end of the line before");
     g_write = nullptr;
@@ -333,9 +334,7 @@ TEST_F(LogCalls, ALineThatLacksOnlyItsEndIsEndedByTheNextOne) {
 }
 
 TEST_F(LogCalls, AnotherThreadsLineBeforeTheOneThatBeginsANewLineDoesSoToo) {
-    g_time = timespec{951782400, 0};
-    g_write = CutAfter(kWithinTime);
-    __LOG__A(log, LOGLEVEL_ERROR, "cut");
+    LogCutLine(log);
     g_write = [this](int descriptor, void const* bytes, std::size_t size) {
         g_write = nullptr;
         __LOG__A(log, LOGLEVEL_ERROR, "overtakes");
@@ -349,9 +348,7 @@ TEST_F(LogCalls, AnotherThreadsLineBeforeTheOneThatBeginsANewLineDoesSoToo) {
 }
 
 TEST_F(LogCalls, AnotherThreadsCutRightAfterTheLineThatBeginsANewOneIsNotForgotten) {
-    g_time = timespec{951782400, 0};
-    g_write = CutAfter(kWithinTime);
-    __LOG__A(log, LOGLEVEL_ERROR, "cut");
+    LogCutLine(log);
     g_write = [this](int descriptor, void const* bytes, std::size_t size) {
         ssize_t const result = SystemWrite(descriptor, bytes, size);
         g_write = CutAfter(1 + kWithinTime);
@@ -384,8 +381,7 @@ TEST_F(LogCalls, TheCutLineOfAForkedChildIsEndedByItsParent) {
     g_time = timespec{951782400, 0};
     pid_t const child = fork();
     if (child == 0) {
-        g_write = CutAfter(kWithinTime);
-        __LOG__A(log, LOGLEVEL_ERROR, "cut");
+        LogCutLine(log);
         _exit(0);
     }
     int status = -1;
