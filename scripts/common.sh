@@ -106,7 +106,9 @@ need_for_containment() {
     need 'mount and umount' mount '' has_command mount umount
 }
 
+# The tests need what the build needs, too.
 need_for_tests() {
+    need_for_build
     need googletest 'libgtest-dev libgmock-dev' googletest has_header gmock/gmock.h
     if [ "$(uname)" != Darwin ]; then
         need mandoc mandoc '' has_command mandoc

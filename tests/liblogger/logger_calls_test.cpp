@@ -378,7 +378,6 @@ TEST_F(LogCalls, ALineComposedBeforeAnotherThreadsCutWasEndedLeavesNoEmptyLine) 
 }
 
 TEST_F(LogCalls, TheCutLineOfAForkedChildIsEndedByItsParent) {
-    g_time = timespec{951782400, 0};
     pid_t const child = fork();
     if (child == 0) {
         LogCutLine(log);
