@@ -11,7 +11,8 @@ import pytest
 
 from support import ROOT, run
 
-pytestmark = pytest.mark.usefixtures("home")
+# Here PATH holds imitations: a first configuration of build/release would keep their paths.
+pytestmark = pytest.mark.usefixtures("home", "release")
 
 
 class Machine:
