@@ -1,6 +1,6 @@
 #include "tools/launchlog_report/wait_status.h"
 
-#include <csignal>
+#include "tools/common/signal_names.h"
 
 namespace launchlog_report {
 
@@ -24,27 +24,8 @@ ProgramEnd DecodeWaitStatus(long long status) {
 }
 
 std::string SignalName(int number) {
-    struct Name {
-        int number;
-        char const* name;
-    };
-    static constexpr Name names[] = {
-        {SIGABRT, "SIGABRT"}, {SIGALRM, "SIGALRM"},     {SIGBUS, "SIGBUS"},
-        {SIGCHLD, "SIGCHLD"}, {SIGCONT, "SIGCONT"},     {SIGFPE, "SIGFPE"},
-        {SIGHUP, "SIGHUP"},   {SIGILL, "SIGILL"},       {SIGINT, "SIGINT"},
-        {SIGKILL, "SIGKILL"}, {SIGPIPE, "SIGPIPE"},     {SIGPROF, "SIGPROF"},
-        {SIGQUIT, "SIGQUIT"}, {SIGSEGV, "SIGSEGV"},     {SIGSTOP, "SIGSTOP"},
-        {SIGSYS, "SIGSYS"},   {SIGTERM, "SIGTERM"},     {SIGTRAP, "SIGTRAP"},
-        {SIGTSTP, "SIGTSTP"}, {SIGTTIN, "SIGTTIN"},     {SIGTTOU, "SIGTTOU"},
-        {SIGURG, "SIGURG"},   {SIGUSR1, "SIGUSR1"},     {SIGUSR2, "SIGUSR2"},
-        {SIGXCPU, "SIGXCPU"}, {SIGVTALRM, "SIGVTALRM"}, {SIGXFSZ, "SIGXFSZ"},
-    };
-    for (Name const& entry : names) {
-        if (entry.number == number) {
-            return entry.name;
-        }
-    }
-    return "signal " + std::to_string(number);
+    char const* const name = tools::NameOfSignal(number);
+    return name != nullptr ? name : "signal " + std::to_string(number);
 }
 
 std::string Describe(ProgramEnd const& end) {

@@ -1,0 +1,19 @@
+// The time that no change of the date touches.
+
+#ifndef TOOLS_LAUNCH_WITH_CLOCK_H
+#define TOOLS_LAUNCH_WITH_CLOCK_H
+
+#include <ctime>
+
+namespace launch_with {
+
+// Returns a time in milliseconds, for differences alone.
+inline long long Now() noexcept {
+    timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<long long>(now.tv_sec) * 1000 + now.tv_nsec / 1'000'000;
+}
+
+}  // namespace launch_with
+
+#endif
