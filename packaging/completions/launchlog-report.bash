@@ -5,7 +5,7 @@ _launchlog_report() {
     local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} completion
     COMPREPLY=()
     # A time is the user's own.
-    [[ $before != --now ]] || return 0
+    [[ $before != --now && $before != --since && $before != --until ]] || return 0
     while IFS= read -r completion; do
         COMPREPLY+=("$completion")
     done < <(
@@ -14,8 +14,8 @@ _launchlog_report() {
                 compgen -W 'marked name restarts per-minute first-end last-end' -- "$word"
                 ;;
             *,-*)
-                compgen -W '--follow --json --sort --fail-if-marked --now --help --version' \
-                    -- "$word"
+                compgen -W '--follow --since --until --json --ends --sort --fail-if-marked
+                    --now --help --version' -- "$word"
                 ;;
             *) compgen -f -- "$word" ;;
         esac

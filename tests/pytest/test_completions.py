@@ -37,7 +37,8 @@ def test_bash_completes_lists_and_folders(words, files):
 def test_bash_completes_logs_but_no_time():
     assert complete_in_bash("launchlog-report", "--follow", "launcher") == [
         "launcher.log", "launcher.log.0"]
-    assert complete_in_bash("launchlog-report", "--now", "") == []
+    for option in ("--now", "--since", "--until"):
+        assert complete_in_bash("launchlog-report", option, "") == []
 
 
 def test_bash_completes_the_keys_of_sort():
@@ -87,7 +88,8 @@ def test_fish_completes_lists_and_folders(line, files):
 def test_fish_completes_logs_but_no_time():
     assert complete_in_fish("launchlog-report --follow launcher") == [
         "launcher.log", "launcher.log.0"]
-    assert complete_in_fish("launchlog-report --now ") == []
+    for option in ("--now", "--since", "--until"):
+        assert complete_in_fish(f"launchlog-report {option} ") == []
 
 
 def test_fish_completes_the_keys_of_sort():

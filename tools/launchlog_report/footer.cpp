@@ -67,6 +67,11 @@ std::vector<std::string> MakeFooter(Report const& report) {
         texts.push_back(Count(static_cast<std::size_t>(report.cut_lines), "line") +
                         " longer than 1,000,000 bytes left out");
     }
+    if (report.lines_without_time > 0) {
+        texts.push_back(
+            Count(static_cast<std::size_t>(report.lines_without_time), "line") +
+            " without a time left out");
+    }
     std::string const legend = Legend(report.items);
     if (!legend.empty()) {
         texts.push_back(legend);

@@ -52,7 +52,7 @@ void ItemHistory::AddStart(LogEvent const& event) {
     }
 }
 
-void ItemHistory::AddEnd(LogEvent const& event) {
+void ItemHistory::CountEnd(LogEvent const& event) {
     first_end = first_end ? first_end : event.time;
     last_end = event.time;
     ++ends;
@@ -66,6 +66,12 @@ void ItemHistory::AddEnd(LogEvent const& event) {
     stops.erase(event.process);
     if (last_status && last_status->signal == SIGKILL) {
         stops[event.process] = event.time;
+    }
+}
+
+void ItemHistory::AddEnd(LogEvent const& event) {
+    if (range.Has(event.time)) {
+        CountEnd(event);
     }
     // If the log has no process ids, this is the end of the last child.
     bool const had_no_program = children_without_program.erase(event.child) > 0 ||

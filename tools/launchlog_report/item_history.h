@@ -12,14 +12,15 @@
 #include "tools/launchlog_report/chain.h"
 #include "tools/launchlog_report/log_line.h"
 #include "tools/launchlog_report/wait_status.h"
+#include "tools/launchlog_report/when.h"
 
 namespace launchlog_report {
 
 // Adds up the lines of an item, in their order in the log.
 class ItemHistory {
   public:
-    // `time` is the time of the first report.
-    explicit ItemHistory(Time time) : now(time) {}
+    // `time` is the time of the first report. Only ends of the range are counted.
+    ItemHistory(Time time, TimeRange const& covered) : now(time), range(covered) {}
 
     // Takes a line of the item. `is_launcher` says that the line's process is known to be
     // a launcher.
@@ -57,10 +58,12 @@ class ItemHistory {
   private:
     void AddStart(LogEvent const& event);
     void AddEnd(LogEvent const& event);
+    void CountEnd(LogEvent const& event);
     void AddNoProgram(LogEvent const& event);
     bool IsInLastMinute(Time time) const;
 
     Time now;
+    TimeRange range;
     ChainDetector chain;
     long long ends = 0;
     std::optional<Time> first_end;

@@ -19,6 +19,10 @@ Json::Value TimeOrNull(std::optional<Time> const& time) {
     return time ? Json::Value(FormatTime(*time)) : Json::Value();
 }
 
+Json::Value TextOrNull(std::string const& text) {
+    return text.empty() ? Json::Value() : Json::Value(text);
+}
+
 Json::Value ToValue(ProgramEnd const& end) {
     Json::Value value(Json::objectValue);
     value["wait_status"] = static_cast<Json::Int64>(end.wait_status);
@@ -55,7 +59,7 @@ Json::Value ToValue(Row const& row) {
 
 Json::Value ToValue(LauncherLines const& lines) {
     Json::Value value(Json::objectValue);
-    value["process_id"] = lines.process.empty() ? Json::Value() : lines.process;
+    value["process_id"] = TextOrNull(lines.process);
     value["first_line"] = TimeOrNull(lines.first);
     value["last_line"] = TimeOrNull(lines.last);
     value["items_without_name"] = static_cast<Json::Int64>(lines.items_without_name);
@@ -79,7 +83,23 @@ std::string ToJson(Report const& report) {
     document["items"] = ToArray(report.items);
     document["launchers"] = ToArray(report.launchers);
     document["cut_lines"] = static_cast<Json::Int64>(report.cut_lines);
+    document["lines_without_time"] = static_cast<Json::Int64>(report.lines_without_time);
+    document["since"] = TimeOrNull(report.range.since);
+    document["until"] = TimeOrNull(report.range.until);
     return JsonObject(document).ToText() + "\n";
+}
+
+std::string ToJson(ProgramRunEnd const& end) {
+    Json::Value value(Json::objectValue);
+    value["name"] = tools::ToUtf8(end.item);
+    value["time"] = end.time ? Json::Value(FormatExactTime(*end.time)) : Json::Value();
+    value["cause"] = CauseName(end.cause);
+    value["status"] = end.status ? ToValue(*end.status) : Json::Value();
+    value["status_text"] = DescribeStatus(end.status);
+    value["process_id"] = TextOrNull(end.process);
+    value["launcher_process_id"] = TextOrNull(end.launcher);
+    value["uptime_ms"] = NumberOrNull(end.uptime);
+    return JsonObject(value).ToText() + "\n";
 }
 
 }  // namespace launchlog_report

@@ -5,12 +5,16 @@
 
 #include <string>
 
+#include "tools/launchlog_report/ends.h"
 #include "tools/launchlog_report/summary.h"
 
 namespace launchlog_report {
 
 // Returns the report as one JSON document on one line, in ASCII, with a line feed.
 std::string ToJson(Report const& report);
+
+// Returns an end as a JSON object on one line, in ASCII, with a line feed.
+std::string ToJson(ProgramRunEnd const& end);
 
 }  // namespace launchlog_report
 

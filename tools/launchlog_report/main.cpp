@@ -10,6 +10,7 @@
 #include "common/config/log.h"
 #include "tools/common/printable.h"
 #include "tools/common/tool.h"
+#include "tools/launchlog_report/ends.h"
 #include "tools/launchlog_report/follow.h"
 #include "tools/launchlog_report/json.h"
 #include "tools/launchlog_report/log_files.h"
@@ -33,7 +34,8 @@ void Complain(std::string const& problem) {
 }
 
 Time CurrentTime(Options const& options) {
-    return options.now ? *options.now : Now();
+    Time const now = options.now ? *options.now : Now();
+    return std::min(now, options.range.until.value_or(now));
 }
 
 Report MakeReport(Options const& options, Summary& summary, Logs const& logs) {
@@ -71,11 +73,62 @@ bool IsUnreadable(Report const& report, Logs const& logs) {
     return report.items.empty() && report.launchers.empty() && !logs.Problems().empty();
 }
 
+// Collects the ends of the range.
+class EndList {
+  public:
+    explicit EndList(TimeRange const& covered)
+        : range(covered), ends([this](ProgramRunEnd const& end) {
+              if (range.Has(end.time)) {
+                  list.push_back(end);
+              }
+          }) {}
+
+    void Add(LogEvent const& event, std::size_t log) {
+        if (range.IsNotAfter(event)) {
+            ends.Add(event, log);
+        }
+    }
+
+    // Prints them in the order of their lines.
+    void Print() {
+        ends.Finish();
+        std::sort(list.begin(), list.end(),
+                  [](ProgramRunEnd const& a, ProgramRunEnd const& b) {
+                      return a.number < b.number;
+                  });
+        for (ProgramRunEnd const& end : list) {
+            tools::Write(ToJson(end));
+        }
+    }
+
+  private:
+    TimeRange range;
+    Ends ends;
+    std::vector<ProgramRunEnd> list;
+};
+
+// Prints what was asked for.
+void Print(Report const& report, EndList& ends, Options const& options,
+           bool is_unreadable) {
+    if (options.ends) {
+        ends.Print();
+    } else if (options.json) {
+        tools::Write(ToJson(report));
+    } else if (!is_unreadable) {
+        tools::Write(ToTable(report, {TerminalSize().columns, std::nullopt}));
+    }
+}
+
 // Reads the logs and prints the report. Returns the exit code.
 int ReportOn(std::vector<std::string> const& paths, Options const& options) {
-    Summary summary(CurrentTime(options));
-    Logs logs(
-        [&summary](LogEvent const& event, std::size_t log) { summary.Add(event, log); });
+    Summary summary(CurrentTime(options), options.range);
+    EndList ends(options.range);
+    Logs logs([&](LogEvent const& event, std::size_t log) {
+        summary.Add(event, log);
+        if (options.ends) {
+            ends.Add(event, log);
+        }
+    });
     logs.Read(paths, options.follow);
     for (std::string const& problem : logs.Problems()) {
         Complain(problem);
@@ -84,9 +137,7 @@ int ReportOn(std::vector<std::string> const& paths, Options const& options) {
         return FollowLogs(options, summary, logs) && logs.Problems().empty() ? 0 : 1;
     }
     Report const report = MakeReport(options, summary, logs);
-    Space const space = {TerminalSize().columns, std::nullopt};
-    std::string const table = IsUnreadable(report, logs) ? "" : ToTable(report, space);
-    tools::Write(options.json ? ToJson(report) : table);
+    Print(report, ends, options, IsUnreadable(report, logs));
     if (!tools::FinishOutput(kProgram)) {
         return 1;
     }

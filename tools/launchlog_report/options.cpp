@@ -16,13 +16,19 @@ themselves. Without a LOG it reads the user's own, ~/Library/Logs/*/voplog/launc
 "-" is the standard input.
 
   --follow          print the report again whenever it changes, until Ctrl-C
+  --since TIME      count only what happened at this time or later
+  --until TIME      count only what happened at this time or earlier
   --json            print one JSON document on one line instead of a table, for machines
+  --ends            print each end as a JSON object on a line of its own
   --sort KEY        sort items by marked (the default of a table), name (the default of
                     JSON), restarts, per-minute, first-end or last-end
   --fail-if-marked  exit with 3 if an item is marked, for monitoring
   --now TIME        use TIME as the current time, like 2026-11-21T12:00:00Z, for old logs
   --help            print this
   --version         print the version
+
+The TIME of --since and --until is like "2026-11-21 12:00", "12:00", "yesterday",
+"2 hours ago" or "-2h".
 
 Exit status: 0 if all was read, 1 if not, 2 if the command line is wrong, 3 if an item is
 marked and --fail-if-marked was given.
@@ -32,6 +38,8 @@ Examples:
   launchlog-report
   launchlog-report --follow
   launchlog-report --now 2026-11-21T12:00:00Z old/launcher.log
+  launchlog-report --since yesterday --until today
+  launchlog-report --ends --since -2h | jq -r '[.time, .name, .status_text] | @tsv'
   launchlog-report --json | jq -r '.items[] | select(.restarts_often) | .name'
 
 A table looks like this:
@@ -62,6 +70,32 @@ std::string ReadValues(Options& options) {
     return "";
 }
 
+// Reads the value of --since or --until. Returns what is wrong with it.
+std::string ReadWhen(tools::CommandLine const& line, std::string const& option, Time now,
+                     std::optional<Time>& time) {
+    if (!line.Has(option)) {
+        return "";
+    }
+    time = ParseWhen(line.options.at(option), now);
+    return time ? ""
+                : "--" + option +
+                      " takes a time like \"2026-11-21 12:00\", yesterday or \"2 hours "
+                      "ago\"";
+}
+
+std::string ReadRange(Options& options) {
+    TimeRange& range = options.range;
+    Time const now = options.now.value_or(Now());
+    std::string error = ReadWhen(options.line, "since", now, range.since);
+    if (error.empty()) {
+        error = ReadWhen(options.line, "until", now, range.until);
+    }
+    if (error.empty() && range.since && range.until && *range.since > *range.until) {
+        error = "--since is later than --until";
+    }
+    return error;
+}
+
 // Returns why --follow cannot be combined with the rest, in words; an empty string if it
 // can.
 std::string FindConflict(Options const& options) {
@@ -71,6 +105,9 @@ std::string FindConflict(Options const& options) {
     if (std::count(options.logs.begin(), options.logs.end(), "-") > 0) {
         return "the standard input cannot be followed";
     }
+    if (options.ends || options.range.until) {
+        return "--ends and --until are for what has happened, not for --follow";
+    }
     return options.fail_if_marked ? "--fail-if-marked is for one report, not for --follow"
                                   : "";
 }
@@ -79,16 +116,26 @@ std::string FindConflict(Options const& options) {
 
 Options ReadOptions(int argc, char* const* argv) {
     Options options;
-    options.line = tools::ReadCommandLine(
-        argc, argv,
-        {{"follow"}, {"json"}, {"sort", true}, {"fail-if-marked"}, {"now", true}});
+    options.line = tools::ReadCommandLine(argc, argv,
+                                          {{"follow"},
+                                           {"since", true},
+                                           {"until", true},
+                                           {"json"},
+                                           {"ends"},
+                                           {"sort", true},
+                                           {"fail-if-marked"},
+                                           {"now", true}});
     options.follow = options.line.Has("follow");
     options.json = options.line.Has("json");
+    options.ends = options.line.Has("ends");
     options.fail_if_marked = options.line.Has("fail-if-marked");
     options.logs = options.line.operands;
     std::string& error = options.line.error;
     if (error.empty()) {
         error = ReadValues(options);
+    }
+    if (error.empty()) {
+        error = ReadRange(options);
     }
     if (error.empty()) {
         error = FindConflict(options);

@@ -10,6 +10,7 @@
 #include "tools/common/command_line.h"
 #include "tools/launchlog_report/order.h"
 #include "tools/launchlog_report/time_stamp.h"
+#include "tools/launchlog_report/when.h"
 
 namespace launchlog_report {
 
@@ -19,10 +20,12 @@ struct Options {
     tools::CommandLine line;
     bool follow = false;
     bool json = false;
+    bool ends = false;
     bool fail_if_marked = false;
     std::optional<SortKey> sort;
     // The time to use as the current one; std::nullopt for that of the clock.
     std::optional<Time> now;
+    TimeRange range;
     std::vector<std::string> logs;
 };
 

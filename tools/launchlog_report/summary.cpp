@@ -62,8 +62,7 @@ std::string DescribeLastStatus(Row const& row) {
         words.emplace_back("no program");
     }
     if (row.ends > 0) {
-        words.push_back(row.last_status ? Describe(*row.last_status)
-                                        : "unknown, waitpid failed");
+        words.push_back(DescribeStatus(row.last_status));
     }
     std::string text;
     for (std::string const& word : words) {
@@ -73,23 +72,34 @@ std::string DescribeLastStatus(Row const& row) {
 }
 
 void Summary::Add(LogEvent const& event, std::size_t log) {
+    if (event.kind != LogEventKind::Other && range.IsGiven() && !event.time) {
+        ++lines_without_time;
+    }
+    if (!range.IsNotAfter(event)) {
+        return;
+    }
     switch (event.kind) {
         case LogEventKind::Other:
             return;
         case LogEventKind::NamelessItem:
         case LogEventKind::UnreadableList:
             NoteLauncher(event.process, log);
-            AddLauncherLine(event);
+            if (range.Has(event.time)) {
+                AddLauncherLine(event);
+            }
             return;
         case LogEventKind::Start:
         case LogEventKind::End:
         case LogEventKind::FailedFork:
         case LogEventKind::NoProgram:
-            break;
+            AddItemLine(event, log);
     }
+}
+
+void Summary::AddItemLine(LogEvent const& event, std::size_t log) {
     bool const is_launcher = IsLauncher(event, log);
     Item& item = items[event.name];
-    item.histories.try_emplace(log, now).first->second.Add(event, is_launcher);
+    item.histories.try_emplace(log, now, range).first->second.Add(event, is_launcher);
     item.last_log = log;
     item.last_line = event.time;
 }
@@ -138,6 +148,8 @@ Report Summary::At(Time time) {
     now = time;
     Report report;
     report.now = now;
+    report.range = range;
+    report.lines_without_time = lines_without_time;
     report.launchers = launchers;
     for (auto& [name, item] : items) {
         Row row;

@@ -18,6 +18,7 @@
 #include "tools/launchlog_report/item_history.h"
 #include "tools/launchlog_report/log_line.h"
 #include "tools/launchlog_report/wait_status.h"
+#include "tools/launchlog_report/when.h"
 
 namespace launchlog_report {
 
@@ -74,12 +75,16 @@ struct LauncherLines {
 // All that is known at a point in time.
 struct Report {
     Time now = 0;
+    TimeRange range;
     // In the order of their names.
     std::vector<Row> items;
     // In the order of their first lines.
     std::vector<LauncherLines> launchers;
     // The number of lines that were too long to be read to their end.
     long long cut_lines = 0;
+    // The number of lines about items or launchers that were left out, because nobody
+    // knows whether they belong to the range.
+    long long lines_without_time = 0;
     // Which files are waited for. If the report is alone on a screen, also which files
     // cannot be read.
     std::vector<std::string> problems;
@@ -87,10 +92,13 @@ struct Report {
 
 class Summary {
   public:
-    // `first_report` is the time of the first call of At, or earlier.
-    explicit Summary(Time first_report) : now(first_report) {}
+    // `first_report` is the time of the first call of At, or earlier. Only ends and
+    // messages of the range are counted. What was before it makes the states, too.
+    explicit Summary(Time first_report, TimeRange covered = {})
+        : now(first_report), range(covered) {}
 
-    // Adds what a line says. The lines of one log come in their order.
+    // Adds what a line says. The lines of one log come in their order. Lines after the
+    // range, and in a range those without a time, are left out.
     void Add(LogEvent const& event, std::size_t log);
 
     // Returns the report at this time, which is never earlier than before. The last
@@ -112,12 +120,15 @@ class Summary {
         std::optional<Time> last_line;
     };
 
+    void AddItemLine(LogEvent const& event, std::size_t log);
     bool IsLauncher(LogEvent const& event, std::size_t log);
     void NoteLauncher(std::string const& process, std::size_t log);
     void AddLauncherLine(LogEvent const& event);
 
     // The time of the last report, or of the first one to come.
     Time now;
+    TimeRange range;
+    long long lines_without_time = 0;
     std::map<std::size_t, Log> logs;
     std::map<std::string, Item> items;
     std::vector<LauncherLines> launchers;

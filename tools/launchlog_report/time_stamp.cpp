@@ -196,6 +196,16 @@ std::string FormatTime(Time time) {
     return text;
 }
 
+std::string FormatExactTime(Time time) {
+    std::string text = FormatTime(time);
+    if (!text.empty()) {
+        std::string const milliseconds = std::to_string((time % 1000 + 1000) % 1000);
+        text.insert(text.size() - 1,
+                    "." + std::string(3 - milliseconds.size(), '0') + milliseconds);
+    }
+    return text;
+}
+
 Time Now() {
     return std::chrono::duration_cast<std::chrono::milliseconds>(
                std::chrono::system_clock::now().time_since_epoch())

@@ -32,6 +32,9 @@ std::optional<Time> ParseTime(std::string const& text);
 // year is 9999 at most.
 std::string FormatTime(Time time);
 
+// Returns the time in the same form, with milliseconds: 2026-11-21T11:53:38.837Z.
+std::string FormatExactTime(Time time);
+
 // Returns the current time.
 Time Now();
 

@@ -39,4 +39,8 @@ std::string Describe(ProgramEnd const& end) {
     return "status " + std::to_string(end.wait_status);
 }
 
+std::string DescribeStatus(std::optional<ProgramEnd> const& end) {
+    return end ? Describe(*end) : "unknown, waitpid failed";
+}
+
 }  // namespace launchlog_report

@@ -31,6 +31,9 @@ std::string SignalName(int number);
 // Returns the end in words; "status 4991" if the wait status is not that of an end.
 std::string Describe(ProgramEnd const& end);
 
+// Returns the same; "unknown, waitpid failed" without a status.
+std::string DescribeStatus(std::optional<ProgramEnd> const& end);
+
 }  // namespace launchlog_report
 
 #endif

@@ -12,7 +12,9 @@
 
 namespace launchlog_report {
 
-std::string const kEmptyJson = "{\"cut_lines\":0,\"items\":[],\"launchers\":[]}\n";
+std::string const kEmptyJson =
+    "{\"cut_lines\":0,\"items\":[],\"launchers\":[],\"lines_without_time\":0,"
+    "\"since\":null,\"until\":null}\n";
 
 std::string Message(std::string const& process, int milliseconds,
                     std::string const& message) {

@@ -207,6 +207,57 @@ TEST_F(LaunchlogReport, JsonHasNullForUnknownValues) {
     }
 }
 
+TEST_F(LaunchlogReport, CountsOnlyWhatBelongsToTheRange) {
+    Append("launcher.log", Line("a", 768, 9) + Message("181", 9500, "Failed to fork b") +
+                               Line("a", 0, 10) + Line("a", 9, 20) + Line("a", 256, 21) +
+                               "[LAUNCHER  ] a 7 is killed. ret = 7, status = 0\n");
+    ProgramRun const run =
+        Run({"--since=2026-11-21T11:59:10Z", "--until=2026-11-21T11:59:20Z", log});
+    EXPECT_EQ(run.output,
+              "  NAME  RESTARTS  PER MINUTE  FIRST END             LAST END              "
+              "LAST STATUS\n"
+              "! b            0           0  -                     -                     "
+              "given up: fork failed\n"
+              "  a            1           1  2026-11-21T11:59:10Z  2026-11-21T11:59:20Z  "
+              "killed by SIGKILL\n"
+              "1 line without a time left out\n"
+              "! a state that needs you\n");
+    Json::Value const json =
+        Parse(Run({"--json", "--since=-10s", "--now=2026-11-21T11:59:30Z", log}).output);
+    EXPECT_EQ(json["items"][0]["ends"], 2);
+    EXPECT_EQ(json["since"], "2026-11-21T11:59:20Z");
+    EXPECT_TRUE(json["until"].isNull());
+    EXPECT_EQ(json["lines_without_time"], 1);
+}
+
+TEST_F(LaunchlogReport, LeavesOutMessagesOfLaunchersBeforeTheRange) {
+    Append("launcher.log", Message("181", 0, "There is an item has no name."));
+    EXPECT_EQ(Run({"--since=2026-11-21T11:59:00.001Z", log}).output,
+              "no program has ended\n");
+}
+
+TEST_F(LaunchlogReport, PrintsTheEndsOfTheRangeInTheirOrder) {
+    Append("launcher.log",
+           Line("a\xFF<b>", 9, 1) + Line("c", 139, 3) + Line("a\xFF<b>", 768, 4));
+    auto const lines = Lines(Run({"--ends", log}).output);
+    ASSERT_EQ(lines.size(), 3U);
+    Json::Value const first = Parse(lines[0]);
+    EXPECT_EQ(first["name"], "a\xEF\xBF\xBD<b>");
+    EXPECT_EQ(first["time"], "2026-11-21T11:59:01.000Z");
+    EXPECT_EQ(first["cause"], "signal");
+    EXPECT_EQ(first["status"]["signal_name"], "SIGKILL");
+    EXPECT_EQ(first["status_text"], "killed by SIGKILL");
+    EXPECT_EQ(first["process_id"], "187");
+    EXPECT_EQ(first["launcher_process_id"], "181");
+    EXPECT_TRUE(first.isMember("uptime_ms") && first["uptime_ms"].isNull());
+    EXPECT_EQ(Parse(lines[1])["cause"], "core_dump");
+    EXPECT_EQ(Parse(lines[2])["uptime_ms"], 2950);
+    EXPECT_EQ(Lines(Run({"--ends", "--since=2026-11-21T11:59:02Z", log}).output),
+              (std::vector<std::string>{lines[1], lines[2]}));
+    EXPECT_THAT(Run({"--ends", "--until=2026-11-21T11:59:02Z", log}).output,
+                HasSubstr("\"cause\":\"stop\""));
+}
+
 TEST_F(LaunchlogReport, ANameCannotForgeALine) {
     Append("launcher.log", Line("a\x1B[2J\rb\xFF", 0));
     EXPECT_THAT(Run({log}).output, HasSubstr("\n  a\\x1B[2J\\x0Db\\xFF "));
@@ -235,6 +286,11 @@ TEST_F(LaunchlogReport, AWrongCommandLineGivesTwo) {
         {{"--follow", "-"}, "the standard input cannot be followed"},
         {{"--follow", "--fail-if-marked"},
          "--fail-if-marked is for one report, not for --follow"},
+        {{"--follow", "--until", "now"},
+         "--ends and --until are for what has happened, not for --follow"},
+        {{"--since", "soon"},
+         R"(--since takes a time like "2026-11-21 12:00", yesterday or "2 hours ago")"},
+        {{"--since", "-1h", "--until", "-2h"}, "--since is later than --until"},
         {{"--sort", "size"},
          "--sort takes marked, name, restarts, per-minute, first-end or last-end"},
     };

@@ -1,0 +1,95 @@
+#include "tools/launchlog_report/ends.h"
+
+#include <csignal>
+
+namespace launchlog_report {
+namespace {
+
+// What the launcher waits between an end and the next start.
+constexpr Time kPause = 50;
+
+Cause CauseOf(std::optional<ProgramEnd> const& status) {
+    if (!status || (!status->exit_code && !status->signal)) {
+        return Cause::Unknown;
+    }
+    if (status->exit_code) {
+        return *status->exit_code == 0 ? Cause::ExitZero : Cause::ExitCode;
+    }
+    return status->core_dumped ? Cause::CoreDump : Cause::Signal;
+}
+
+ProgramRunEnd MakeEnd(LogEvent const& event, std::optional<Time> const& start,
+                      long long number) {
+    ProgramRunEnd end;
+    end.item = event.name;
+    end.process = event.child;
+    end.launcher = event.process;
+    end.time = event.time;
+    if (event.ret != -1) {
+        end.status = DecodeWaitStatus(event.status);
+    }
+    end.cause = CauseOf(end.status);
+    // If the clock was set back, nobody knows.
+    if (start && event.time && *event.time >= *start) {
+        end.uptime = *event.time - *start;
+    }
+    end.number = number;
+    return end;
+}
+
+}  // namespace
+
+char const* CauseName(Cause cause) {
+    switch (cause) {
+        case Cause::ExitZero:
+            return "exit_0";
+        case Cause::ExitCode:
+            return "exit_code";
+        case Cause::Signal:
+            return "signal";
+        case Cause::CoreDump:
+            return "core_dump";
+        case Cause::Stop:
+            return "stop";
+        case Cause::Unknown:
+            break;
+    }
+    return "unknown";
+}
+
+void Ends::Add(LogEvent const& event, std::size_t log) {
+    if (event.kind != LogEventKind::Start && event.kind != LogEventKind::End) {
+        return;
+    }
+    Run& run = runs[{log, event.process, event.name}];
+    if (event.kind == LogEventKind::Start) {
+        run.start = event.time;
+        return;
+    }
+    if (run.possible_stop) {
+        take(*run.possible_stop);
+        run.possible_stop.reset();
+    }
+    ProgramRunEnd const end = MakeEnd(event, run.start, ++ends);
+    run.start.reset();
+    if (event.time) {
+        run.start = *event.time + kPause;
+    }
+    if (end.status && end.status->signal == SIGKILL) {
+        run.possible_stop = end;
+    } else {
+        take(end);
+    }
+}
+
+void Ends::Finish() {
+    for (auto& [key, run] : runs) {
+        if (run.possible_stop) {
+            run.possible_stop->cause = Cause::Stop;
+            take(*run.possible_stop);
+            run.possible_stop.reset();
+        }
+    }
+}
+
+}  // namespace launchlog_report

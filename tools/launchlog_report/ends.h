@@ -1,0 +1,86 @@
+// Each end of a program, with what is known of it.
+//
+//   Ends ends([](ProgramRunEnd const& end) { ... });
+//   ends.Add(event, 0);    // for each line of log number 0
+//   ends.Finish();
+
+#ifndef TOOLS_LAUNCHLOG_REPORT_ENDS_H
+#define TOOLS_LAUNCHLOG_REPORT_ENDS_H
+
+#include <cstddef>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <tuple>
+#include <utility>
+
+#include "tools/launchlog_report/log_line.h"
+#include "tools/launchlog_report/wait_status.h"
+
+namespace launchlog_report {
+
+// How a program ended.
+enum class Cause {
+    ExitZero,
+    ExitCode,  // another exit code
+    Signal,
+    CoreDump,
+    Stop,     // the launcher's last end of the item, by SIGKILL
+    Unknown,  // the launcher could not wait for it, or the status is not that of an end
+};
+
+// Returns "exit_0", "exit_code", "signal", "core_dump", "stop" or "unknown".
+char const* CauseName(Cause cause);
+
+struct ProgramRunEnd {
+    std::string item;
+    // The ids of the program's process and of the launcher's; empty if unknown.
+    std::string process;
+    std::string launcher;
+    std::optional<Time> time;
+    Cause cause = Cause::Unknown;
+    // std::nullopt if the launcher could not wait for it.
+    std::optional<ProgramEnd> status;
+    // How long it ran, in milliseconds; std::nullopt if its start is unknown.
+    std::optional<Time> uptime;
+    // Counts all ends, in the order of their lines.
+    long long number = 0;
+};
+
+// Makes the ends from the lines of logs.
+//
+// A program started when its launcher logged that, at level DEBUG. At level ERROR it
+// started 50 ms after the end before it, if the same launcher logged that.
+class Ends {
+  public:
+    using Taker = std::function<void(ProgramRunEnd const& end)>;
+
+    // An end by SIGKILL is passed on only with the launcher's next end of the item, which
+    // shows that it was no stop. So the ends come in the order of their lines only for
+    // one launcher and item.
+    explicit Ends(Taker taker) : take(std::move(taker)) {}
+
+    // Takes a line. The lines of one log come in their order.
+    void Add(LogEvent const& event, std::size_t log);
+
+    // Passes on the ends that were stops.
+    void Finish();
+
+  private:
+    // The log, the launcher and the item.
+    using Key = std::tuple<std::size_t, std::string, std::string>;
+    struct Run {
+        std::optional<Time> start;
+        // An end by SIGKILL that may turn out to be a stop.
+        std::optional<ProgramRunEnd> possible_stop;
+    };
+
+    Taker take;
+    std::map<Key, Run> runs;
+    long long ends = 0;
+};
+
+}  // namespace launchlog_report
+
+#endif
