@@ -16,6 +16,8 @@ def folder(tmp_path, monkeypatch):
 
 
 @pytest.mark.parametrize("words, option", [
+    (["launcher-status", "--j"], "--json"),
+    (["launcher-stop", "--l"], "--leftovers"),
     (["launchlist-check", "--s"], "--strict"),
     (["launchlist-check", "--json", "--s"], "--strict"),
     (["launchlog-report", "--n"], "--now"),
@@ -28,6 +30,8 @@ def test_bash_completes_options(words, option):
 @pytest.mark.parametrize("words, files", [
     (["launchlist-check", ""], ["list.json", "lists", "more lists", "my list.json"]),
     (["launchlist-check", "--json", "m"], ["more lists", "my list.json"]),
+    (["launcher-status", "li"], ["list.json", "lists"]),
+    (["launcher-stop", "--leftovers", "m"], ["more lists", "my list.json"]),
     (["tamlin-launcher", "main", "li"], ["list.json", "lists"]),
 ])
 def test_bash_completes_lists_and_folders(words, files):
@@ -48,6 +52,8 @@ def test_bash_completes_the_keys_of_sort():
 
 
 @pytest.mark.parametrize("line, option", [
+    ("launcher-status --wa", "--watch"),
+    ("launcher-stop --le", "--leftovers"),
     ("launchlist-check --st", "--strict"),
     ("launchlog-report --fo", "--follow"),
     ("launchlog-report --sort per", "per-minute"),
@@ -58,6 +64,8 @@ def test_zsh_completes_options(line, option):
 
 
 @pytest.mark.parametrize("line, file", [
+    ("launcher-status my", "list.json"),
+    ("launcher-stop my", "list.json"),
     ("launchlist-check my", "list.json"),
     ("launchlog-report launcher.log.", "launcher.log.0"),
     ("tamlin-launcher main my", "list.json"),
@@ -69,6 +77,8 @@ def test_zsh_completes_lists_and_logs(line, file):
 @pytest.mark.parametrize("line, option", [
     ("launchlist-check --st", "--strict"),
     ("launchlist-check --json --st", "--strict"),
+    ("launcher-status --w", "--watch"),
+    ("launcher-stop --l", "--leftovers"),
     ("launchlog-report --fo", "--follow"),
     ("tamlin-launcher --a", "--anyway"),
 ])
@@ -79,6 +89,8 @@ def test_fish_completes_options(line, option):
 @pytest.mark.parametrize("line, files", [
     ("launchlist-check ", ["list.json", "lists/", "more lists/", "my list.json"]),
     ("launchlist-check --json m", ["more lists/", "my list.json"]),
+    ("launcher-status li", ["list.json", "lists/"]),
+    ("launcher-stop --leftovers m", ["more lists/", "my list.json"]),
     ("tamlin-launcher main li", ["list.json", "lists/"]),
 ])
 def test_fish_completes_lists_and_folders(line, files):

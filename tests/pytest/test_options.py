@@ -9,7 +9,8 @@ from shells import COMPLETIONS, complete_in_bash, complete_in_fish
 from support import ROOT
 
 
-@pytest.fixture(params=["launchlist-check", "launchlog-report", "tamlin-launcher"])
+@pytest.fixture(params=["launcher-status", "launcher-stop", "launchlist-check", "launchlog-report",
+                        "tamlin-launcher"])
 def name(request):
     return request.param
 

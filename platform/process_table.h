@@ -1,0 +1,58 @@
+// The system's processes, as they are at one moment.
+//
+//   std::optional<ProcessInfo> const shell = ReadProcess(getppid());
+//   shell->arguments          -> {"bash", "-i"}
+//
+// A process is a pair of id and start: the id alone may belong to another process later.
+
+#ifndef PLATFORM_PROCESS_TABLE_H
+#define PLATFORM_PROCESS_TABLE_H
+
+#include <sys/types.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+struct ProcessInfo {
+    pid_t id = 0;
+    // When it was forked, in a unit of the system's own. No two processes have the same
+    // id and the same start.
+    unsigned long long start = 0;
+    pid_t parent = 0;
+    pid_t group = 0;
+    pid_t session = 0;
+    uid_t user = 0;
+    // It has ended, and its parent has yet to reap it.
+    bool is_zombie = false;
+    // A signal or a debugger has suspended it.
+    bool is_stopped = false;
+    // False if it still runs the program of the process that forked it.
+    bool has_executed = false;
+    long threads = 0;
+    // When it was forked, in milliseconds since 1970.
+    long long start_time = 0;
+    // The CPU time that it has used, in milliseconds.
+    long long cpu_time = 0;
+    // The memory that it has resident, in bytes.
+    long long memory = 0;
+    // The file that it executes, even if that has another name or is removed by now;
+    // empty if the system does not tell.
+    std::string program;
+    // Empty if the system does not tell. A process may change its own.
+    std::vector<std::string> arguments;
+};
+
+// Returns all processes that the system shows to this user, zombies included, in no
+// order. It is empty if the system shows none. Processes that start or end meanwhile may
+// be there or not.
+std::vector<ProcessInfo> ReadProcesses();
+
+// Returns the process that has this id now; std::nullopt if there is none.
+std::optional<ProcessInfo> ReadProcess(pid_t id);
+
+// Returns the current directory of the process; an empty string if the system does not
+// tell.
+std::string DirectoryOf(pid_t id);
+
+#endif

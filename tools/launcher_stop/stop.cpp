@@ -1,0 +1,325 @@
+#include "tools/launcher_stop/stop.h"
+
+#include <poll.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdint>
+#include <cstring>
+#include <map>
+#include <optional>
+#include <set>
+#include <thread>
+#include <vector>
+
+#include "platform/process_handle.h"
+#include "tools/common/printable.h"
+#include "tools/running/watcher.h"
+
+namespace launcher_stop {
+
+namespace {
+
+using running::Family;
+using running::KeyOf;
+using running::ProcessKey;
+using running::Snapshot;
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+constexpr milliseconds kLookEvery(20);
+
+// A launcher that stops ends a program and a thread every 50 ms. Without either for this
+// long it makes no progress.
+constexpr milliseconds kNoProgress(1000);
+
+// A launcher without threads and children, which has not ended after this long, waits for
+// another SIGTERM.
+constexpr milliseconds kIdle(200);
+
+// A suspended process that has got SIGCONT runs on after this long at the most.
+constexpr milliseconds kLongestAwakening(1000);
+
+// A link of a chain forks the next 50 ms after the last one has ended. So only what is
+// not there for longer is gone.
+constexpr milliseconds kQuiet(120);
+
+// How much longer than its grace a watcher is waited for.
+constexpr milliseconds kMoreThanGrace(3000);
+
+// How long a process is waited for that SIGKILL has not ended.
+constexpr milliseconds kLongestDeath(10'000);
+
+// How many processes are named, and not only counted.
+constexpr std::size_t kMostNamed = 20;
+
+// Sends the signal to the process, and to no other that has its id by now. Returns false,
+// with errno, if it was not sent; ESRCH if the process has ended.
+bool SignalProcess(ProcessInfo const& process, int signal) {
+    ProcessHandle const handle(process.id);
+    if (!handle.IsOpen()) {
+        return false;
+    }
+    std::optional<ProcessInfo> const owner = ReadProcess(process.id);
+    if (!owner || KeyOf(*owner) != KeyOf(process)) {
+        errno = ESRCH;
+        return false;
+    }
+    return handle.Signal(signal);
+}
+
+std::string Describe(ProcessInfo const& process) {
+    std::string text = std::to_string(process.id) + ":";
+    for (std::string const& argument : process.arguments) {
+        text += " " + tools::Printable(argument);
+    }
+    return tools::CutToColumns(text, 100);
+}
+
+// The end of one launcher.
+class LauncherStop {
+  public:
+    LauncherStop(running::Launcher const& stopped, Family& its_family)
+        : launcher(stopped.process), handle(launcher.id), family(its_family) {}
+
+    // Ends the launcher. Returns how it ended, in words; an empty string if it cannot be
+    // ended.
+    std::string Stop() {
+        if (!IsStillThere()) {
+            return "had ended";
+        }
+        family.Follow(Snapshot::Take());
+        WakeUp();
+        if (handle.Signal(SIGTERM) && AwaitEnd()) {
+            return "ended after SIGTERM";
+        }
+        if (handle.Signal(SIGTERM) && AwaitEnd()) {
+            return "ended after a second SIGTERM: it was not waiting for the first";
+        }
+        if ((handle.Signal(SIGKILL) || errno == ESRCH) && AwaitDeath()) {
+            return "hung, and was ended by SIGKILL";
+        }
+        return "";
+    }
+
+  private:
+    // Returns false if the launcher ended before it could be held.
+    bool IsStillThere() const {
+        std::optional<ProcessInfo> const owner = ReadProcess(launcher.id);
+        return handle.IsOpen() && owner && KeyOf(*owner) == KeyOf(launcher) &&
+               !owner->is_zombie;
+    }
+
+    // SIGTERM waits until a suspended process runs on.
+    void WakeUp() const {
+        auto const deadline = steady_clock::now() + kLongestAwakening;
+        std::optional<ProcessInfo> process = ReadProcess(launcher.id);
+        while (process && process->is_stopped && steady_clock::now() < deadline) {
+            handle.Signal(SIGCONT);
+            std::this_thread::sleep_for(kLookEvery);
+            process = ReadProcess(launcher.id);
+        }
+    }
+
+    bool HasEndedIn(milliseconds time) const {
+        pollfd waited = {handle.Descriptor(), POLLIN, 0};
+        return poll(&waited, 1, static_cast<int>(time.count())) > 0 || handle.HasEnded();
+    }
+
+    // Waits for the end as long as there is progress: fewer threads, or fewer children.
+    bool AwaitEnd() {
+        auto last_progress = steady_clock::now();
+        std::size_t least = SIZE_MAX;
+        while (!HasEndedIn(kLookEvery)) {
+            Snapshot const snapshot = Snapshot::Take();
+            family.Follow(snapshot);
+            ProcessInfo const* const process = snapshot.Find(KeyOf(launcher));
+            if (process == nullptr) {
+                continue;
+            }
+            std::size_t const left = static_cast<std::size_t>(process->threads) +
+                                     snapshot.ChildrenOf(process->id).size();
+            if (left < least) {
+                least = left;
+                last_progress = steady_clock::now();
+            }
+            bool const is_idle = left == 1;
+            if (steady_clock::now() - last_progress > (is_idle ? kIdle : kNoProgress)) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    bool AwaitDeath() const {
+        auto const deadline = steady_clock::now() + kLongestDeath;
+        while (!HasEndedIn(kLookEvery)) {
+            if (steady_clock::now() > deadline) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    ProcessInfo const launcher;
+    ProcessHandle const handle;
+    Family& family;
+};
+
+// The end of what launchers have left.
+class FamilyEnd {
+  public:
+    FamilyEnd(Family& ended_family, Say const& speaker)
+        : family(ended_family), say(speaker), last_change(steady_clock::now()) {}
+
+    // Returns true if nothing is left.
+    bool End() {
+        auto last_seen = steady_clock::now();
+        while (steady_clock::now() - last_seen < kQuiet) {
+            Snapshot const snapshot = Snapshot::Take();
+            family.Follow(snapshot);
+            Processes const members = family.MembersIn(snapshot);
+            if (!members.empty()) {
+                last_seen = steady_clock::now();
+                if (!EndMembers(members, snapshot)) {
+                    SayWhatWasKilled();
+                    return false;
+                }
+            }
+            std::this_thread::sleep_for(kLookEvery);
+        }
+        SayWhatWasKilled();
+        SayWhoWasWaitedFor();
+        return true;
+    }
+
+  private:
+    using Processes = std::vector<ProcessInfo const*>;
+
+    // Kills the members that no watcher ends, parents before their children. Returns
+    // false, after a line for each, if they do not end by that.
+    bool EndMembers(Processes const& members, Snapshot const& snapshot) {
+        std::set<ProcessKey> const watched = FindWatched(members, snapshot);
+        Processes stubborn;
+        for (ProcessInfo const* const process : members) {
+            bool const is_watched = watched.count(KeyOf(*process)) != 0;
+            if (is_watched || Kill(*process)) {
+                last_change = steady_clock::now();
+            } else {
+                stubborn.push_back(process);
+            }
+        }
+        bool const are_all = stubborn.size() == members.size();
+        bool const are_forbidden =
+            are_all && std::all_of(stubborn.begin(), stubborn.end(),
+                                   [this](ProcessInfo const* process) {
+                                       return forbidden.count(KeyOf(*process)) != 0;
+                                   });
+        if (!are_forbidden && steady_clock::now() - last_change < kLongestDeath) {
+            return true;
+        }
+        for (ProcessInfo const* const process : stubborn) {
+            say("still there: " + Describe(*process) +
+                (forbidden.count(KeyOf(*process)) != 0 ? " (not permitted)" : ""));
+        }
+        return false;
+    }
+
+    // Returns the watchers that still have time, with all that they watch.
+    std::set<ProcessKey> FindWatched(Processes const& members, Snapshot const& snapshot) {
+        std::set<ProcessKey> watched;
+        for (ProcessInfo const* const process : members) {
+            if (!running::IsWatcher(*process) || !HasTime(*process)) {
+                continue;
+            }
+            watched.insert(KeyOf(*process));
+            for (ProcessInfo const* const below : snapshot.DescendantsOf(process->id)) {
+                watched.insert(KeyOf(*below));
+            }
+        }
+        return watched;
+    }
+
+    bool HasTime(ProcessInfo const& watcher) {
+        auto const now = steady_clock::now();
+        auto const time = running::GraceOf(watcher) + kMoreThanGrace;
+        return now < deadlines.try_emplace(KeyOf(watcher), now + time).first->second;
+    }
+
+    // Sends SIGKILL if that has not been done yet. Returns false if it changes nothing.
+    bool Kill(ProcessInfo const& process) {
+        if (killed.count(KeyOf(process)) != 0 || forbidden.count(KeyOf(process)) != 0) {
+            return false;
+        }
+        if (!SignalProcess(process, SIGKILL)) {
+            if (errno == EPERM) {
+                forbidden.insert(KeyOf(process));
+            }
+            return errno == ESRCH;
+        }
+        killed.insert(KeyOf(process));
+        if (running::IsFork(process)) {
+            ++forks;
+        } else {
+            programs.push_back(Describe(process));
+        }
+        return true;
+    }
+
+    void SayWhatWasKilled() const {
+        if (forks > 0) {
+            say("killed " + std::to_string(forks) + (forks == 1 ? " fork" : " forks") +
+                " of the launcher that executed no program");
+        }
+        for (std::size_t i = 0; i < std::min(programs.size(), kMostNamed); ++i) {
+            say("killed " + programs[i]);
+        }
+        if (programs.size() > kMostNamed) {
+            say("killed " + std::to_string(programs.size() - kMostNamed) + " more");
+        }
+    }
+
+    void SayWhoWasWaitedFor() const {
+        for (auto const& [watcher, deadline] : deadlines) {
+            if (killed.count(watcher) == 0) {
+                say("launch-with " + std::to_string(watcher.first) +
+                    " stopped its program");
+            }
+        }
+    }
+
+    Family& family;
+    Say const& say;
+    steady_clock::time_point last_change;
+    // When each watcher should have ended.
+    std::map<ProcessKey, steady_clock::time_point> deadlines;
+    std::set<ProcessKey> killed;
+    // Those that this user may not signal.
+    std::set<ProcessKey> forbidden;
+    std::size_t forks = 0;
+    std::vector<std::string> programs;
+};
+
+}  // namespace
+
+bool StopLauncher(running::LauncherWithItems const& launcher,
+                  std::vector<running::LauncherWithItems> const& others, Say const& say) {
+    Family family(launcher, others);
+    std::string const end = LauncherStop(launcher.launcher, family).Stop();
+    std::string const title = "launcher " + std::to_string(launcher.launcher.process.id) +
+                              " (" + tools::Printable(launcher.launcher.name) + ") ";
+    if (end.empty()) {
+        say(title + "does not end: " + std::strerror(errno));
+        return false;
+    }
+    say(title + end);
+    return EndFamily(family, say);
+}
+
+bool EndFamily(Family& family, Say const& say) {
+    return FamilyEnd(family, say).End();
+}
+
+}  // namespace launcher_stop

@@ -1,0 +1,33 @@
+// Stopping a launcher, and ending all that it started.
+
+#ifndef TOOLS_LAUNCHER_STOP_STOP_H
+#define TOOLS_LAUNCHER_STOP_STOP_H
+
+#include <functional>
+#include <string>
+
+#include "tools/running/family.h"
+
+namespace launcher_stop {
+
+// Takes a line about what was done.
+using Say = std::function<void(std::string const& line)>;
+
+// Stops the launcher, and then ends all that it started and that still runs. The steps,
+// each only if the one before was not enough:
+// - SIGCONT if it is suspended, then SIGTERM;
+// - a second SIGTERM, if it is idle after the first or makes no progress;
+// - SIGKILL, if it makes no progress then either;
+// - what is in the care of launch-with gets the time that launch-with gives it;
+// - SIGKILL to the rest, again and again until nothing is left.
+//
+// `others` are the launchers that run besides. Returns true if nothing is left.
+bool StopLauncher(running::LauncherWithItems const& launcher,
+                  std::vector<running::LauncherWithItems> const& others, Say const& say);
+
+// Ends the family, as after the end of its launcher. Returns true if nothing is left.
+bool EndFamily(running::Family& family, Say const& say);
+
+}  // namespace launcher_stop
+
+#endif

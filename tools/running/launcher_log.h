@@ -1,0 +1,47 @@
+// What the log of the user says about one launcher.
+
+#ifndef TOOLS_RUNNING_LAUNCHER_LOG_H
+#define TOOLS_RUNNING_LAUNCHER_LOG_H
+
+#include <map>
+#include <string>
+#include <unordered_map>
+
+#include "tools/launchlog_report/item_history.h"
+#include "tools/launchlog_report/logs.h"
+#include "tools/running/launcher.h"
+
+namespace running {
+
+class LauncherLog {
+  public:
+    // Reads the logs of the launcher's user. Lines of other launchers, and lines that are
+    // older than the process, are skipped. Lines without a process id count.
+    explicit LauncherLog(Launcher const& launcher);
+    LauncherLog(LauncherLog const&) = delete;
+    LauncherLog& operator=(LauncherLog const&) = delete;
+
+    // Reads what was written since the last call.
+    void ReadOn() { logs.ReadOn(); }
+
+    // Returns what the launcher logged about the item; null without a line.
+    launchlog_report::ItemHistory const* Find(std::string const& item) const;
+
+    // Returns the name of the item of which this process, a link of a chain, has logged a
+    // start; an empty string without such a line. It takes the level DEBUG.
+    std::string ItemOfLink(pid_t link) const;
+
+  private:
+    void Take(launchlog_report::LogEvent const& event);
+
+    std::string const process;
+    launchlog_report::Time const start;
+    std::map<std::string, launchlog_report::ItemHistory> histories;
+    // The items that processes logged a start of, by their ids.
+    std::unordered_map<std::string, std::string> starts;
+    launchlog_report::Logs logs;
+};
+
+}  // namespace running
+
+#endif
