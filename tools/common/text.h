@@ -20,7 +20,8 @@ inline bool IsDigits(std::string_view text) {
 
 // Returns true if `text` begins with `beginning`; every text begins with an empty one.
 inline bool BeginsWith(std::string_view text, std::string_view beginning) {
-    return text.substr(0, beginning.size()) == beginning;
+    return text.size() >= beginning.size() &&
+           std::equal(beginning.begin(), beginning.end(), text.begin());
 }
 
 }  // namespace tools

@@ -193,6 +193,16 @@ bool IsInFull(std::string_view word, char const* name) {
            (tools::BeginsWith(word, name) && word[std::strlen(name)] == '=');
 }
 
+// Returns the name of the option with this id; an empty text if there is none.
+char const* NameOf(int id) {
+    for (option const& it : kKnown) {
+        if (it.val == id && it.name != nullptr) {
+            return it.name;
+        }
+    }
+    return "";
+}
+
 // Checks what no single option can tell.
 bool CheckTogether(Options& options, Complaint& complaint) {
     if (options.tail != 0 && options.output == nullptr && options.error == nullptr) {
@@ -212,12 +222,14 @@ bool CheckTogether(Options& options, Complaint& complaint) {
 }  // namespace
 
 bool ReadOptions(int argc, char** argv, Options& options, Complaint& complaint) {
+    if (argc < 1) {
+        return CheckTogether(options, complaint);
+    }
     opterr = 0;
     optind = 0;  // starts anew, also after an earlier call
     while (true) {
-        char* const word = argc > 0 ? argv[optind == 0 ? 1 : optind] : nullptr;
-        int place = 0;
-        int const id = getopt_long(argc, argv, kShortOptions, kKnown, &place);
+        char* const word = argv[optind == 0 ? 1 : optind];
+        int const id = getopt_long(argc, argv, kShortOptions, kKnown, nullptr);
         if (id == kEnd) {
             options.command = optind < argc ? argv + optind : nullptr;
             return CheckTogether(options, complaint);
@@ -226,7 +238,7 @@ bool ReadOptions(int argc, char** argv, Options& options, Complaint& complaint) 
             options.help = true;
             return true;
         }
-        if (id == '?' || (id != ':' && !IsInFull(word, kKnown[place].name))) {
+        if (id == '?' || (id != ':' && !IsInFull(word, NameOf(id)))) {
             complaint = {word, "is no option"};
             return false;
         }
