@@ -1,21 +1,43 @@
 #include "harness/log_line.h"
 
-#include <regex>
+#include <sstream>
 
 #include "harness/files.h"
 
+namespace {
+
+bool IsOf(std::string const& text, char const* characters) {
+    return !text.empty() && text.find_first_not_of(characters) == std::string::npos;
+}
+
+// Returns true if the text is like "2026-01-31T23:59:59.007Z".
+bool IsTime(std::string text) {
+    for (char& character : text) {
+        if (character >= '0' && character <= '9') {
+            character = '0';
+        }
+    }
+    return text == "0000-00-00T00:00:00.000Z";
+}
+
+}  // namespace
+
 std::optional<LogLine> ParseLogLine(std::string const& line) {
-    static std::regex const head(
-        R"((\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z) ([A-Z]+) ([1-9]\d*) )",
-        std::regex::optimize);
-    // The message may be longer than std::regex can search.
-    std::string const begin = line.substr(0, 64);
-    std::smatch parts;
-    if (!std::regex_search(begin, parts, head, std::regex_constants::match_continuous)) {
+    std::istringstream in(line);
+    LogLine parts;
+    std::string process_id;
+    std::getline(in, parts.time, ' ');
+    std::getline(in, parts.level, ' ');
+    std::getline(in, process_id, ' ');
+    // A line that ends here has no blank after the process id.
+    if (!in.good() || !IsTime(parts.time) ||
+        !IsOf(parts.level, "ABCDEFGHIJKLMNOPQRSTUVWXYZ") ||
+        !IsOf(process_id, "0123456789") || process_id[0] == '0') {
         return std::nullopt;
     }
-    return LogLine{parts[1], parts[2], std::stoi(parts[3]),
-                   line.substr(static_cast<std::size_t>(parts.length()))};
+    parts.process_id = std::stoi(process_id);
+    parts.message = line.substr(static_cast<std::size_t>(in.tellg()));
+    return parts;
 }
 
 std::vector<LogLine> ReadLogLines(std::filesystem::path const& file) {

@@ -7,7 +7,6 @@
 #include <cstring>
 #include <map>
 #include <optional>
-#include <regex>
 #include <set>
 #include <sstream>
 
@@ -79,6 +78,10 @@ void CompareSets(std::string const& what, Expected<Thing> const& expected,
     }
 }
 
+std::string WithoutQuotes(std::string const& text) {
+    return text.front() == '"' ? text.substr(1, text.size() - 2) : text;
+}
+
 // The findings about one item.
 class ItemFindings {
   public:
@@ -96,14 +99,17 @@ class ItemFindings {
     // Returns how a finding says that the launcher reads the item's `part`, which is
     // written as in messages; std::nullopt if no finding says so.
     std::optional<std::string> ReadAs(std::string const& part) const {
-        static std::regex const form(
-            R"re((?:takes it as|at its zero character to|reads it as) "?([^"]*)"?$)re");
         for (Json::Value const& finding : findings) {
             std::string const message = finding["message"].asString();
-            std::smatch match;
-            if (message.rfind(part + " ", 0) == 0 &&
-                std::regex_search(message, match, form)) {
-                return match[1];
+            if (message.rfind(part + " ", 0) != 0) {
+                continue;
+            }
+            for (std::string const phrase :
+                 {"takes it as ", "at its zero character to ", "reads it as "}) {
+                std::size_t const at = message.find(phrase);
+                if (at != std::string::npos) {
+                    return WithoutQuotes(message.substr(at + phrase.size()));
+                }
             }
         }
         return std::nullopt;

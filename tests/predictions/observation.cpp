@@ -6,11 +6,12 @@
 #include <chrono>
 #include <csignal>
 #include <map>
-#include <regex>
+#include <optional>
 #include <sstream>
 #include <thread>
 
 #include "harness/files.h"
+#include "harness/log_line.h"
 #include "harness/proc.h"
 #include "harness/wait_for.h"
 #include "tests/support/launcher_fixture.h"
@@ -179,36 +180,54 @@ class Watch {
     int times_opening = 0;
 };
 
-// Reads the lines of the log: "TIME LEVEL PID [LAUNCHER  ] MESSAGE".
+// Returns what is between the two in `text`; std::nullopt if it does not begin and end
+// so.
+std::optional<std::string> Between(std::string const& begin, std::string const& end,
+                                   std::string const& text) {
+    std::size_t const around = begin.size() + end.size();
+    if (text.size() < around || text.rfind(begin, 0) != 0 ||
+        text.compare(text.size() - end.size(), end.size(), end) != 0) {
+        return std::nullopt;
+    }
+    return text.substr(begin.size(), text.size() - around);
+}
+
+// Notes "NAME PID is killed. ret = RET, status = STATUS", if the message is this.
+void NoteEnd(Observation& seen, std::string const& message) {
+    std::size_t const end = message.rfind(" is killed. ret = ");
+    std::size_t const status_begin = message.rfind(" status = ");
+    if (end == std::string::npos || status_begin == std::string::npos) {
+        return;
+    }
+    int const status = std::stoi(message.substr(status_begin + 10));
+    if (WIFSIGNALED(status)) {
+        std::string const name = message.substr(0, message.rfind(' ', end - 1));
+        (WTERMSIG(status) == SIGABRT ? seen.aborted_names : seen.killed_names)
+            .insert(name);
+    }
+}
+
 void ReadLog(Observation& seen, pid_t launcher) {
-    static std::regex const form(R"(\S+ \S+ (\d+) \[LAUNCHER  \] ([^]*))");
-    static std::regex const start("Start to fork ([^]*)");
-    static std::regex const end(
-        R"(([^]*) \d+ is killed\. ret = -?\d+, status = (-?\d+))");
-    static std::regex const empty("program path of ([^]*) is empty");
+    std::string const source = "[LAUNCHER  ] ";
     for (std::string const& line : Lines(seen.log)) {
-        std::smatch parts;
-        if (!std::regex_match(line, parts, form)) {
+        std::optional<LogLine> const parts = ParseLogLine(line);
+        if (!parts || parts->message.rfind(source, 0) != 0) {
             continue;
         }
-        bool const is_launcher = std::stoi(parts[1]) == launcher;
-        std::string const message = parts[2];
-        if (std::regex_match(message, parts, start)) {
+        bool const is_launcher = parts->process_id == launcher;
+        std::string const message = parts->message.substr(source.size());
+        if (auto const started = Between("Start to fork ", "", message)) {
             if (!is_launcher) {
-                seen.chain_names.insert(parts[1]);
+                seen.chain_names.insert(*started);
             }
         } else if (message.rfind("Failed to fork ", 0) == 0) {
             seen.given_up += is_launcher ? 1 : 0;
-        } else if (std::regex_match(message, parts, end)) {
-            int const status = std::stoi(parts[2]);
-            if (is_launcher && WIFSIGNALED(status)) {
-                (WTERMSIG(status) == SIGABRT ? seen.aborted_names : seen.killed_names)
-                    .insert(parts[1]);
-            }
-        } else if (std::regex_match(message, parts, empty)) {
-            seen.empty_names.insert(parts[1]);
+        } else if (auto const empty = Between("program path of ", " is empty", message)) {
+            seen.empty_names.insert(*empty);
         } else if (message == "There is an item has no name.") {
             ++seen.nameless;
+        } else if (is_launcher) {
+            NoteEnd(seen, message);
         }
     }
 }

@@ -5,7 +5,6 @@
 
 #include <climits>
 #include <new>
-#include <regex>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -14,6 +13,7 @@
 #include "common/strings/format.h"
 #include "common/strings/path_text.h"
 #include "common/strings/split.h"
+#include "tests/common/strings/separators.h"
 #include "tests/support/counted_malloc.h"
 
 namespace {
@@ -90,9 +90,9 @@ TEST(Memory, LackOfItWhileTextIsCutIsThrownAndNoPieceIsLost) {
     ExpectLackOfMemoryIsThrown([] { return split_delim(kText, ",", Same); });
     ExpectLackOfMemoryIsThrown([] { return split_delim(kWideText, L",", WideSame); });
     ExpectLackOfMemoryIsThrown(
-        [separator = std::regex(",")] { return split(kText, separator); });
+        [separator = Separator(",")] { return split(kText, separator); });
     ExpectLackOfMemoryIsThrown(
-        [separator = std::wregex(L",")] { return split(kWideText, separator); });
+        [separator = Separator(L",")] { return split(kWideText, separator); });
 }
 
 TEST(Memory, LackOfItWhileTextIsMadeIsThrown) {

@@ -7,21 +7,22 @@
 #include <stdexcept>
 #include <utility>
 
+#include "tests/common/strings/separators.h"
+
 namespace {
 
-using testing::ElementsAre;
-
-std::vector<std::string> SplitAt(std::string const& pattern, std::string const& text) {
-    return split(text, std::regex(pattern));
-}
-
-std::vector<std::wstring> SplitAt(std::wstring const& pattern, std::wstring const& text) {
-    return split(text, std::wregex(pattern));
-}
-
 using Pieces = std::vector<std::string>;
+using WidePieces = std::vector<std::wstring>;
 using Transform = std::function<std::string(std::string&)>;
 using WideTransform = std::function<std::wstring(std::wstring&)>;
+
+Pieces SplitAt(std::string const& pattern, std::string const& text) {
+    return split(text, Separator(pattern));
+}
+
+WidePieces SplitAt(std::wstring const& pattern, std::wstring const& text) {
+    return split(text, Separator(pattern));
+}
 
 std::string Same(std::string& piece) {
     return piece;
@@ -36,7 +37,7 @@ std::wstring Wide(std::string const& ascii) {
 }
 
 // Wide pieces of ASCII text, as narrow ones.
-Pieces Narrow(std::vector<std::wstring> const& pieces) {
+Pieces Narrow(WidePieces const& pieces) {
     Pieces narrow;
     for (std::wstring const& piece : pieces) {
         narrow.emplace_back(piece.begin(), piece.end());
@@ -66,10 +67,10 @@ Pieces CutAtText(std::string const& text, std::string const& delimiter) {
 
 TEST(Split, TheExamplesOfItsHeader) {
     auto const same = [](std::string& piece) { return piece; };
-    EXPECT_THAT(split("a//b/", std::regex("/")), ElementsAre("a", "", "b"));
-    EXPECT_THAT(split_delim("  a b ", " ", same), ElementsAre("a", "b"));
-    EXPECT_THAT(tokenize("a,", ',', same), ElementsAre("a"));
-    EXPECT_THAT(tokenize("a,", ",", same), ElementsAre("a", ""));
+    EXPECT_EQ(split("a//b/", Separator("/")), Pieces({"a", "", "b"}));
+    EXPECT_EQ(split_delim("  a b ", " ", same), Pieces({"a", "b"}));
+    EXPECT_EQ(tokenize("a,", ',', same), Pieces({"a"}));
+    EXPECT_EQ(tokenize("a,", ",", same), Pieces({"a", ""}));
     EXPECT_EQ(join({"a", "b", "c"}, ","), "a,b,c");
 }
 
@@ -99,96 +100,95 @@ TEST(Split, TheFourWaysOfCuttingDifferInTheEmptyPieces) {
 }
 
 TEST(Split, EveryMatchGivesThePieceBeforeItAndOnlyTheLastPieceIsDroppedIfEmpty) {
-    EXPECT_THAT(SplitAt("/", "/a/b"), ElementsAre("", "a", "b"));
-    EXPECT_THAT(SplitAt("/", "a/b/"), ElementsAre("a", "b"));
-    EXPECT_THAT(SplitAt("/", "a/b//"), ElementsAre("a", "b", ""));
-    EXPECT_THAT(SplitAt("/", "name"), ElementsAre("name"));
-    EXPECT_THAT(SplitAt("/", "//"), ElementsAre("", ""));
-    EXPECT_THAT(SplitAt("=", "k=a=b"), ElementsAre("k", "a", "b"));
-    EXPECT_THAT(SplitAt("=", "k="), ElementsAre("k"));
-    EXPECT_THAT(SplitAt("=", "k==x"), ElementsAre("k", "", "x"));
+    EXPECT_EQ(SplitAt("/", "/a/b"), Pieces({"", "a", "b"}));
+    EXPECT_EQ(SplitAt("/", "a/b/"), Pieces({"a", "b"}));
+    EXPECT_EQ(SplitAt("/", "a/b//"), Pieces({"a", "b", ""}));
+    EXPECT_EQ(SplitAt("/", "name"), Pieces({"name"}));
+    EXPECT_EQ(SplitAt("/", "//"), Pieces({"", ""}));
+    EXPECT_EQ(SplitAt("=", "k=a=b"), Pieces({"k", "a", "b"}));
+    EXPECT_EQ(SplitAt("=", "k="), Pieces({"k"}));
+    EXPECT_EQ(SplitAt("=", "k==x"), Pieces({"k", "", "x"}));
 }
 
 TEST(Split, AnExpressionThatMatchesTheEmptyTextCutsInFrontOfEveryCharacter) {
-    EXPECT_THAT(SplitAt("", "abc"), ElementsAre("", "a", "b", "c"));
-    EXPECT_THAT(SplitAt("", ""), ElementsAre(""));
-    EXPECT_THAT(SplitAt("b*", "abbc"), ElementsAre("", "a", "", "c"));
-    EXPECT_THAT(SplitAt(L"", L"abc"), ElementsAre(L"", L"a", L"b", L"c"));
+    EXPECT_EQ(SplitAt("", "abc"), Pieces({"", "a", "b", "c"}));
+    EXPECT_EQ(SplitAt("", ""), Pieces({""}));
+    EXPECT_EQ(SplitAt("b*", "abbc"), Pieces({"", "a", "", "c"}));
+    EXPECT_EQ(SplitAt(L"", L"abc"), WidePieces({L"", L"a", L"b", L"c"}));
 }
 
 TEST(Split, TheSeparatorIsAnExpressionOfTheCallersGrammar) {
-    EXPECT_THAT(SplitAt("[,;]+", "a,;b;c"), ElementsAre("a", "b", "c"));
-    EXPECT_THAT(split("aXbxc", std::regex("x", std::regex::icase)),
-                ElementsAre("a", "b", "c"));
-    EXPECT_THAT(split("a+b", std::regex("+", std::regex::basic)), ElementsAre("a", "b"));
+    EXPECT_EQ(SplitAt("[,;]+", "a,;b;c"), Pieces({"a", "b", "c"}));
+    EXPECT_EQ(split("aXbxc", Separator("x", std::regex::icase)), Pieces({"a", "b", "c"}));
+    EXPECT_EQ(split("a+b", Separator("+", std::regex::basic)), Pieces({"a", "b"}));
 }
 
 TEST(Split, AnExpressionFindsTheStartAndTheEndOfTheText) {
-    EXPECT_THAT(SplitAt("^a", "aba"), ElementsAre("", "ba"));
-    EXPECT_THAT(SplitAt("a$", "aba"), ElementsAre("ab"));
-    EXPECT_THAT(SplitAt(L"^a", L"aba"), ElementsAre(L"", L"ba"));
-    EXPECT_THAT(SplitAt(L"a$", L"aba"), ElementsAre(L"ab"));
+    EXPECT_EQ(SplitAt("^a", "aba"), Pieces({"", "ba"}));
+    EXPECT_EQ(SplitAt("a$", "aba"), Pieces({"ab"}));
+    EXPECT_EQ(SplitAt(L"^a", L"aba"), WidePieces({L"", L"ba"}));
+    EXPECT_EQ(SplitAt(L"a$", L"aba"), WidePieces({L"ab"}));
 }
 
 TEST(Split, TakesBytesAsTheyAre) {
     std::string const text("a\0b=\xC3\xA9", 6);
-    EXPECT_THAT(SplitAt("=", text),
-                ElementsAre(std::string("a\0b", 3), std::string("\xC3\xA9")));
+    EXPECT_EQ(SplitAt("=", text),
+              Pieces({std::string("a\0b", 3), std::string("\xC3\xA9")}));
 }
 
 TEST(Split, WideTextIsCutInTheSameWay) {
-    EXPECT_THAT(SplitAt(L"/", L"/a//b/"), ElementsAre(L"", L"a", L"", L"b"));
-    EXPECT_THAT(SplitAt(L"\u00E9", L"a\u00E9b\u00E9"), ElementsAre(L"a", L"b"));
+    EXPECT_EQ(SplitAt(L"/", L"/a//b/"), WidePieces({L"", L"a", L"", L"b"}));
+    EXPECT_EQ(SplitAt(L"\u00E9", L"a\u00E9b\u00E9"), WidePieces({L"a", L"b"}));
 }
 
 TEST(SplitDelim, ARunOfAnyOfTheDelimitersIsOneCutAndTheEndsGiveNoPiece) {
-    EXPECT_THAT(CutAtRuns("  a   b ", " "), ElementsAre("a", "b"));
-    EXPECT_THAT(CutAtRuns(",; a;,b;c", ";, "), ElementsAre("a", "b", "c"));
-    EXPECT_THAT(CutAtRuns("abc", " "), ElementsAre("abc"));
-    EXPECT_THAT(CutAtRuns(" abc", " "), ElementsAre("abc"));
-    EXPECT_THAT(CutAtRuns("a b", " "), ElementsAre("a", "b"));
+    EXPECT_EQ(CutAtRuns("  a   b ", " "), Pieces({"a", "b"}));
+    EXPECT_EQ(CutAtRuns(",; a;,b;c", ";, "), Pieces({"a", "b", "c"}));
+    EXPECT_EQ(CutAtRuns("abc", " "), Pieces({"abc"}));
+    EXPECT_EQ(CutAtRuns(" abc", " "), Pieces({"abc"}));
+    EXPECT_EQ(CutAtRuns("a b", " "), Pieces({"a", "b"}));
 }
 
 TEST(SplitDelim, TextOfDelimitersAloneAndEmptyTextHaveNoPiece) {
-    EXPECT_THAT(CutAtRuns("   ", " "), ElementsAre());
-    EXPECT_THAT(CutAtRuns("", ""), ElementsAre());
+    EXPECT_EQ(CutAtRuns("   ", " "), Pieces());
+    EXPECT_EQ(CutAtRuns("", ""), Pieces());
 }
 
 TEST(SplitDelim, WithoutDelimitersTheWholeTextIsOnePiece) {
-    EXPECT_THAT(CutAtRuns("a b", ""), ElementsAre("a b"));
-    EXPECT_THAT(CutAtRuns(" ", ""), ElementsAre(" "));
+    EXPECT_EQ(CutAtRuns("a b", ""), Pieces({"a b"}));
+    EXPECT_EQ(CutAtRuns(" ", ""), Pieces({" "}));
 }
 
 TEST(SplitDelim, DelimitersAreExactCharacters) {
-    EXPECT_THAT(CutAtRuns("axbXc", "x"), ElementsAre("a", "bXc"));
-    EXPECT_THAT(split_delim(std::string("a\0b", 3), std::string(1, '\0'), Same),
-                ElementsAre("a", "b"));
-    EXPECT_THAT(split_delim(L"a\u20ACb\u00ACc", L"\u20AC", WideSame),
-                ElementsAre(L"a", L"b\u00ACc"));
+    EXPECT_EQ(CutAtRuns("axbXc", "x"), Pieces({"a", "bXc"}));
+    EXPECT_EQ(split_delim(std::string("a\0b", 3), std::string(1, '\0'), Same),
+              Pieces({"a", "b"}));
+    EXPECT_EQ(split_delim(L"a\u20ACb\u00ACc", L"\u20AC", WideSame),
+              WidePieces({L"a", L"b\u00ACc"}));
 }
 
 TEST(Tokenize, ACharacterEndsAPieceAsItEndsALine) {
-    EXPECT_THAT(CutAtCharacter("a", ','), ElementsAre("a"));
-    EXPECT_THAT(CutAtCharacter("a,,", ','), ElementsAre("a", ""));
-    EXPECT_THAT(CutAtCharacter(",,", ','), ElementsAre("", ""));
-    EXPECT_THAT(CutAtCharacter("a\nb,c\n", ','), ElementsAre("a\nb", "c\n"));
-    EXPECT_THAT(CutAtCharacter("a b\n c", '\n'), ElementsAre("a b", " c"));
-    EXPECT_THAT(tokenize(std::string("a\0b,c", 5), '\0', Same), ElementsAre("a", "b,c"));
-    EXPECT_THAT(tokenize("\xFF\xE9\xFF", '\xE9', Same), ElementsAre("\xFF", "\xFF"));
-    EXPECT_THAT(tokenize(L"a\u20ACb\u00ACc", L'\u20AC', WideSame),
-                ElementsAre(L"a", L"b\u00ACc"));
+    EXPECT_EQ(CutAtCharacter("a", ','), Pieces({"a"}));
+    EXPECT_EQ(CutAtCharacter("a,,", ','), Pieces({"a", ""}));
+    EXPECT_EQ(CutAtCharacter(",,", ','), Pieces({"", ""}));
+    EXPECT_EQ(CutAtCharacter("a\nb,c\n", ','), Pieces({"a\nb", "c\n"}));
+    EXPECT_EQ(CutAtCharacter("a b\n c", '\n'), Pieces({"a b", " c"}));
+    EXPECT_EQ(tokenize(std::string("a\0b,c", 5), '\0', Same), Pieces({"a", "b,c"}));
+    EXPECT_EQ(tokenize("\xFF\xE9\xFF", '\xE9', Same), Pieces({"\xFF", "\xFF"}));
+    EXPECT_EQ(tokenize(L"a\u20ACb\u00ACc", L'\u20AC', WideSame),
+              WidePieces({L"a", L"b\u00ACc"}));
 }
 
 TEST(Tokenize, ATextIsADelimiterAsAWhole) {
-    EXPECT_THAT(CutAtText("a", ","), ElementsAre("a"));
-    EXPECT_THAT(CutAtText("a, b,c, ", ", "), ElementsAre("a", "b,c", ""));
-    EXPECT_THAT(CutAtText(", ", ", "), ElementsAre("", ""));
-    EXPECT_THAT(CutAtText("a", "abc"), ElementsAre("a"));
-    EXPECT_THAT(CutAtText("a---b", "--"), ElementsAre("a", "-b"));
-    EXPECT_THAT(CutAtText("axxxxb", "xx"), ElementsAre("a", "", "b"));
-    EXPECT_THAT(CutAtText("aXb", "x"), ElementsAre("aXb"));
-    EXPECT_THAT(tokenize(L"a\u20AC\u20ACb", L"\u20AC\u20AC", WideSame),
-                ElementsAre(L"a", L"b"));
+    EXPECT_EQ(CutAtText("a", ","), Pieces({"a"}));
+    EXPECT_EQ(CutAtText("a, b,c, ", ", "), Pieces({"a", "b,c", ""}));
+    EXPECT_EQ(CutAtText(", ", ", "), Pieces({"", ""}));
+    EXPECT_EQ(CutAtText("a", "abc"), Pieces({"a"}));
+    EXPECT_EQ(CutAtText("a---b", "--"), Pieces({"a", "-b"}));
+    EXPECT_EQ(CutAtText("axxxxb", "xx"), Pieces({"a", "", "b"}));
+    EXPECT_EQ(CutAtText("aXb", "x"), Pieces({"aXb"}));
+    EXPECT_EQ(tokenize(L"a\u20AC\u20ACb", L"\u20AC\u20AC", WideSame),
+              WidePieces({L"a", L"b"}));
 }
 
 // The three ways of cutting that take a transform, each on a text with the pieces "a",
@@ -207,20 +207,21 @@ TEST(Transform, IsCalledOnceForEachPieceInOrderAndItsResultIsKept) {
         seen.push_back(piece);
         return piece + std::to_string(seen.size());
     };
-    EXPECT_THAT(EachWay<std::string>("a,b,c", ",", number),
-                ElementsAre(ElementsAre("a1", "b2", "c3"), ElementsAre("a4", "b5", "c6"),
-                            ElementsAre("a7", "b8", "c9")));
-    EXPECT_THAT(seen, ElementsAre("a", "b", "c", "a", "b", "c", "a", "b", "c"));
+    EXPECT_THAT(
+        EachWay<std::string>("a,b,c", ",", number),
+        testing::ElementsAre(Pieces({"a1", "b2", "c3"}), Pieces({"a4", "b5", "c6"}),
+                             Pieces({"a7", "b8", "c9"})));
+    EXPECT_EQ(seen, Pieces({"a", "b", "c", "a", "b", "c", "a", "b", "c"}));
 
-    std::vector<std::wstring> wide_seen;
+    WidePieces wide_seen;
     WideTransform const wide_number = [&wide_seen](std::wstring& piece) {
         wide_seen.push_back(piece);
         return piece + std::to_wstring(wide_seen.size());
     };
-    EXPECT_THAT(
-        EachWay<std::wstring>(L"a,b,c", L",", wide_number),
-        ElementsAre(ElementsAre(L"a1", L"b2", L"c3"), ElementsAre(L"a4", L"b5", L"c6"),
-                    ElementsAre(L"a7", L"b8", L"c9")));
+    EXPECT_THAT(EachWay<std::wstring>(L"a,b,c", L",", wide_number),
+                testing::ElementsAre(WidePieces({L"a1", L"b2", L"c3"}),
+                                     WidePieces({L"a4", L"b5", L"c6"}),
+                                     WidePieces({L"a7", L"b8", L"c9"})));
 }
 
 TEST(Transform, KeepsWhatItRemembersFromPieceToPieceWithinACall) {
@@ -228,21 +229,21 @@ TEST(Transform, KeepsWhatItRemembersFromPieceToPieceWithinACall) {
         return piece + std::to_string(++seen);
     };
     EXPECT_THAT(EachWay<std::string>("a,b,c", ",", number),
-                testing::Each(ElementsAre("a1", "b2", "c3")));
+                testing::Each(Pieces({"a1", "b2", "c3"})));
     WideTransform const wide_number = [seen = 0](std::wstring& piece) mutable {
         return piece + std::to_wstring(++seen);
     };
     EXPECT_THAT(EachWay<std::wstring>(L"a,b,c", L",", wide_number),
-                testing::Each(ElementsAre(L"a1", L"b2", L"c3")));
+                testing::Each(WidePieces({L"a1", L"b2", L"c3"})));
 }
 
 TEST(Transform, AnEmptyResultIsKeptToo) {
     Transform const nothing = [](std::string&) { return std::string(); };
     EXPECT_THAT(EachWay<std::string>("a,b,c", ",", nothing),
-                testing::Each(ElementsAre("", "", "")));
+                testing::Each(Pieces({"", "", ""})));
     WideTransform const wide_nothing = [](std::wstring&) { return std::wstring(); };
     EXPECT_THAT(EachWay<std::wstring>(L"a,b,c", L",", wide_nothing),
-                testing::Each(ElementsAre(L"", L"", L"")));
+                testing::Each(WidePieces({L"", L"", L""})));
 }
 
 TEST(Transform, WhatItDoesToThePieceIsNotKept) {
@@ -252,10 +253,10 @@ TEST(Transform, WhatItDoesToThePieceIsNotKept) {
         return was;
     };
     EXPECT_THAT(EachWay<std::string>("a,b,c", ",", spoil),
-                testing::Each(ElementsAre("a", "b", "c")));
+                testing::Each(Pieces({"a", "b", "c"})));
     Transform const take = [](std::string& piece) { return std::move(piece); };
     EXPECT_THAT(EachWay<std::string>("a,b,c", ",", take),
-                testing::Each(ElementsAre("a", "b", "c")));
+                testing::Each(Pieces({"a", "b", "c"})));
 }
 
 TEST(Transform, AnEmptyOneThrowsAtTheFirstPieceAndNotWithoutOne) {
@@ -267,11 +268,11 @@ TEST(Transform, AnEmptyOneThrowsAtTheFirstPieceAndNotWithoutOne) {
     EXPECT_THROW(tokenize(L"a", L',', WideTransform()), std::bad_function_call);
     EXPECT_THROW(split_delim(L"a", L",", WideTransform()), std::bad_function_call);
 
-    EXPECT_THAT(split_delim("", ",", Transform()), ElementsAre());
-    EXPECT_THAT(split_delim(",", ",", Transform()), ElementsAre());
-    EXPECT_THAT(tokenize("", ',', Transform()), ElementsAre());
-    EXPECT_THAT(tokenize(L"", L',', WideTransform()), ElementsAre());
-    EXPECT_THAT(split_delim(L",", L",", WideTransform()), ElementsAre());
+    EXPECT_EQ(split_delim("", ",", Transform()), Pieces());
+    EXPECT_EQ(split_delim(",", ",", Transform()), Pieces());
+    EXPECT_EQ(tokenize("", ',', Transform()), Pieces());
+    EXPECT_EQ(tokenize(L"", L',', WideTransform()), WidePieces());
+    EXPECT_EQ(split_delim(L",", L",", WideTransform()), WidePieces());
 }
 
 TEST(Transform, WhatItThrowsStopsTheCutting) {

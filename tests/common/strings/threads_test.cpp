@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <regex>
 #include <string>
 #include <unordered_set>
 #include <vector>
@@ -15,6 +14,7 @@
 #include "common/strings/text.h"
 #include "common/strings/trim.h"
 #include "common/strings/wildcard.h"
+#include "tests/common/strings/separators.h"
 #include "tests/support/in_threads.h"
 
 namespace {
@@ -110,7 +110,7 @@ TEST(Threads, PathTexts) {
 
 TEST(Threads, Splitting) {
     using Pieces = std::vector<std::string>;
-    std::regex const comma(",");
+    std::regex const comma = Separator(",");
     EXPECT_EQ(CountWrongInThreads(kTimesOfSlowOnes,
                                   [&comma](std::size_t thread) {
                                       std::string const piece = Letters(thread);
@@ -127,7 +127,7 @@ TEST(Threads, Splitting) {
 
 TEST(Threads, SplittingOfWideText) {
     using Pieces = std::vector<std::wstring>;
-    std::wregex const comma(L",");
+    std::wregex const comma = Separator(L",");
     EXPECT_EQ(CountWrongInThreads(kTimesOfSlowOnes,
                                   [&comma](std::size_t thread) {
                                       std::wstring const piece = WideLetters(thread);
