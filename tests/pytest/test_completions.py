@@ -18,6 +18,7 @@ def folder(tmp_path, monkeypatch):
 @pytest.mark.parametrize("words, option", [
     (["launcher-status", "--j"], "--json"),
     (["launcher-stop", "--l"], "--leftovers"),
+    (["launch-with", "--ta"], "--tail"),
     (["launchlist-check", "--s"], "--strict"),
     (["launchlist-check", "--json", "--s"], "--strict"),
     (["launchlog-report", "--n"], "--now"),
@@ -54,6 +55,7 @@ def test_bash_completes_the_keys_of_sort():
 @pytest.mark.parametrize("line, option", [
     ("launcher-status --wa", "--watch"),
     ("launcher-stop --le", "--leftovers"),
+    ("launch-with --ta", "--tail"),
     ("launchlist-check --st", "--strict"),
     ("launchlog-report --fo", "--follow"),
     ("launchlog-report --sort per", "per-minute"),
@@ -79,6 +81,7 @@ def test_zsh_completes_lists_and_logs(line, file):
     ("launchlist-check --json --st", "--strict"),
     ("launcher-status --w", "--watch"),
     ("launcher-stop --l", "--leftovers"),
+    ("launch-with --ta", "--tail"),
     ("launchlog-report --fo", "--follow"),
     ("tamlin-launcher --a", "--anyway"),
 ])
@@ -106,3 +109,11 @@ def test_fish_completes_logs_but_no_time():
 
 def test_fish_completes_the_keys_of_sort():
     assert complete_in_fish("launchlog-report --sort la") == ["last-end"]
+
+
+def test_values_of_launch_with_are_completed():
+    assert complete_in_bash("launch-with", "--stop-signal", "US") == ["USR1", "USR2"]
+    assert complete_in_bash("launch-with", "--limit", "no") == ["nofile="]
+    assert complete_in_bash("launch-with", "--grace", "") == []
+    assert complete_in_fish("launch-with --stop-signal US") == ["USR1", "USR2"]
+    assert complete_in_fish("launch-with --grace ") == []

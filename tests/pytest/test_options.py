@@ -9,8 +9,8 @@ from shells import COMPLETIONS, complete_in_bash, complete_in_fish
 from support import ROOT
 
 
-@pytest.fixture(params=["launcher-status", "launcher-stop", "launchlist-check", "launchlog-report",
-                        "tamlin-launcher"])
+@pytest.fixture(params=["launch-with", "launcher-status", "launcher-stop", "launchlist-check",
+                        "launchlog-report", "tamlin-launcher"])
 def name(request):
     return request.param
 
@@ -62,7 +62,7 @@ def test_bash_completes_them(name, options):
 
 def test_zsh_completes_them(name, options):
     text = (COMPLETIONS / f"_{name}").read_text()
-    assert set(re.findall(r"[(){,'](--[a-z-]+)", text)) == options
+    assert set(re.findall(r"[(){,'*](--[a-z-]+)", text)) == options
 
 
 def test_fish_completes_them(name, options):

@@ -8,6 +8,7 @@
 #include "tools/common/printable.h"
 #include "tools/launchlist_check/argument_check.h"
 #include "tools/launchlist_check/item_report.h"
+#include "tools/launchlist_check/launch_with_check.h"
 #include "tools/launchlist_check/message.h"
 #include "tools/launchlist_check/near_miss.h"
 #include "tools/launchlist_check/read_values.h"
@@ -128,6 +129,9 @@ class ItemCheck {
                     kChain);
         } else if (arguments && programs != nullptr) {
             CheckExecution(program, *arguments);
+        }
+        if (arguments && IsLaunchWith(program)) {
+            result.lock = CheckLaunchWith(item, *arguments, programs, report);
         }
     }
 

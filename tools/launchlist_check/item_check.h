@@ -21,6 +21,9 @@ struct ItemResult {
     bool ends_walk = false;
     // It supervises the item, and its process then ends abnormally.
     bool aborts = false;
+    // What launch-with, as the item's program, holds and no second one can; empty if the
+    // program is another one.
+    std::string lock = {};
 };
 
 // Checks the item with the key `number` and adds what is found to `report`.

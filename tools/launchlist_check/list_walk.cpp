@@ -56,6 +56,27 @@ class ListWalk {
         }
         if (checked.name) {
             CheckName(number, *checked.name, item);
+            CheckLock(number, *checked.name, checked.lock, item);
+        }
+    }
+
+    // Of two items that need the same lock of launch-with, one never runs.
+    void CheckLock(std::string const& number, std::string const& name,
+                   std::string const& lock, Json::Value const& item) {
+        if (lock.empty()) {
+            return;
+        }
+        auto const [earlier, is_new] = locks.emplace(lock, number);
+        if (!is_new) {
+            report.Add(
+                Severity::Error, "launch-with-lock",
+                ListReport::ValueOffset(item["args"]),
+                "launch-with starts one program at a time for the same command line "
+                "or --lock, and item " +
+                    Quote(earlier->second) +
+                    " has the same: one of them waits for ever; --lock gives each "
+                    "a name of its own",
+                {number, name});
         }
     }
 
@@ -127,6 +148,8 @@ class ListWalk {
     WalkResult result;
     // The last item of each name.
     std::unordered_map<std::string, std::string> names;
+    // The first item that needs each lock of launch-with.
+    std::unordered_map<std::string, std::string> locks;
     // The item at which the launcher ends its walk; empty until then.
     std::string ends_at;
     Subject first_without_process;

@@ -135,7 +135,7 @@ ProgramVerdict ProgramCheck::Ask(std::string const& path, std::vector<std::strin
     pointers.push_back(nullptr);
     struct stat status = {};
     if (stat(path.c_str(), &status) != 0) {
-        return {End::Refused, std::strerror(errno)};
+        return {End::Refused, std::strerror(errno), errno};
     }
     ExecTrial const trial = TryExec(path.c_str(), pointers.data());
     switch (trial.answer) {
@@ -144,7 +144,8 @@ ProgramVerdict ProgramCheck::Ask(std::string const& path, std::vector<std::strin
         case ExecTrial::Answer::Refused:
             return trial.error == E2BIG
                        ? TooLong(size)
-                       : ProgramVerdict{End::Refused, WhyRefused(path, trial.error)};
+                       : ProgramVerdict{End::Refused, WhyRefused(path, trial.error),
+                                        trial.error};
         case ExecTrial::Answer::Killed:
             return {End::Killed, "signal " + std::to_string(trial.error)};
         case ExecTrial::Answer::NotAsked:

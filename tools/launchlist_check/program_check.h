@@ -27,6 +27,8 @@ struct ProgramVerdict {
     };
     End end = End::Executed;
     std::string reason = {};
+    // The error number with which the system refuses the program.
+    int error = 0;
 };
 
 // How much room arguments take: their number, their bytes with a zero after each, and

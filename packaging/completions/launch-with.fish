@@ -1,0 +1,16 @@
+# Completion of launch-with for fish.
+
+complete -c launch-with -l at-most-every -x -d 'pass on an end no sooner than this after the start'
+complete -c launch-with -l grace -x -d 'what the program gets to end before SIGKILL'
+complete -c launch-with -l stop-signal -x -a 'HUP INT QUIT TERM USR1 USR2' -d 'the signal that asks it to end'
+complete -c launch-with -l lock -x -d 'only one at a time has this name'
+complete -c launch-with -l output -r -F -d 'append output and errors to this file'
+complete -c launch-with -l error -r -F -d 'append errors to this file'
+complete -c launch-with -l tail -x -d 'write only the last lines, after a bad end'
+complete -c launch-with -l directory -x -a '(__fish_complete_directories)' -d 'start the program in this directory'
+complete -c launch-with -l environment -x -d 'set a variable'
+complete -c launch-with -l umask -x -d 'set the file mode mask'
+complete -c launch-with -l limit -x -a 'as= core= cpu= data= fsize= memlock= nofile= nproc= stack=' -d 'set a limit'
+complete -c launch-with -l nice -x -d 'set the niceness'
+complete -c launch-with -s h -l help -d 'print a short help'
+complete -c launch-with -l version -d 'print the version'
