@@ -7,7 +7,6 @@
 #include <chrono>
 #include <csignal>
 #include <cstdint>
-#include <cstring>
 #include <map>
 #include <optional>
 #include <set>
@@ -87,30 +86,32 @@ class LauncherStop {
     // Ends the launcher. Returns how it ended, in words; an empty string if it cannot be
     // ended.
     std::string Stop() {
-        if (!IsStillThere()) {
+        if (HasEndedBefore()) {
             return "had ended";
+        }
+        if (!handle.IsOpen()) {
+            return "";
         }
         family.Follow(Snapshot::Take());
         WakeUp();
-        if (handle.Signal(SIGTERM) && AwaitEnd()) {
+        if (Send(SIGTERM) && AwaitEnd()) {
             return "ended after SIGTERM";
         }
-        if (handle.Signal(SIGTERM) && AwaitEnd()) {
-            return "ended after a second SIGTERM: it was not waiting for the first";
+        if (Send(SIGTERM) && AwaitEnd()) {
+            return "ended after a second SIGTERM";
         }
-        if ((handle.Signal(SIGKILL) || errno == ESRCH) && AwaitDeath()) {
-            return "hung, and was ended by SIGKILL";
-        }
-        return "";
+        return Send(SIGKILL) && AwaitDeath() ? "hung, and was ended by SIGKILL" : "";
     }
 
   private:
-    // Returns false if the launcher ended before it could be held.
-    bool IsStillThere() const {
+    // Returns true if the launcher ended before it could be held.
+    bool HasEndedBefore() const {
         std::optional<ProcessInfo> const owner = ReadProcess(launcher.id);
-        return handle.IsOpen() && owner && KeyOf(*owner) == KeyOf(launcher) &&
-               !owner->is_zombie;
+        return !owner || KeyOf(*owner) != KeyOf(launcher) || owner->is_zombie;
     }
+
+    // Returns false if the signal was not permitted.
+    bool Send(int signal) const { return handle.Signal(signal) || errno == ESRCH; }
 
     // SIGTERM waits until a suspended process runs on.
     void WakeUp() const {
@@ -311,7 +312,7 @@ bool StopLauncher(running::LauncherWithItems const& launcher,
     std::string const title = "launcher " + std::to_string(launcher.launcher.process.id) +
                               " (" + tools::Printable(launcher.launcher.name) + ") ";
     if (end.empty()) {
-        say(title + "does not end: " + std::strerror(errno));
+        say(title + "could not be ended");
         return false;
     }
     say(title + end);

@@ -37,8 +37,9 @@ bool HasLeader(std::set<ProcessKey> const& leaders, pid_t id, Snapshot const& sn
 
 bool Executes(ProcessInfo const& process, LaunchItems const& list) {
     return std::any_of(
-        list.items.begin(), list.items.end(),
-        [&process](LaunchItem const& item) { return ExecutesItem(process, item); });
+        list.items.begin(), list.items.end(), [&process](LaunchItem const& item) {
+            return ExecutesItem(process, item) || ReplacesItselfBy(item, process);
+        });
 }
 
 // A watcher has executed nothing since its fork, but its arguments are the partner's.

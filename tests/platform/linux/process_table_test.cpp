@@ -1,0 +1,105 @@
+#include "platform/process_table.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+
+#include "harness/files.h"
+#include "harness/proc.h"
+#include "harness/process.h"
+#include "harness/wait_for.h"
+
+namespace {
+
+using testing::ElementsAre;
+
+long long Now() {
+    return std::chrono::duration_cast<std::chrono::milliseconds>(
+               std::chrono::system_clock::now().time_since_epoch())
+        .count();
+}
+
+// Waits until the process has executed its program.
+void WaitUntilExecuted(pid_t pid) {
+    ASSERT_TRUE(WaitFor([pid] { return ReadProcess(pid)->has_executed; }));
+}
+
+TEST(ReadProcess, TellsWhatAProcessIs) {
+    long long const before = Now();
+    Process const program({"/bin/sleep", "1000"});
+    WaitUntilExecuted(program.Pid());
+    ProcessInfo const process = *ReadProcess(program.Pid());
+    EXPECT_EQ(process.id, program.Pid());
+    EXPECT_EQ(process.parent, getpid());
+    EXPECT_EQ(process.group, program.Pid());
+    EXPECT_EQ(process.session, program.Pid());
+    EXPECT_EQ(process.user, getuid());
+    EXPECT_EQ(process.threads, 1);
+    EXPECT_THAT(process.arguments, ElementsAre("/bin/sleep", "1000"));
+    EXPECT_EQ(process.program, std::filesystem::canonical("/bin/sleep"));
+    EXPECT_GE(process.start_time, before - 20);
+    EXPECT_LE(process.start_time, Now() + 20);
+    EXPECT_GT(process.memory, 0);
+    EXPECT_FALSE(process.is_zombie || process.is_stopped);
+}
+
+TEST(ReadProcess, TellsAForkFromWhatExecutes) {
+    Process const fork([] { return pause(); });
+    EXPECT_FALSE(ReadProcess(fork.Pid())->has_executed);
+    EXPECT_TRUE(ReadProcess(getpid())->has_executed);
+}
+
+TEST(ReadProcess, TellsTheStateAndTheCpuTime) {
+    Process const busy([] {
+        for (;;) {
+            getppid();
+        }
+        return 0;
+    });
+    EXPECT_TRUE(WaitFor([&busy] { return ReadProcess(busy.Pid())->cpu_time >= 30; }));
+    busy.Signal(SIGSTOP);
+    EXPECT_TRUE(WaitFor([&busy] { return ReadProcess(busy.Pid())->is_stopped; }));
+    busy.Signal(SIGKILL);
+    EXPECT_TRUE(WaitFor([&busy] { return ReadProcess(busy.Pid())->is_zombie; }));
+}
+
+TEST(ReadProcess, ReadsEmptyArgumentsAndNamesWithParenthesesAndRemovedFiles) {
+    TempDirectory const folder;
+    std::filesystem::path const program = folder.Path() / "a) S 1 (b";
+    std::filesystem::copy("/bin/sh", program);
+    std::string const text = "kill -STOP $$";
+    Process const process({program, "-c", text, "", ""});
+    ASSERT_TRUE(WaitFor([&process] { return ReadProcess(process.Pid())->is_stopped; }));
+    std::filesystem::remove(program);
+    ProcessInfo const info = *ReadProcess(process.Pid());
+    EXPECT_EQ(info.parent, getpid());
+    EXPECT_EQ(info.program, program);
+    EXPECT_THAT(info.arguments, ElementsAre(program.string(), "-c", text, "", ""));
+}
+
+TEST(ReadProcess, HasNothingForAnIdThatIsFree) {
+    EXPECT_FALSE(ReadProcess(4194303).has_value());
+}
+
+TEST(ReadProcesses, HasThisProcessOnceAndTheFirst) {
+    std::vector<ProcessInfo> const all = ReadProcesses();
+    auto const count = [&all](pid_t id) {
+        return std::count_if(all.begin(), all.end(),
+                             [id](ProcessInfo const& it) { return it.id == id; });
+    };
+    EXPECT_EQ(count(getpid()), 1);
+    EXPECT_EQ(count(1), 1);
+    EXPECT_EQ(count(0), 0);
+}
+
+TEST(DirectoryOf, IsTheCurrentDirectory) {
+    EXPECT_EQ(DirectoryOf(getpid()), std::filesystem::current_path());
+    EXPECT_EQ(DirectoryOf(4194303), "");
+}
+
+}  // namespace
