@@ -80,8 +80,11 @@ std::string Describe(ProcessInfo const& process) {
 // The end of one launcher.
 class LauncherStop {
   public:
-    LauncherStop(running::Launcher const& stopped, Family& its_family)
-        : launcher(stopped.process), handle(launcher.id), family(its_family) {}
+    LauncherStop(running::LauncherWithItems const& stopped, Family& its_family)
+        : launcher(stopped.launcher.process),
+          items(stopped.list.items.size()),
+          handle(launcher.id),
+          family(its_family) {}
 
     // Ends the launcher. Returns how it ended, in words; an empty string if it cannot be
     // ended.
@@ -92,15 +95,20 @@ class LauncherStop {
         if (!handle.IsOpen()) {
             return "";
         }
-        family.Follow(Snapshot::Take());
         WakeUp();
+        if (!AwaitForks()) {
+            return Kill() ? "was ended by SIGKILL: an item has no thread, perhaps after a "
+                            "failed fork, and after SIGTERM all processes of the user "
+                            "might have been killed"
+                          : "";
+        }
         if (Send(SIGTERM) && AwaitEnd()) {
             return "ended after SIGTERM";
         }
         if (Send(SIGTERM) && AwaitEnd()) {
             return "ended after a second SIGTERM";
         }
-        return Send(SIGKILL) && AwaitDeath() ? "hung, and was ended by SIGKILL" : "";
+        return Kill() ? "hung, and was ended by SIGKILL" : "";
     }
 
   private:
@@ -128,6 +136,32 @@ class LauncherStop {
         pollfd waited = {handle.Descriptor(), POLLIN, 0};
         return poll(&waited, 1, static_cast<int>(time.count())) > 0 || handle.HasEnded();
     }
+
+    // Waits until the launcher has forked for each item: before that, SIGTERM may end all
+    // processes of its group. Returns false if it does not come so far. It has a thread
+    // for each item then, unless a fork failed; SIGTERM would now end all processes of
+    // the user.
+    bool AwaitForks() {
+        auto last_progress = steady_clock::now();
+        std::size_t most_threads = 0;
+        do {
+            Snapshot const snapshot = Snapshot::Take();
+            family.Follow(snapshot);
+            ProcessInfo const* const process = snapshot.Find(KeyOf(launcher));
+            if (process == nullptr || snapshot.ChildrenOf(launcher.id).size() >= items) {
+                return true;
+            }
+            auto const threads = static_cast<std::size_t>(process->threads);
+            if (threads > most_threads) {
+                most_threads = threads;
+                last_progress = steady_clock::now();
+            }
+        } while (!HasEndedIn(kLookEvery) &&
+                 steady_clock::now() - last_progress < kNoProgress);
+        return handle.HasEnded() || most_threads > items;
+    }
+
+    bool Kill() const { return Send(SIGKILL) && AwaitDeath(); }
 
     // Waits for the end as long as there is progress: fewer threads, or fewer children.
     bool AwaitEnd() {
@@ -165,6 +199,7 @@ class LauncherStop {
     }
 
     ProcessInfo const launcher;
+    std::size_t const items;
     ProcessHandle const handle;
     Family& family;
 };
@@ -308,7 +343,7 @@ class FamilyEnd {
 bool StopLauncher(running::LauncherWithItems const& launcher,
                   std::vector<running::LauncherWithItems> const& others, Say const& say) {
     Family family(launcher, others);
-    std::string const end = LauncherStop(launcher.launcher, family).Stop();
+    std::string const end = LauncherStop(launcher, family).Stop();
     std::string const title = "launcher " + std::to_string(launcher.launcher.process.id) +
                               " (" + tools::Printable(launcher.launcher.name) + ") ";
     if (end.empty()) {
