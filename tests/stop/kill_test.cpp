@@ -24,16 +24,12 @@
 #include "harness/proc.h"
 #include "harness/wait_for.h"
 #include "tests/predictions/random.h"
+#include "tests/stop/families.h"
 #include "tests/support/launcher_fixture.h"
 
 namespace {
 
 using std::chrono::microseconds;
-
-unsigned long NumberFromEnvironment(char const* name, unsigned long fallback) {
-    char const* const text = std::getenv(name);
-    return text != nullptr ? std::strtoul(text, nullptr, 10) : fallback;
-}
 
 // The four processes of an item, from parent to child.
 enum Member : std::size_t { kLauncher, kPartner, kWatcher, kProgram, kMembers };
@@ -89,20 +85,6 @@ Family FamilyOf(pid_t launcher) {
     children >> family[kWatcher];
     family[kProgram] = ChildOf(family[kWatcher], family[kWatcher]);
     return family;
-}
-
-// Returns the processes that have `text` in their command lines.
-std::vector<pid_t> ProcessesWith(std::string const& text) {
-    std::vector<pid_t> processes = AllProcesses();
-    processes.erase(
-        std::remove_if(processes.begin(), processes.end(),
-                       [&text](pid_t pid) {
-                           std::string const line =
-                               ReadFile("/proc/" + std::to_string(pid) + "/cmdline");
-                           return IsGone(pid) || line.find(text) == std::string::npos;
-                       }),
-        processes.end());
-    return processes;
 }
 
 // What is done in one trial.
@@ -263,18 +245,12 @@ class Trial {
         })) << Left();
     }
 
-    void StartLauncher() { launchers.push_back(std::make_unique<Process>(arguments)); }
-
-    std::string Left() const {
-        std::ostringstream text;
-        for (pid_t const pid : ProcessesWith(tag)) {
-            std::string line = ReadFile("/proc/" + std::to_string(pid) + "/cmdline");
-            std::replace(line.begin(), line.end(), '\0', ' ');
-            text << "\n  " << pid << " of " << ParentOf(pid) << " " << StateOf(pid) << " "
-                 << line;
-        }
-        return text.str();
+    void StartLauncher() {
+        launchers.push_back(std::make_unique<Process>(
+            arguments, [this] { setenv("TEST_PROGRAM_MARKER", tag.c_str(), 1); }));
     }
+
+    std::string Left() const { return DescribeProcesses(ProcessesWith(tag)); }
 
     Plan const plan;
     std::vector<std::string> const arguments;

@@ -1,0 +1,37 @@
+#include "tests/stop/families.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <sstream>
+
+#include "harness/files.h"
+#include "harness/proc.h"
+
+std::vector<pid_t> ProcessesWith(std::string const& text) {
+    std::vector<pid_t> processes = AllProcesses();
+    processes.erase(std::remove_if(processes.begin(), processes.end(),
+                                   [&text](pid_t pid) {
+                                       std::string const environment = ReadFile(
+                                           "/proc/" + std::to_string(pid) + "/environ");
+                                       return IsGone(pid) ||
+                                              environment.find(text) == std::string::npos;
+                                   }),
+                    processes.end());
+    return processes;
+}
+
+std::string DescribeProcesses(std::vector<pid_t> const& processes) {
+    std::ostringstream text;
+    for (pid_t const pid : processes) {
+        std::string line = ReadFile("/proc/" + std::to_string(pid) + "/cmdline");
+        std::replace(line.begin(), line.end(), '\0', ' ');
+        text << "\n  " << pid << " of " << ParentOf(pid) << " " << StateOf(pid) << " "
+             << line;
+    }
+    return text.str();
+}
+
+unsigned long NumberFromEnvironment(char const* name, unsigned long fallback) {
+    char const* const text = std::getenv(name);
+    return text != nullptr ? std::strtoul(text, nullptr, 10) : fallback;
+}
