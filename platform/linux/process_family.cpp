@@ -15,76 +15,107 @@
 
 namespace {
 
-// Room for the path of a file of a thread, and for the texts that are read here.
-constexpr std::size_t kRoom = 512;
+// Nothing here allocates memory: what is out of memory must end too.
 
-// Reads the beginning of a file as text. Returns false if it cannot be read.
-bool ReadText(char const* path, char (&text)[kRoom]) {
-    int const file = open(path, O_RDONLY | O_CLOEXEC);
-    if (file < 0) {
-        return false;
+// Room for the path of a file of a thread.
+constexpr std::size_t kPathRoom = 64;
+
+// How many generations below one process are looked at. Those below them are reached once
+// their ancestors have ended, so that stack and descriptors are enough.
+constexpr int kGenerations = 100;
+
+// Closes a descriptor at the end of its scope.
+class File {
+  public:
+    File(char const* path, int flags) : descriptor(open(path, flags | O_CLOEXEC)) {}
+    ~File() {
+        if (descriptor >= 0) {
+            close(descriptor);
+        }
     }
-    ssize_t const count = read(file, text, kRoom - 1);
-    close(file);
-    text[count > 0 ? count : 0] = '\0';
-    return count > 0;
-}
+    File(File const&) = delete;
+    File& operator=(File const&) = delete;
+
+    int Descriptor() const { return descriptor; }
+
+  private:
+    int const descriptor;
+};
 
 // Returns the parent of a process, 0 if it is gone.
 pid_t ParentOf(pid_t pid) {
-    char path[kRoom];
-    char text[kRoom];
+    char path[kPathRoom];
     std::snprintf(path, sizeof path, "/proc/%d/stat", pid);
+    File const file(path, O_RDONLY);
+    char text[512];
+    ssize_t const count = read(file.Descriptor(), text, sizeof text - 1);
+    text[count > 0 ? count : 0] = '\0';
     // "PID (NAME) STATE PARENT ...", and the name may hold anything.
-    char const* const name_end = ReadText(path, text) ? std::strrchr(text, ')') : nullptr;
+    char const* const name_end = std::strrchr(text, ')');
     return name_end != nullptr && std::strlen(name_end) > 4 ? std::atoi(name_end + 4) : 0;
 }
 
-void SignalChildren(pid_t parent, int signal, pid_t group);
+// What is sent, and where in the family.
+struct Order {
+    int signal;
+    pid_t spared_group;
+    int generations;
+};
+
+void SignalChildren(pid_t parent, Order order);
 
 // Signals a process that had the id `pid` and the parent `parent`, if it has them still,
 // and its descendants.
-void SignalTree(pid_t pid, pid_t parent, int signal, pid_t group) {
+void SignalTree(pid_t pid, pid_t parent, Order order) {
     ProcessHandle const process(pid);
     pid_t const parent_now = ParentOf(pid);
     if (!process.IsOpen() || (parent_now != parent && parent_now != getpid())) {
         return;
     }
-    SignalChildren(pid, signal, group);
-    if (getpgid(pid) != group) {
-        process.Signal(signal);
+    if (order.generations > 0) {
+        SignalChildren(pid, {order.signal, order.spared_group, order.generations - 1});
+    }
+    if (getpgid(pid) != order.spared_group) {
+        process.Signal(order.signal);
     }
 }
 
 // Calls SignalTree for the children of one thread. The file names them, each with a blank
 // after it.
-void SignalChildrenOfThread(pid_t parent, char const* thread, int signal, pid_t group) {
-    char path[kRoom];
+void SignalChildrenOfThread(pid_t parent, char const* thread, Order order) {
+    char path[kPathRoom];
     std::snprintf(path, sizeof path, "/proc/%d/task/%.16s/children", parent, thread);
-    std::FILE* const file = std::fopen(path, "re");
-    if (file == nullptr) {
-        return;
-    }
+    File const file(path, O_RDONLY);
+    char text[256];
+    ssize_t count = 0;
     pid_t child = 0;
-    while (std::fscanf(file, "%d", &child) == 1) {
-        SignalTree(child, parent, signal, group);
-    }
-    std::fclose(file);
-}
-
-void SignalChildren(pid_t parent, int signal, pid_t group) {
-    char path[kRoom];
-    std::snprintf(path, sizeof path, "/proc/%d/task", parent);
-    DIR* const threads = opendir(path);
-    if (threads == nullptr) {
-        return;
-    }
-    while (dirent const* const entry = readdir(threads)) {
-        if (entry->d_name[0] != '.') {
-            SignalChildrenOfThread(parent, entry->d_name, signal, group);
+    while ((count = read(file.Descriptor(), text, sizeof text)) > 0) {
+        for (ssize_t i = 0; i < count; ++i) {
+            if (text[i] != ' ') {
+                child = child * 10 + (text[i] - '0');
+                continue;
+            }
+            SignalTree(child, parent, order);
+            child = 0;
         }
     }
-    closedir(threads);
+}
+
+void SignalChildren(pid_t parent, Order order) {
+    char path[kPathRoom];
+    std::snprintf(path, sizeof path, "/proc/%d/task", parent);
+    File const threads(path, O_RDONLY | O_DIRECTORY);
+    alignas(dirent64) char entries[512];
+    ssize_t count = 0;
+    while ((count = getdents64(threads.Descriptor(), entries, sizeof entries)) > 0) {
+        for (ssize_t at = 0; at < count;) {
+            auto const* const entry = reinterpret_cast<dirent64 const*>(entries + at);
+            if (entry->d_name[0] != '.') {
+                SignalChildrenOfThread(parent, entry->d_name, order);
+            }
+            at += entry->d_reclen;
+        }
+    }
 }
 
 }  // namespace
@@ -116,5 +147,5 @@ void PreventCoreDump() noexcept {
 }
 
 void SignalDescendants(int signal, pid_t group) noexcept {
-    SignalChildren(getpid(), signal, group);
+    SignalChildren(getpid(), {signal, group, kGenerations});
 }

@@ -240,7 +240,9 @@ void Watch(int argc, char** argv, Options const& options, int partner,
     setsid();
     BlockSignals();
     AdoptOrphans();
-    Watcher watcher(options, partner, launcher);
+    // Not on the stack, which then fits into what every process has from its start: a
+    // watcher that gets no more memory can still end the program.
+    static Watcher watcher(options, partner, launcher);
     int const status = watcher.Run(argc, argv);
     watcher.Tell({Report::Kind::Ended, 0, status});
     _exit(0);

@@ -1,0 +1,185 @@
+// launch-with and launcher-stop on a system that has no more processes, memory or disk,
+// and whose clocks jump.
+
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <thread>
+
+#include "harness/proc.h"
+#include "harness/wait_for.h"
+#include "tests/stop/families.h"
+#include "tests/support/disk.h"
+#include "tests/support/limited_launcher.h"
+#include "tests/support/limited_user.h"
+#include "tests/support/run_program.h"
+#include "tests/support/sanitizers.h"
+
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+constexpr char kNone[] = R"({"name": "none", "program": "/nonexistent"})";
+
+class StopFault : public LauncherTest {
+  protected:
+    // Returns launch-with's command line for a deaf program with a deaf child in another
+    // session.
+    std::vector<std::string> FamilyCommand(std::string const& grace) const {
+        return {LAUNCH_WITH,  "--grace", grace,     "--",
+                LONE_PROGRAM, "family",  Reports(), "family"};
+    }
+
+    std::string Reports() const { return directory.Path() / "reports"; }
+
+    // Returns the processes that execute the lone program.
+    static std::vector<pid_t> LonePrograms() {
+        std::vector<pid_t> programs;
+        for (pid_t const pid : AllProcesses()) {
+            if (!IsGone(pid) && ProgramOf(pid) == LONE_PROGRAM) {
+                programs.push_back(pid);
+            }
+        }
+        return programs;
+    }
+
+    bool AwaitFamily() const {
+        return WaitFor([this] { return Lines(ReadFile(Reports())).size() == 2; });
+    }
+};
+
+// Gives a process no more memory than it has.
+void FreezeMemory(pid_t process) {
+    auto const size = static_cast<rlim_t>(ProcNumber(process, "status", "VmSize")) * 1024;
+    rlimit const limit = {size, RLIM_INFINITY};
+    prlimit(process, RLIMIT_AS, &limit, nullptr);
+}
+
+TEST_F(StopFault, WithoutMemoryLaunchWithEndsAllThatItsProgramStarted) {
+    if (UNDER_ASAN || UNDER_TSAN) {
+        GTEST_SKIP() << "a sanitizer needs memory itself";
+    }
+    for (bool const is_watcher_killed : {false, true}) {
+        std::filesystem::remove(Reports());
+        Process const partner(FamilyCommand("0.1"));
+        ASSERT_TRUE(AwaitFamily());
+        pid_t const watcher = ParentOf(std::stoi(ReadFile(Reports())));
+        FreezeMemory(partner.Pid());
+        FreezeMemory(watcher);
+        kill(is_watcher_killed ? watcher : partner.Pid(), SIGKILL);
+        EXPECT_TRUE(WaitFor([] { return LonePrograms().empty(); }))
+            << "the watcher is killed: " << is_watcher_killed;
+    }
+}
+
+TEST_F(StopFault, WithoutMemoryTheStopCanBeRepeated) {
+    if (UNDER_ASAN || UNDER_TSAN) {
+        GTEST_SKIP() << "a sanitizer needs memory itself";
+    }
+    Process const bystander({TEST_PROGRAM, "bystander"});
+    int stops = 0;
+    for (rlim_t size = 2 << 20; size < 12 << 20; size += 512 << 10) {
+        Start(ListText({Item("a"), Item("b")}));
+        ASSERT_TRUE(WaitUntilMainWaits());
+        std::string end = RunProgram({LAUNCHER_STOP, list_file}, "", [size] {
+                              rlimit const limit = {size, size};
+                              rlimit const none = {0, 0};
+                              setrlimit(RLIMIT_CORE, &none);
+                              setrlimit(RLIMIT_AS, &limit);
+                          }).end;
+        stops += end == "exit 0" ? 1 : 0;
+        if (end != "exit 0") {
+            end = RunProgram({LAUNCHER_STOP, list_file}).end;
+        }
+        if (end == "exit 1") {
+            end = RunProgram({LAUNCHER_STOP, "--leftovers", list_file}).end;
+        }
+        EXPECT_TRUE(end == "exit 0" || end == "exit 3") << end << " with " << size;
+        EXPECT_TRUE(launcher->HasEnded());
+        EXPECT_EQ(RunningPrograms().size(), 1U) << "only the bystander";
+    }
+    EXPECT_GT(stops, 0) << "no limit was enough";
+}
+
+TEST_F(StopFault, OnAFullDiskNothingIsLeft) {
+    Disk const disk(log_file.parent_path(), "size=64k");
+    while (std::ofstream(disk.Path() / "filler", std::ios::app)
+           << std::string(4096, 'x') << std::flush) {
+    }
+    std::string const lost = disk.Path() / "lost";
+    Start(ListText({Item("a"), RestlessItem("b"),
+                    ItemText("c", LAUNCH_WITH,
+                             {"--output", lost, "--", TEST_PROGRAM, "--hold", "c"})}));
+    ASSERT_TRUE(WaitFor([this] { return !Starts("c").empty(); }));
+    ProgramRun const stop =
+        RunProgram({"/bin/sh", "-c", "exec " LAUNCHER_STOP " >/dev/full"});
+    EXPECT_EQ(stop.end, "exit 0");
+    EXPECT_EQ(stop.errors, "");
+    EXPECT_THAT(RunningPrograms(), testing::IsEmpty());
+    EXPECT_TRUE(launcher->HasEnded());
+}
+
+using StopFaultNoTask = LimitedLauncherTest;
+
+TEST_F(StopFaultNoTask, AChainAtTheProcessLimitIsStoppedByTheSameUser) {
+    constexpr unsigned long kLimit = 30;
+    std::filesystem::path const stop_copy = directory.Path() / "launcher-stop";
+    std::filesystem::copy(LAUNCHER_STOP, stop_copy);
+    std::filesystem::path const go = directory.Path() / "go";
+    // It is there before the chain, as a shell is: later the user could not fork it.
+    Process stop({stop_copy, list_file}, [&go] {
+        BecomeLimitedUser(kLimit + SANITIZER_THREADS);
+        while (access(go.c_str(), F_OK) != 0) {
+            usleep(1000);
+        }
+    });
+    StartLimited(ListText({Item("steady"), kNone}), kLimit);
+    ASSERT_TRUE(
+        WaitFor([this] { return CountInLog("[LAUNCHER  ] Failed to fork none") >= 3; }));
+    EXPECT_GE(LinksAndPrograms().size(), kLimit - 6);
+    WriteFile(go, "");
+    EXPECT_EQ(stop.WaitForEnd(), "exit 0");
+    EXPECT_TRUE(launcher->HasEnded());
+    EXPECT_THAT(LinksAndPrograms(), testing::IsEmpty());
+}
+
+TEST_F(StopFault, PaceAndGraceDoNotDependOnTheTimeOfDay) {
+    auto const begin = steady_clock::now();
+    Process paced({LAUNCH_WITH_JUMPING, "--at-most-every", "0.3", "--", LONE_PROGRAM});
+    EXPECT_EQ(paced.WaitForEnd(), "exit 2");
+    EXPECT_GE(steady_clock::now() - begin, milliseconds(300));
+
+    std::vector<std::string> command = FamilyCommand("0.3");
+    command[0] = LAUNCH_WITH_JUMPING;
+    Process const deaf(command);
+    ASSERT_TRUE(AwaitFamily());
+    deaf.Signal(SIGTERM);
+    std::this_thread::sleep_for(milliseconds(150));
+    EXPECT_EQ(LonePrograms().size(), 2U) << "killed before the grace was over";
+    EXPECT_TRUE(WaitFor([] { return LonePrograms().empty(); }));
+}
+
+// In a time namespace the clocks are others, and so are the starts of all processes.
+TEST_F(StopFault, AStopWorksWithClocksThatDifferFromTheLaunchers) {
+    if (RunProgram({"/usr/bin/unshare", "--time", "/bin/true"}).end != "exit 0") {
+        GTEST_SKIP() << "no time namespaces here";
+    }
+    for (char const* const offset : {"1000000", "-100"}) {
+        Process const bystander({TEST_PROGRAM, "bystander"});
+        Start(ListText({RestlessItem("a"), Item("b"), Item("c")}));
+        ASSERT_TRUE(WaitUntilMainWaits());
+        ProgramRun const stop =
+            RunProgram({"/usr/bin/unshare", "--time", "--fork", "--boottime", offset,
+                        "--monotonic", offset, LAUNCHER_STOP, list_file});
+        EXPECT_EQ(stop.end, "exit 0") << stop.output << stop.errors;
+        EXPECT_TRUE(launcher->HasEnded());
+        EXPECT_EQ(RunningPrograms().size(), 1U) << "only the bystander";
+    }
+}
+
+}  // namespace
