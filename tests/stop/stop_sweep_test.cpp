@@ -4,10 +4,12 @@
 // tests/launcher/sigterm_sweep_test.cpp. Through launcher-stop it has one: nothing is
 // left, and nobody else is harmed.
 //
-// The number of stops for each list is STOPS (24 if it is not set).
+// The number of stops for each list is STOPS (16 if it is not set).
 
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <csignal>
@@ -32,7 +34,7 @@ using std::chrono::microseconds;
 constexpr microseconds kEarliest(-15'000);
 constexpr microseconds kLatest(100'000);
 
-// Makes a process in this process's group and session that stays.
+// Makes a process in the group and session of this process that stays.
 void AddNeighbour() {
     if (fork() == 0) {
         for (;;) {
@@ -110,42 +112,59 @@ class StopSweep : public LauncherTest {
         std::string const list = directory.Path() / (std::to_string(number) + ".json");
         std::filesystem::copy_file(list_file, list,
                                    std::filesystem::copy_options::overwrite_existing);
-        std::unique_ptr<Process> stopped;
+        std::unique_ptr<Process> shell;
         if (delay >= microseconds(0)) {
-            stopped = StartLauncher(list);
-            EXPECT_TRUE(Executes(*stopped));
+            shell = StartLauncher(list);
+            EXPECT_TRUE(WaitUntilItExecutes(*shell));
             std::this_thread::sleep_for(delay);
         }
         Process stop(
             {"/bin/sh", "-c", "exec " LAUNCHER_STOP " \"$0\" >\"$0.stop\" 2>&1", list},
             AddNeighbour);
-        if (stopped == nullptr) {
+        if (shell == nullptr) {
             std::this_thread::sleep_for(-delay);
-            stopped = StartLauncher(list);
+            shell = StartLauncher(list);
         }
         ProgramRun run = {stop.WaitForEnd(), ReadFile(list + ".stop"), ""};
-        EXPECT_EQ(SessionMembers(stop.Pid()).size(), 1U) << "the neighbour is gone";
+        EXPECT_EQ(SessionMembers(stop.Pid()).size(), 1U) << "its neighbour is gone";
         kill(-stop.Pid(), SIGKILL);
         bool const is_too_early = run.end == "exit 3" && delay < microseconds(0);
         if (is_too_early) {
-            EXPECT_TRUE(Executes(*stopped));
+            EXPECT_TRUE(WaitUntilItExecutes(*shell));
             run = RunProgram({LAUNCHER_STOP, list});
         }
         EXPECT_EQ(run.end, "exit 0") << run.output << run.errors;
         ExpectNothingLeft(list);
-        EXPECT_TRUE(stopped->HasEnded());
+        EXPECT_EQ(SessionMembers(shell->Pid()).size(), 2U)
+            << "shell or neighbour is gone";
+        kill(-shell->Pid(), SIGKILL);
         return (is_too_early ? "at the second try: " : "") + OutcomeIn(run.output);
     }
 
+    // Returns a process that has started a neighbour and the launcher in its own process
+    // group, as a shell without job control does.
     std::unique_ptr<Process> StartLauncher(std::string const& list) const {
-        return std::make_unique<Process>(
-            std::vector<std::string>{launcher_program, "test", list},
-            [&list] { setenv("TEST_PROGRAM_MARKER", list.c_str(), 1); });
+        return std::make_unique<Process>([&] {
+            AddNeighbour();
+            pid_t const child = fork();
+            if (child == 0) {
+                setenv("TEST_PROGRAM_MARKER", list.c_str(), 1);
+                execl(launcher_program.c_str(), launcher_program.c_str(), "test",
+                      list.c_str(), nullptr);
+                _exit(127);
+            }
+            waitpid(child, nullptr, 0);
+            return pause();
+        });
     }
 
-    // Waits until the process executes the launcher.
-    bool Executes(Process const& process) const {
-        return WaitFor([&] { return ProgramOf(process.Pid()) == launcher_program; });
+    bool WaitUntilItExecutes(Process const& shell) const {
+        return WaitFor([&] {
+            std::vector<pid_t> const members = SessionMembers(shell.Pid());
+            return std::any_of(members.begin(), members.end(), [this](pid_t pid) {
+                return ProgramOf(pid) == launcher_program;
+            });
+        });
     }
 
     // Ends what is left, so that it disturbs no other stop.
@@ -157,7 +176,7 @@ class StopSweep : public LauncherTest {
         }
     }
 
-    int const stops = static_cast<int>(NumberFromEnvironment("STOPS", 24));
+    int const stops = static_cast<int>(NumberFromEnvironment("STOPS", 16));
     std::unique_ptr<Process> namesake;
     std::atomic<int> next{0};
     std::mutex mutex;
