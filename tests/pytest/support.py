@@ -1,10 +1,12 @@
 """What the tests of this folder share: commands, waiting, processes and launch lists."""
 
 import contextlib
+import filecmp
 import json
 import os
 import pathlib
 import re
+import shutil
 import signal
 import subprocess
 import tempfile
@@ -187,3 +189,25 @@ def stop_launcher(command):
         with contextlib.suppress(AssertionError):
             return command.wait(2).code
     return fail("the launcher does not end", command.output)
+
+
+def npm_modules(source):
+    """Returns the folder of the modules that a folder's lock file names.
+
+    npm fetches them into a folder of build/, which appears whole or not at all.
+    """
+    folder = ROOT / "build" / source.name
+    lock = "package-lock.json"
+    if not (folder / lock).exists() or not filecmp.cmp(source / lock, folder / lock, False):
+        shutil.rmtree(folder, ignore_errors=True)
+        part = folder.with_suffix(".part")
+        shutil.rmtree(part, ignore_errors=True)
+        part.mkdir(parents=True)
+        for file in source.glob("package*.json"):
+            shutil.copy(file, part)
+        # It installs nothing whose checksum is not that in the lock file.
+        subprocess.run(["npm", "ci", "--prefix", part, "--cache", part / "cache",
+                        "--ignore-scripts", "--no-audit", "--no-fund"], check=True)
+        shutil.rmtree(part / "cache")
+        part.rename(folder)
+    return folder / "node_modules"

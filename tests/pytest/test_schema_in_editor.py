@@ -1,15 +1,13 @@
 """Tests the JSON Schema of launch lists with a strict validator, and in the JSON language
 service of an editor. npm fetches both into build/editor."""
 
-import filecmp
 import json
 import re
-import shutil
 import subprocess
 
 import pytest
 
-from support import ROOT
+from support import ROOT, npm_modules
 
 EDITOR = ROOT / "tests/pytest/editor"
 SCHEMA = ROOT / "packaging/launch-list.schema.json"
@@ -26,22 +24,7 @@ def with_schema(text):
 
 @pytest.fixture(scope="session")
 def modules():
-    """The folder of the modules, which appears whole or not at all."""
-    folder = ROOT / "build/editor"
-    lock = "package-lock.json"
-    if not (folder / lock).exists() or not filecmp.cmp(EDITOR / lock, folder / lock, False):
-        shutil.rmtree(folder, ignore_errors=True)
-        part = folder.with_suffix(".part")
-        shutil.rmtree(part, ignore_errors=True)
-        part.mkdir(parents=True)
-        for file in EDITOR.glob("package*.json"):
-            shutil.copy(file, part)
-        # It installs nothing whose checksum is not that in the lock file.
-        subprocess.run(["npm", "ci", "--prefix", part, "--cache", part / "cache",
-                        "--ignore-scripts", "--no-audit", "--no-fund"], check=True)
-        shutil.rmtree(part / "cache")
-        part.rename(folder)
-    return folder / "node_modules"
+    return npm_modules(EDITOR)
 
 
 @pytest.fixture

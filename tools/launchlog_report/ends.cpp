@@ -58,7 +58,8 @@ char const* CauseName(Cause cause) {
 }
 
 void Ends::Add(LogEvent const& event, std::size_t log) {
-    if (event.kind != LogEventKind::Start && event.kind != LogEventKind::End) {
+    if (event.kind != LogEventKind::Start && event.kind != LogEventKind::End &&
+        event.kind != LogEventKind::FailedFork) {
         return;
     }
     Run& run = runs[{log, event.process, event.name}];
@@ -66,11 +67,16 @@ void Ends::Add(LogEvent const& event, std::size_t log) {
         run.start = event.time;
         return;
     }
+    if (event.kind == LogEventKind::FailedFork) {
+        run.start.reset();
+        return;
+    }
     if (run.possible_stop) {
         take(*run.possible_stop);
         run.possible_stop.reset();
     }
-    ProgramRunEnd const end = MakeEnd(event, run.start, ++ends);
+    ProgramRunEnd end = MakeEnd(event, run.start, ++ends);
+    end.log = log;
     run.start.reset();
     if (event.time) {
         run.start = *event.time + kPause;
@@ -88,8 +94,20 @@ void Ends::Finish() {
             run.possible_stop->cause = Cause::Stop;
             take(*run.possible_stop);
             run.possible_stop.reset();
+            run.start.reset();
         }
     }
+}
+
+std::vector<OpenProgramRun> Ends::OpenRuns() const {
+    std::vector<OpenProgramRun> open_runs;
+    for (auto const& [key, run] : runs) {
+        auto const& [log, launcher, item] = key;
+        if (run.start) {
+            open_runs.push_back({item, log, launcher, *run.start});
+        }
+    }
+    return open_runs;
 }
 
 }  // namespace launchlog_report

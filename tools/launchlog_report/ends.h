@@ -14,6 +14,7 @@
 #include <string>
 #include <tuple>
 #include <utility>
+#include <vector>
 
 #include "tools/launchlog_report/log_line.h"
 #include "tools/launchlog_report/wait_status.h"
@@ -30,11 +31,14 @@ enum class Cause {
     Unknown,  // the launcher could not wait for it, or the status is not that of an end
 };
 
+constexpr std::size_t kCauses = 6;
+
 // Returns "exit_0", "exit_code", "signal", "core_dump", "stop" or "unknown".
 char const* CauseName(Cause cause);
 
 struct ProgramRunEnd {
     std::string item;
+    std::size_t log = 0;
     // The ids of the program's process and of the launcher's; empty if unknown.
     std::string process;
     std::string launcher;
@@ -46,6 +50,14 @@ struct ProgramRunEnd {
     std::optional<Time> uptime;
     // Counts all ends, in the order of their lines.
     long long number = 0;
+};
+
+// A run of a program that did not end in the log.
+struct OpenProgramRun {
+    std::string item;
+    std::size_t log;
+    std::string launcher;
+    Time start;
 };
 
 // Makes the ends from the lines of logs.
@@ -66,6 +78,10 @@ class Ends {
 
     // Passes on the ends that were stops.
     void Finish();
+
+    // Returns the runs whose starts are known, and that did not end. Call it after
+    // Finish.
+    std::vector<OpenProgramRun> OpenRuns() const;
 
   private:
     // The log, the launcher and the item.

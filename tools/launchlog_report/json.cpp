@@ -37,26 +37,6 @@ Json::Value ToValue(ProgramEnd const& end) {
     return value;
 }
 
-Json::Value ToValue(Row const& row) {
-    Json::Value value(Json::objectValue);
-    value["name"] = tools::ToUtf8(row.name);
-    value["ends"] = static_cast<Json::Int64>(row.ends);
-    value["restarts"] = static_cast<Json::Int64>(row.restarts);
-    value["restarts_per_minute"] = NumberOrNull(row.restarts_per_minute);
-    value["restarts_often"] = row.RestartsOften();
-    value["first_end"] = TimeOrNull(row.first_end);
-    value["last_end"] = TimeOrNull(row.last_end);
-    value["last_status"] = row.last_status ? ToValue(*row.last_status) : Json::Value();
-    value["last_status_text"] = DescribeLastStatus(row);
-    value["given_up"] = row.given_up;
-    value["no_program"] = row.no_program;
-    value["chain"] = row.chain;
-    value["chain_processes"] = NumberOrNull(row.chain_processes);
-    value["marked"] = row.IsMarked();
-    value["last_line"] = TimeOrNull(row.last_line);
-    return value;
-}
-
 Json::Value ToValue(LauncherLines const& lines) {
     Json::Value value(Json::objectValue);
     value["process_id"] = TextOrNull(lines.process);
@@ -77,6 +57,26 @@ Json::Value ToArray(std::vector<Value> const& values) {
 }
 
 }  // namespace
+
+Json::Value ToValue(Row const& row) {
+    Json::Value value(Json::objectValue);
+    value["name"] = tools::ToUtf8(row.name);
+    value["ends"] = static_cast<Json::Int64>(row.ends);
+    value["restarts"] = static_cast<Json::Int64>(row.restarts);
+    value["restarts_per_minute"] = NumberOrNull(row.restarts_per_minute);
+    value["restarts_often"] = row.RestartsOften();
+    value["first_end"] = TimeOrNull(row.first_end);
+    value["last_end"] = TimeOrNull(row.last_end);
+    value["last_status"] = row.last_status ? ToValue(*row.last_status) : Json::Value();
+    value["last_status_text"] = DescribeLastStatus(row);
+    value["given_up"] = row.given_up;
+    value["no_program"] = row.no_program;
+    value["chain"] = row.chain;
+    value["chain_processes"] = NumberOrNull(row.chain_processes);
+    value["marked"] = row.IsMarked();
+    value["last_line"] = TimeOrNull(row.last_line);
+    return value;
+}
 
 std::string ToJson(Report const& report) {
     Json::Value document(Json::objectValue);

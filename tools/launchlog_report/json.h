@@ -3,6 +3,8 @@
 #ifndef TOOLS_LAUNCHLOG_REPORT_JSON_H
 #define TOOLS_LAUNCHLOG_REPORT_JSON_H
 
+#include <json/forwards.h>
+
 #include <string>
 
 #include "tools/launchlog_report/ends.h"
@@ -12,6 +14,9 @@ namespace launchlog_report {
 
 // Returns the report as one JSON document on one line, in ASCII, with a line feed.
 std::string ToJson(Report const& report);
+
+// Returns an item of the document.
+Json::Value ToValue(Row const& row);
 
 // Returns an end as a JSON object on one line, in ASCII, with a line feed.
 std::string ToJson(ProgramRunEnd const& end);

@@ -28,8 +28,12 @@ bool IsOfRotation(std::string const& line) {
            line.find("]: logfile turned over") != std::string::npos;
 }
 
+std::string Shown(std::string const& path) {
+    return path == "-" ? "the standard input" : path;
+}
+
 std::string ProblemLine(std::string const& path, std::string const& problem) {
-    return (path == "-" ? "the standard input" : path) + ": " + problem;
+    return Shown(path) + ": " + problem;
 }
 
 }  // namespace
@@ -162,6 +166,14 @@ std::string Logs::LiveProblem(Log const& log) {
         return is_waited_for ? "" : log.live->Problem();
     }
     return log.counts.of_launchers > 0 ? "" : log.no_log;
+}
+
+std::vector<std::string> Logs::Paths() const {
+    std::vector<std::string> paths;
+    for (Log const& log : logs) {
+        paths.push_back(Shown(log.path));
+    }
+    return paths;
 }
 
 std::vector<std::string> Logs::Problems() const {

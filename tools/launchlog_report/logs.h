@@ -37,6 +37,9 @@ class Logs {
     // Passes on what was written to the logs since the last call.
     void ReadOn();
 
+    // Returns the paths of the logs, by their numbers.
+    std::vector<std::string> Paths() const;
+
     // Returns the number of lines that were too long. They are not passed on.
     long long CutLines() const { return cut_lines; }
 

@@ -17,9 +17,12 @@
 #include "tools/launchlog_report/logs.h"
 #include "tools/launchlog_report/options.h"
 #include "tools/launchlog_report/order.h"
+#include "tools/launchlog_report/output_file.h"
+#include "tools/launchlog_report/page.h"
 #include "tools/launchlog_report/summary.h"
 #include "tools/launchlog_report/table.h"
 #include "tools/launchlog_report/terminal.h"
+#include "tools/launchlog_report/timeline.h"
 
 // This program has no log of its own.
 ILog* logger = nullptr;
@@ -28,6 +31,8 @@ namespace launchlog_report {
 namespace {
 
 char const* const kProgram = "launchlog-report";
+// So many marks make a page of about 2 MB.
+constexpr std::size_t kMostMarks = 40'000;
 
 void Complain(std::string const& problem) {
     std::fprintf(stderr, "%s: %s\n", kProgram, tools::Printable(problem).c_str());
@@ -107,26 +112,55 @@ class EndList {
     std::vector<ProgramRunEnd> list;
 };
 
-// Prints what was asked for.
-void Print(Report const& report, EndList& ends, Options const& options,
-           bool is_unreadable) {
+// What is collected while the logs are read, for the form that was asked for.
+struct Collected {
+    explicit Collected(Options const& options)
+        : summary(CurrentTime(options), options.range),
+          ends(options.range),
+          timeline(options.range) {}
+
+    Summary summary;
+    EndList ends;
+    Timeline timeline;
+};
+
+// Writes the page to its file. Returns whether it could.
+bool WritePage(Report const& report, Timeline& timeline, Logs const& logs,
+               std::string const& file) {
+    timeline.Finish();
+    timeline.Limit(kMostMarks);
+    std::string const problem = ReplaceFile(file, ToPage(report, timeline, logs.Paths()));
+    if (!problem.empty()) {
+        Complain(file + ": " + problem);
+    }
+    return problem.empty();
+}
+
+// Prints or writes what was asked for. Returns whether it could.
+bool Output(Report const& report, Collected& collected, Logs const& logs,
+            Options const& options) {
+    if (!options.html.empty()) {
+        return WritePage(report, collected.timeline, logs, options.html);
+    }
     if (options.ends) {
-        ends.Print();
+        collected.ends.Print();
     } else if (options.json) {
         tools::Write(ToJson(report));
-    } else if (!is_unreadable) {
+    } else if (!IsUnreadable(report, logs)) {
         tools::Write(ToTable(report, {TerminalSize().columns, std::nullopt}));
     }
+    return tools::FinishOutput(kProgram);
 }
 
 // Reads the logs and prints the report. Returns the exit code.
 int ReportOn(std::vector<std::string> const& paths, Options const& options) {
-    Summary summary(CurrentTime(options), options.range);
-    EndList ends(options.range);
+    Collected collected(options);
     Logs logs([&](LogEvent const& event, std::size_t log) {
-        summary.Add(event, log);
+        collected.summary.Add(event, log);
         if (options.ends) {
-            ends.Add(event, log);
+            collected.ends.Add(event, log);
+        } else if (!options.html.empty()) {
+            collected.timeline.Add(event, log);
         }
     });
     logs.Read(paths, options.follow);
@@ -134,11 +168,11 @@ int ReportOn(std::vector<std::string> const& paths, Options const& options) {
         Complain(problem);
     }
     if (options.follow) {
-        return FollowLogs(options, summary, logs) && logs.Problems().empty() ? 0 : 1;
+        bool const is_shown = FollowLogs(options, collected.summary, logs);
+        return is_shown && logs.Problems().empty() ? 0 : 1;
     }
-    Report const report = MakeReport(options, summary, logs);
-    Print(report, ends, options, IsUnreadable(report, logs));
-    if (!tools::FinishOutput(kProgram)) {
+    Report const report = MakeReport(options, collected.summary, logs);
+    if (!Output(report, collected, logs, options)) {
         return 1;
     }
     int const code = logs.Problems().empty() ? 0 : 1;

@@ -20,6 +20,7 @@ themselves. Without a LOG it reads the user's own, ~/Library/Logs/*/voplog/launc
   --until TIME      count only what happened at this time or earlier
   --json            print one JSON document on one line instead of a table, for machines
   --ends            print each end as a JSON object on a line of its own
+  --html FILE       write a page for a browser, with a timeline of all programs
   --sort KEY        sort items by marked (the default of a table), name (the default of
                     JSON), restarts, per-minute, first-end or last-end
   --fail-if-marked  exit with 3 if an item is marked, for monitoring
@@ -38,6 +39,7 @@ Examples:
   launchlog-report
   launchlog-report --follow
   launchlog-report --now 2026-11-21T12:00:00Z old/launcher.log
+  launchlog-report --html report.html
   launchlog-report --since yesterday --until today
   launchlog-report --ends --since -2h | jq -r '[.time, .name, .status_text] | @tsv'
   launchlog-report --json | jq -r '.items[] | select(.restarts_often) | .name'
@@ -96,17 +98,22 @@ std::string ReadRange(Options& options) {
     return error;
 }
 
-// Returns why --follow cannot be combined with the rest, in words; an empty string if it
-// can.
+// Returns which options cannot be combined, in words; an empty string if all can.
 std::string FindConflict(Options const& options) {
+    if (options.line.Has("html") && options.html.empty()) {
+        return "--html needs a file";
+    }
+    if (options.line.Has("html") && (options.json || options.ends)) {
+        return "--html cannot be combined with --json or --ends";
+    }
     if (!options.follow) {
         return "";
     }
     if (std::count(options.logs.begin(), options.logs.end(), "-") > 0) {
         return "the standard input cannot be followed";
     }
-    if (options.ends || options.range.until) {
-        return "--ends and --until are for what has happened, not for --follow";
+    if (options.ends || options.range.until || options.line.Has("html")) {
+        return "--ends, --html and --until are for what has happened, not for --follow";
     }
     return options.fail_if_marked ? "--fail-if-marked is for one report, not for --follow"
                                   : "";
@@ -122,12 +129,14 @@ Options ReadOptions(int argc, char* const* argv) {
                                            {"until", true},
                                            {"json"},
                                            {"ends"},
+                                           {"html", true},
                                            {"sort", true},
                                            {"fail-if-marked"},
                                            {"now", true}});
     options.follow = options.line.Has("follow");
     options.json = options.line.Has("json");
     options.ends = options.line.Has("ends");
+    options.html = options.line.Has("html") ? options.line.options.at("html") : "";
     options.fail_if_marked = options.line.Has("fail-if-marked");
     options.logs = options.line.operands;
     std::string& error = options.line.error;

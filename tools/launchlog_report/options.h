@@ -21,6 +21,8 @@ struct Options {
     bool follow = false;
     bool json = false;
     bool ends = false;
+    // The file to write the page to; empty for no page.
+    std::string html;
     bool fail_if_marked = false;
     std::optional<SortKey> sort;
     // The time to use as the current one; std::nullopt for that of the clock.

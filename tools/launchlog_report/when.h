@@ -46,6 +46,8 @@ struct TimeRange {
         return !IsGiven() || (event.time && (!until || *event.time <= *until));
     }
 
+    bool IsNotBefore(Time time) const { return !since || time >= *since; }
+
     // Returns whether a time belongs to the range. Without a range, any does.
     bool Has(std::optional<Time> const& time) const {
         return !IsGiven() ||

@@ -210,6 +210,7 @@ TEST_F(LaunchlogReport, JsonHasNullForUnknownValues) {
 TEST_F(LaunchlogReport, CountsOnlyWhatBelongsToTheRange) {
     Append("launcher.log", Line("a", 768, 9) + Message("181", 9500, "Failed to fork b") +
                                Line("a", 0, 10) + Line("a", 9, 20) + Line("a", 256, 21) +
+                               Message("181", 22000, "Failed to fork c") +
                                "[LAUNCHER  ] a 7 is killed. ret = 7, status = 0\n");
     ProgramRun const run =
         Run({"--since=2026-11-21T11:59:10Z", "--until=2026-11-21T11:59:20Z", log});
@@ -258,6 +259,26 @@ TEST_F(LaunchlogReport, PrintsTheEndsOfTheRangeInTheirOrder) {
                 HasSubstr("\"cause\":\"stop\""));
 }
 
+TEST_F(LaunchlogReport, WritesAPageInsteadOfTheTable) {
+    Append("launcher.log", Line("</script><b>&", 768, 1) + Line("b", 0, 2));
+    std::string const page = directory.Path() / "page.html";
+    ProgramRun const run = Run({"--html", page, "--until", "2026-11-21T11:59:01Z", log});
+    EXPECT_EQ(run.output + run.errors + run.end, "exit 0");
+    std::string const text = ReadFile(page);
+    EXPECT_THAT(text, StartsWith("<!DOCTYPE html>\n"));
+    EXPECT_THAT(text,
+                HasSubstr("\"name\":\"\\u003c/script\\u003e\\u003cb\\u003e\\u0026\""));
+    EXPECT_THAT(text, testing::Not(HasSubstr("\"name\":\"b\"")));
+    EXPECT_THAT(text, testing::Not(HasSubstr("{{")));
+}
+
+TEST_F(LaunchlogReport, APageThatCannotBeWrittenIsAnError) {
+    Append("launcher.log", Line("a", 0));
+    ProgramRun const run = Run({"--html", "/dev/full", log});
+    EXPECT_EQ(run.errors, "launchlog-report: /dev/full: No space left on device\n");
+    EXPECT_EQ(run.end, "exit 1");
+}
+
 TEST_F(LaunchlogReport, ANameCannotForgeALine) {
     Append("launcher.log", Line("a\x1B[2J\rb\xFF", 0));
     EXPECT_THAT(Run({log}).output, HasSubstr("\n  a\\x1B[2J\\x0Db\\xFF "));
@@ -287,7 +308,9 @@ TEST_F(LaunchlogReport, AWrongCommandLineGivesTwo) {
         {{"--follow", "--fail-if-marked"},
          "--fail-if-marked is for one report, not for --follow"},
         {{"--follow", "--until", "now"},
-         "--ends and --until are for what has happened, not for --follow"},
+         "--ends, --html and --until are for what has happened, not for --follow"},
+        {{"--html", "a", "--json"}, "--html cannot be combined with --json or --ends"},
+        {{"--html="}, "--html needs a file"},
         {{"--since", "soon"},
          R"(--since takes a time like "2026-11-21 12:00", yesterday or "2 hours ago")"},
         {{"--since", "-1h", "--until", "-2h"}, "--since is later than --until"},

@@ -1,0 +1,143 @@
+// What a page draws: when programs ended, how, and when they ran, as far as the log
+// tells.
+//
+//   Timeline timeline(range);
+//   timeline.Add(event, 0);    // for each line of log number 0
+//   timeline.Finish();
+//   timeline.Limit(40000);
+//
+// The memory is bounded for each item, however many ends it has: ends that are close to
+// each other become one mark.
+
+#ifndef TOOLS_LAUNCHLOG_REPORT_TIMELINE_H
+#define TOOLS_LAUNCHLOG_REPORT_TIMELINE_H
+
+#include <array>
+#include <cstddef>
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tools/launchlog_report/ends.h"
+#include "tools/launchlog_report/log_line.h"
+#include "tools/launchlog_report/when.h"
+
+namespace launchlog_report {
+
+// How many ends have which cause, by the number of the cause.
+using CauseCounts = std::array<long long, kCauses>;
+
+// One end, or several that are close to each other.
+struct Mark {
+    // When the program started that ended first; std::nullopt if that is unknown.
+    std::optional<Time> start;
+    // The times of the first and of the last end.
+    Time first = 0;
+    Time last = 0;
+    CauseCounts causes = {};
+    // The process and the status of an end that is alone.
+    std::string process;
+    std::string status;
+
+    long long Ends() const;
+};
+
+// Marks in the order of their times.
+class Marks {
+  public:
+    // Adds an end. If there are too many marks, those that are close become one.
+    void Add(Mark const& end);
+
+    // Makes all ends within the same `span` of milliseconds one mark, and those that are
+    // added later.
+    void Merge(Time span);
+
+    // The span within which ends are one mark; 0 if each end is a mark of its own.
+    Time Span() const { return span; }
+    std::vector<Mark> const& List() const { return marks; }
+
+  private:
+    void MergeIntoLast(Mark const& mark);
+    bool IsCloseToLast(Mark const& mark) const;
+
+    Time span = 0;
+    std::vector<Mark> marks;
+};
+
+// A time during which a program ran, and did not end.
+struct OpenRun {
+    Time from;
+    Time to;
+};
+
+struct ItemTimeline {
+    // All ends of the range, those without a time too.
+    CauseCounts causes = {};
+    Marks marks;
+    std::vector<OpenRun> open_runs;
+};
+
+// What a log tells of the life of a launcher.
+struct LauncherLife {
+    std::size_t log = 0;
+    std::string process;
+    // Its first and its last line.
+    Time first = 0;
+    Time last = 0;
+    // It ended the last of its programs by SIGKILL.
+    bool is_stopped = false;
+};
+
+class Timeline {
+  public:
+    explicit Timeline(TimeRange const& covered);
+    Timeline(Timeline const&) = delete;
+    Timeline& operator=(Timeline const&) = delete;
+
+    // Takes a line. The lines of one log come in their order.
+    void Add(LogEvent const& event, std::size_t log);
+
+    // To be called once, after the last line.
+    void Finish();
+
+    // Leaves about `marks` marks at most, over all items.
+    void Limit(std::size_t marks);
+
+    // By the names of the items.
+    std::map<std::string, ItemTimeline> const& Items() const { return items; }
+    // Of the launchers that logged an end, or messages about themselves. If there are
+    // very many, those with the longest lives.
+    std::vector<LauncherLife> const& Launchers() const { return launchers; }
+    // The times of the first and of the last line of launchers in the range.
+    std::optional<Time> FirstLine() const { return first_line; }
+    std::optional<Time> LastLine() const { return last_line; }
+
+  private:
+    struct Life {
+        Time first;
+        Time last;
+        bool is_launcher = false;
+        std::optional<Time> last_stop;
+    };
+    using LifeKey = std::pair<std::size_t, std::string>;
+
+    void AddEnd(ProgramRunEnd const& end);
+    void AddOpenRun(OpenProgramRun const& run);
+    void AddLife(LogEvent const& event, std::size_t log);
+    void MakeLaunchers();
+    std::size_t CountMarks() const;
+
+    TimeRange range;
+    Ends ends;
+    std::map<std::string, ItemTimeline> items;
+    std::map<LifeKey, Life> lives;
+    std::vector<LauncherLife> launchers;
+    std::optional<Time> first_line;
+    std::optional<Time> last_line;
+};
+
+}  // namespace launchlog_report
+
+#endif
