@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <new>
 
 #include "platform/process_family.h"
 #include "platform/process_handle.h"
@@ -242,7 +243,8 @@ void Watch(int argc, char** argv, Options const& options, int partner,
     AdoptOrphans();
     // Not on the stack, which then fits into what every process has from its start: a
     // watcher that gets no more memory can still end the program.
-    static Watcher watcher(options, partner, launcher);
+    alignas(Watcher) static unsigned char room[sizeof(Watcher)];
+    Watcher& watcher = *new (room) Watcher(options, partner, launcher);
     int const status = watcher.Run(argc, argv);
     watcher.Tell({Report::Kind::Ended, 0, status});
     _exit(0);

@@ -64,6 +64,19 @@ TEST_F(LaunchWith, AnySignalToItEndsTheProgram) {
     EXPECT_EQ(Content("signals"), "TERM\nTERM\nTERM\nTERM\n");
 }
 
+TEST_F(LaunchWith, TheStopSignalReachesWhatHasLeftTheProgramsGroup) {
+    {
+        Process const launched(
+            CommandLine({"--grace", "1000"},
+                        "setsid sh -c \"" + std::string(kNotesSigterm) +
+                            "\" & trap '' TERM; wait; until [ -s signals ]; do sleep "
+                            "0.01; done"));
+        WaitForPid("pid");
+    }
+    EXPECT_TRUE(NothingIsLeft());
+    EXPECT_EQ(Content("signals"), "TERM\n");
+}
+
 TEST_F(LaunchWith, AfterTheGraceWhatIsDeafIsKilled) {
     auto start = Clock::now();
     {
