@@ -6,7 +6,7 @@ import shutil
 
 import pytest
 
-from support import ROOT, run
+from support import ROOT, Command, item, run, wait_until, write_list
 
 FAILURE = "[LAUNCHER  ] ticker 7 is killed. ret = 7, status = 768\n"
 
@@ -24,10 +24,11 @@ def folder(home, log, build, monkeypatch):
     generator = home / "bin/generate-list"
     generator.write_text("#!/bin/sh\ncat list.json\n")
     generator.chmod(0o755)
-    for name in ("launchlist-check", "launchlog-report"):
+    for name in ("launcher-status", "launcher-stop", "launchlist-check", "launchlog-report"):
         (home / "bin" / name).symlink_to(build / "tools" / name.replace("-", "_") / name)
     monkeypatch.setenv("PATH", f"{home / 'bin'}:{os.environ['PATH']}")
     monkeypatch.chdir(folder)
+    return folder
 
 
 def examples_of(tool):
@@ -47,3 +48,16 @@ def test_every_example_runs_as_shown(tool, folder):
         shell = run("timeout", "--foreground", "-s", "INT", 2,
                     "bash", "-c", f"set -o pipefail; {command}")
         assert shell.code in (0, 124), f"{command}\n{shell.output}"
+
+
+@pytest.mark.parametrize("tool", ["launcher-status", "launcher-stop"])
+def test_every_example_runs_while_a_launcher_does(tool, folder, build):
+    write_list(folder / "list.json", item("steady", "/bin/sleep", "1000"))
+    examples = examples_of(tool)
+    assert len(examples) >= 6
+    for command in examples:
+        with Command(build / "Tamlin.app/Contents/MacOS/launcher", "main", "list.json"):
+            wait_until(lambda: run("launcher-status", "list.json").code == 0)
+            shell = run("timeout", "--foreground", "-s", "INT", 2,
+                        "bash", "-c", f"set -o pipefail; {command}")
+            assert shell.code in (0, 124), f"{command}\n{shell.output}"
