@@ -48,6 +48,11 @@ using LauncherStatusTool = LauncherTest;
 
 TEST_F(LauncherStatusTool, ShowsTheProgramOfEachItemAndItsRestarts) {
     SetLogLevel("ERROR");
+    // A line of another launcher, and one that is older than this launcher.
+    WriteFile(log_file,
+              "2999-01-01T00:00:00.000Z ERROR 4 [LAUNCHER  ] b 5 is killed. ret = 5, "
+              "status = 0\n2001-01-01T00:00:00.000Z [LAUNCHER  ] b 5 is killed. ret = 5, "
+              "status = 0\n");
     Start(ListText({Item("a", {"--hold", "a"}), Item("b", {"--hold", "b"})}));
     pid_t const first = WaitForStarts(1, "a")[0].pid;
     kill(WaitForStarts(1, "b")[0].pid, SIGKILL);

@@ -69,10 +69,10 @@ TEST_F(FamilyTest, HasWhatDescendsFromTheLauncherAndKeepsItAfterTheLaunchersDeat
 }
 
 TEST_F(FamilyTest, DoesNotHaveAProcessThatHasTheIdOfAMemberLater) {
-    EXPECT_THAT(Members({MakeProcess(101, 100, {"/p"})}), ElementsAre(101));
-    ProcessInfo later = MakeProcess(101, 10, {"/p"});
+    EXPECT_THAT(Members({MakeProcess(101, 100, {"/p"}, 101)}), ElementsAre(101));
+    ProcessInfo later = MakeProcess(101, 10, {"/p"}, 101);
     later.start = 500;
-    ProcessInfo child = MakeProcess(102, 101, {"/p"});
+    ProcessInfo child = MakeProcess(102, 101, {"/p"}, 101);
     child.start = 501;
     EXPECT_THAT(Members({later, child}), IsEmpty());
 }

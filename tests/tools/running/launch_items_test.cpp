@@ -38,7 +38,11 @@ TEST(ReadLaunchItems, SaysWhatIsWrong) {
     EXPECT_EQ(Read("{").problem, "the list is not JSON");
     EXPECT_EQ(Read(R"({"0": {"name": {}}})").problem,
               "the list has values of wrong types");
-    EXPECT_EQ(Read(std::string("{}\0}", 4)).problem, "");
+    // The launcher reads no further than the first zero byte.
+    std::string cut = R"({"0": {"name": "a-b"}})";
+    EXPECT_EQ(Read(cut).problem, "");
+    cut[cut.find('-')] = '\0';
+    EXPECT_EQ(Read(cut).problem, "the list is not JSON");
 }
 
 TEST(ReadLaunchItems, GivesTheArgumentsThatTheLauncherGives) {
