@@ -98,20 +98,23 @@ TEST_F(LaunchWith, EndsTheProgramWhenTheLauncherIsKilled) {
 }
 
 TEST_F(LaunchWith, StartsNothingIfTheLauncherHasAlreadyEnded) {
-    Process launcher([this] {
-        // The child waits until this process, its parent, has ended.
-        Process const between([this] {
-            pid_t const parent = getppid();
-            WaitFor([parent] { return getppid() != parent; });
+    // The launcher's parent leads the session, and stays.
+    Process const shell([this] {
+        if (fork() == 0) {
+            pid_t const launcher = getpid();
+            if (fork() != 0) {
+                _exit(0);
+            }
+            WaitFor([launcher] { return getppid() != launcher; });
+            WriteFile(File("pid"), std::to_string(getpid()) + "\n");
             std::vector<std::string> line = CommandLine({}, "echo >started");
             std::vector<char*> const arguments = Pointers(line);
             return execv(arguments[0], arguments.data());
-        });
-        _exit(0);
-        return 0;
+        }
+        return pause();
     });
-    EXPECT_EQ(launcher.WaitForEnd(), "exit 0");
-    EXPECT_TRUE(NothingIsLeft());
+    pid_t const launched = WaitForPid("pid");
+    EXPECT_TRUE(WaitFor([launched] { return IsGone(launched); }));
     EXPECT_FALSE(std::filesystem::exists(File("started")));
 }
 
