@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "harness/launch_list.h"
+#include "harness/proc.h"
 
 namespace {
 
@@ -61,6 +62,10 @@ std::unique_ptr<Supervisor> Bench::Start(Kind kind, Stamps const& stamps,
             ItemText("program " + number, stamps.Programs() + "/" + number,
                      arguments == kTwoArguments ? two : std::vector<std::string>()));
     }
+    return StartLauncher(items);
+}
+
+std::unique_ptr<Supervisor> Bench::StartLauncher(std::vector<std::string> const& items) {
     std::string const file = home.Write("list.json", ListText(items));
     return std::make_unique<Supervisor>(
         std::vector<std::string>{BUNDLE "/MacOS/launcher", "bench", file});
@@ -165,6 +170,40 @@ void Bench::OneProgramRestarts(Kind kind) {
     Stamps stamps(1);
     auto const supervisor = Start(kind, stamps, kTwoArguments);
     MeasureRestarts(kind, *supervisor, stamps, extent.restarts, "One program that ends");
+}
+
+std::unique_ptr<Supervisor> Bench::StartWithLaunchWith(Stamps const& stamps) {
+    std::vector<std::string> items;
+    for (std::size_t i = 0; i < stamps.Count(); ++i) {
+        std::string const number = std::to_string(i);
+        items.push_back(ItemText("program " + number, LAUNCH_WITH,
+                                 {"--", stamps.Programs() + "/" + number}));
+    }
+    auto supervisor = StartLauncher(items);
+    checks.Expect(stamps.WaitUntilAllStarted(), "launch-with: not all have started");
+    return supervisor;
+}
+
+void Bench::LaunchWith(Kind kind) {
+    if (kind == kFloor) {
+        return;
+    }
+    std::string const table = "One program that ends, with launch-with";
+    {
+        // Of one alone, the code would count as private.
+        Stamps stamps(10);
+        stamps.SetStays(true);
+        auto const supervisor = StartWithLaunchWith(stamps);
+        pid_t const watcher = ParentOf(stamps.Pid(0));
+        Memory const memory = ReadMemoryOf(ParentOf(watcher));
+        Memory const of_watcher = ReadMemoryOf(watcher);
+        figures.Add(table, "private: launch-with", "KiB", kind, memory.own);
+        figures.Add(table, "private: its watcher", "KiB", kind, of_watcher.own);
+        figures.Add(table, "PSS: both, of ten", "KiB", kind, memory.pss + of_watcher.pss);
+    }
+    Stamps const stamps(1);
+    auto const supervisor = StartWithLaunchWith(stamps);
+    MeasureRestarts(kind, *supervisor, stamps, extent.restarts, table);
 }
 
 void Bench::TenIdlePrograms(Kind kind) {

@@ -64,6 +64,7 @@ class Bench {
 
     void OneProgramStartsAndStops(Kind kind);
     void OneProgramRestarts(Kind kind);
+    void LaunchWith(Kind kind);
     void TenIdlePrograms(Kind kind);
     void HundredIdlePrograms(Kind kind);
     void Few(Kind kind);
@@ -76,6 +77,12 @@ class Bench {
 
   private:
     enum Arguments { kNoArguments, kTwoArguments };
+
+    // Starts a launcher of these items.
+    std::unique_ptr<Supervisor> StartLauncher(std::vector<std::string> const& items);
+
+    // Starts a launcher of the programs, each with launch-with beside it.
+    std::unique_ptr<Supervisor> StartWithLaunchWith(Stamps const& stamps);
 
     // Starts a supervisor of the programs.
     std::unique_ptr<Supervisor> Start(Kind kind, Stamps const& stamps,

@@ -49,6 +49,7 @@ struct Scenario {
 Scenario const kScenarios[] = {
     {"starts", &Bench::OneProgramStartsAndStops, &Extent::starts},
     {"restarts", &Bench::OneProgramRestarts, &Extent::supervisors},
+    {"launch-with", &Bench::LaunchWith, &Extent::supervisors},
     {"ten", &Bench::TenIdlePrograms, nullptr},
     {"hundred", &Bench::HundredIdlePrograms, nullptr},
     {"few", &Bench::Few, nullptr},

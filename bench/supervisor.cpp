@@ -80,6 +80,18 @@ std::int64_t Now() {
     return now.tv_sec * kSecond + now.tv_nsec;
 }
 
+Memory ReadMemoryOf(pid_t process) {
+    auto const kib = [process](char const* key) {
+        return static_cast<double>(ProcNumber(process, "smaps_rollup", key));
+    };
+    Memory memory;
+    memory.pss = kib("Pss");
+    memory.rss = kib("Rss");
+    memory.own = kib("Private_Clean") + kib("Private_Dirty");
+    memory.mappings = CountMappings(process);
+    return memory;
+}
+
 Stamps::Stamps(std::size_t item_count) : count(item_count) {
     std::string const file = directory.Write(STAMPS_FILE, "");
     std::size_t const size = count * sizeof(StampSlot);
@@ -199,18 +211,6 @@ double Supervisor::Cpu() const {
     }
     return static_cast<double>(time.tv_sec) * 1e6 +
            static_cast<double>(time.tv_nsec) / 1e3;
-}
-
-Memory Supervisor::ReadMemory() const {
-    auto const kib = [this](char const* key) {
-        return static_cast<double>(ProcNumber(process.Pid(), "smaps_rollup", key));
-    };
-    Memory memory;
-    memory.pss = kib("Pss");
-    memory.rss = kib("Rss");
-    memory.own = kib("Private_Clean") + kib("Private_Dirty");
-    memory.mappings = CountMappings(process.Pid());
-    return memory;
 }
 
 Faults Supervisor::ReadFaults() const {

@@ -86,6 +86,9 @@ struct Memory {
     std::size_t mappings = 0;
 };
 
+// Returns what a process uses; all zero if it is gone.
+Memory ReadMemoryOf(pid_t process);
+
 // Page faults that read nothing from a disk.
 struct Faults {
     std::uint64_t own = 0;
@@ -117,7 +120,7 @@ class Supervisor {
     // microseconds.
     double Cpu() const;
 
-    Memory ReadMemory() const;
+    Memory ReadMemory() const { return ReadMemoryOf(process.Pid()); }
     Faults ReadFaults() const;
     std::uint64_t ContextSwitches() const;
 
