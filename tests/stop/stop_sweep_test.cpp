@@ -115,7 +115,7 @@ class StopSweep : public LauncherTest {
         std::unique_ptr<Process> shell;
         if (delay >= microseconds(0)) {
             shell = StartLauncher(list);
-            EXPECT_TRUE(WaitUntilItExecutes(*shell));
+            EXPECT_TRUE(WaitUntilItRuns(*shell, list));
             std::this_thread::sleep_for(delay);
         }
         Process stop(
@@ -130,7 +130,7 @@ class StopSweep : public LauncherTest {
         kill(-stop.Pid(), SIGKILL);
         bool const is_too_early = run.end == "exit 3" && delay < microseconds(0);
         if (is_too_early) {
-            EXPECT_TRUE(WaitUntilItExecutes(*shell));
+            EXPECT_TRUE(WaitUntilItRuns(*shell, list));
             run = RunProgram({LAUNCHER_STOP, list});
         }
         EXPECT_EQ(run.end, "exit 0") << run.output << run.errors;
@@ -158,11 +158,14 @@ class StopSweep : public LauncherTest {
         });
     }
 
-    bool WaitUntilItExecutes(Process const& shell) const {
+    // Waits until the shell's launcher has been executed. In the middle of that it has no
+    // arguments yet, and so no list.
+    static bool WaitUntilItRuns(Process const& shell, std::string const& list) {
         return WaitFor([&] {
             std::vector<pid_t> const members = SessionMembers(shell.Pid());
-            return std::any_of(members.begin(), members.end(), [this](pid_t pid) {
-                return ProgramOf(pid) == launcher_program;
+            return std::any_of(members.begin(), members.end(), [&list](pid_t pid) {
+                return ReadFile("/proc/" + std::to_string(pid) + "/cmdline").find(list) !=
+                       std::string::npos;
             });
         });
     }
