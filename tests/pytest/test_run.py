@@ -266,6 +266,12 @@ def test_a_list_that_cannot_be_used_is_refused_in_one_line(tmp_path):
         run(SCRIPT, file).expect_only(1, "scripts/run: " + words.format(file))
 
 
+def test_a_standard_stream_is_refused_because_the_launcher_closes_it(steady_list):
+    with steady_list.open() as file:
+        run(SCRIPT, "/dev/fd/0", stdin=file).expect_only(
+            1, "scripts/run: /dev/fd/0 is a standard stream, which the launcher closes .*")
+
+
 @pytest.mark.parametrize("arguments, words", [
     *[(["--seconds", number], f"--seconds takes a whole .*, not {number}")
       for number in ["1.5", "0", "-1", "08", "10000000000"]],
