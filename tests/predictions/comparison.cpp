@@ -344,11 +344,11 @@ class Comparer {
     void ExpectStart(WrittenItem const& written, ItemFindings const& item,
                      bool is_certain) {
         Executed const executed = written.program.executed;
-        if (executed == Executed::kNoProbe) {
+        if (executed == Executed::kNoTestProgram) {
             return;
         }
         started.Add(ArgumentsOf(written, item),
-                    is_certain && executed == Executed::kProbe);
+                    is_certain && executed == Executed::kTestProgram);
     }
 
     // Returns how the launcher is said to read the value. Without a finding, it is said

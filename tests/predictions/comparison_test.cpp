@@ -10,14 +10,14 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-// A list of two items, "a" and "b", whose programs are probes.
+// A list of two items, "a" and "b", whose programs are test programs.
 RandomList TwoItems() {
     RandomList list;
     for (std::string const name : {"a", "b"}) {
         std::string const path = "/bin/" + name;
         WrittenItem item;
         item.name = WrittenValue{"\"" + name + "\"", name};
-        item.program = {"the probe", path, Executed::kProbe, {path}};
+        item.program = {"the test program", path, Executed::kTestProgram, {path}};
         item.argc = "1";
         item.arguments["0"] = {"\"x\"", "x"};
         list.items[name == "a" ? "0" : "1"] = item;

@@ -55,8 +55,10 @@ void SetLoader(std::string& elf, std::string const& loader) {
 }  // namespace
 
 ProgramFiles::ProgramFiles(Random& choices, std::filesystem::path place,
-                           std::string probe)
-    : random(choices), directory(std::move(place)), probe_bytes(std::move(probe)) {}
+                           std::string test_program)
+    : random(choices),
+      directory(std::move(place)),
+      test_program_bytes(std::move(test_program)) {}
 
 ProgramFiles::~ProgramFiles() {
     for (int const descriptor : descriptors) {
@@ -75,35 +77,35 @@ std::string ProgramFiles::WriteProgram(std::string const& content, unsigned mode
     return path;
 }
 
-ProgramFile ProgramFiles::MakeProbe() {
-    std::string const path = WriteProgram(probe_bytes);
-    return {"the probe", path, Executed::kProbe, {path}};
+ProgramFile ProgramFiles::MakeTestProgram() {
+    std::string const path = WriteProgram(test_program_bytes);
+    return {"the test program", path, Executed::kTestProgram, {path}};
 }
 
 ProgramFile ProgramFiles::Garbage(std::string const& what, std::string const& content) {
     return {what, WriteProgram(content)};
 }
 
-ProgramFile ProgramFiles::MaybeProbe(std::string const& what,
-                                     std::string const& content) {
+ProgramFile ProgramFiles::MaybeTestProgram(std::string const& what,
+                                           std::string const& content) {
     std::string const path = WriteProgram(content);
-    return {what, path, Executed::kMaybeProbe, {path}};
+    return {what, path, Executed::kMaybeTestProgram, {path}};
 }
 
 ProgramFile ProgramFiles::MakeAny() {
     ProgramFile (ProgramFiles::*const makers[])() = {
-        &ProgramFiles::MakeProbe,     &ProgramFiles::MakeLinked,
-        &ProgramFiles::MakeScripts,   &ProgramFiles::MakeOddScript,
-        &ProgramFiles::MakeOddMode,   &ProgramFiles::MakePatched,
-        &ProgramFiles::MakeTruncated, &ProgramFiles::MakeForeign,
-        &ProgramFiles::MakeText,      &ProgramFiles::MakeSpecial,
-        &ProgramFiles::MakeWrongPath, &ProgramFiles::MakeOpenForWriting,
-        &ProgramFiles::MakeOnMount,   &ProgramFiles::MakeInDirectory};
+        &ProgramFiles::MakeTestProgram, &ProgramFiles::MakeLinked,
+        &ProgramFiles::MakeScripts,     &ProgramFiles::MakeOddScript,
+        &ProgramFiles::MakeOddMode,     &ProgramFiles::MakePatched,
+        &ProgramFiles::MakeTruncated,   &ProgramFiles::MakeForeign,
+        &ProgramFiles::MakeText,        &ProgramFiles::MakeSpecial,
+        &ProgramFiles::MakeWrongPath,   &ProgramFiles::MakeOpenForWriting,
+        &ProgramFiles::MakeOnMount,     &ProgramFiles::MakeInDirectory};
     return (this->*random.Pick(makers))();
 }
 
 ProgramFile ProgramFiles::MakeLinked() {
-    std::string const target = WriteProgram(probe_bytes);
+    std::string const target = WriteProgram(test_program_bytes);
     std::string const link = NewPath();
     int const links = random.From(1, 3);
     Require(symlink(target.c_str(), link.c_str()) == 0, link);
@@ -117,12 +119,12 @@ ProgramFile ProgramFiles::MakeLinked() {
         path = directory / "." / ".." / directory.filename() /
                std::filesystem::path(path).filename();
     }
-    return {"a symbolic link to the probe", path, Executed::kProbe, {path}};
+    return {"a symbolic link to the test program", path, Executed::kTestProgram, {path}};
 }
 
 // A script whose interpreter is a script, and so on. The system follows some levels.
 ProgramFile ProgramFiles::MakeScripts() {
-    ProgramFile program = MakeProbe();
+    ProgramFile program = MakeTestProgram();
     int const levels = random.From(1, 8);
     for (int i = 0; i < levels; ++i) {
         bool const has_argument = random.OneIn(3);
@@ -167,7 +169,7 @@ ProgramFile ProgramFiles::MakeOddScript() {
         }
         case 5:
             return Garbage("a script with a carriage return",
-                           "#!" + MakeProbe().path + "\r\n");
+                           "#!" + MakeTestProgram().path + "\r\n");
         case 6: {
             std::string const middle = WriteProgram("#!" + missing + "\n");
             return Garbage("a script whose interpreter is a script without one",
@@ -180,11 +182,11 @@ ProgramFile ProgramFiles::MakeOddScript() {
         }
         default: {
             std::string const interpreter =
-                std::string(random.Below(300), '/') + MakeProbe().path;
+                std::string(random.Below(300), '/') + MakeTestProgram().path;
             std::string const path = WriteProgram("#!" + interpreter + "\n");
             return {"a script with a long first line",
                     path,
-                    Executed::kProbe,
+                    Executed::kTestProgram,
                     {interpreter, path}};
         }
     }
@@ -194,14 +196,17 @@ ProgramFile ProgramFiles::MakeOddMode() {
     unsigned const modes[] = {0,    0644, 0600, 0700,  0111,  0100,  0010,
                               0001, 0711, 0555, 04755, 02755, 06711, 01755};
     unsigned const mode = random.Pick(modes);
-    std::string const path = WriteProgram(probe_bytes, mode);
+    std::string const path = WriteProgram(test_program_bytes, mode);
     char digits[8];
     std::snprintf(digits, sizeof digits, "%04o", mode);
-    return {std::string("the probe with mode ") + digits, path, Executed::kProbe, {path}};
+    return {std::string("the test program with mode ") + digits,
+            path,
+            Executed::kTestProgram,
+            {path}};
 }
 
 ProgramFile ProgramFiles::MakePatched() {
-    std::string elf = probe_bytes;
+    std::string elf = test_program_bytes;
     Elf64_Ehdr header = HeaderOf(elf);
     std::string const loaders[] = {"/nonexistent/ld.so", "/tmp", "/etc/passwd", ""};
     switch (random.Below(4)) {
@@ -221,7 +226,7 @@ ProgramFile ProgramFiles::MakePatched() {
             // The system does not look at it; the loader of the libraries may.
             header.e_ident[EI_CLASS] = ELFCLASS32;
             SetHeader(elf, header);
-            return MaybeProbe("the probe, said to be of 32 bits", elf);
+            return MaybeTestProgram("the test program, said to be of 32 bits", elf);
         default: {
             std::string const loader = random.Pick(loaders);
             SetLoader(elf, loader);
@@ -235,9 +240,10 @@ ProgramFile ProgramFiles::MakeTruncated() {
     // depend on the size, which is that of the build.
     std::size_t const share = random.Below(10'000);
     std::size_t const length =
-        random.OneIn(2) ? share % 1'200 : probe_bytes.size() * share / 10'000;
-    return MaybeProbe("the first " + std::to_string(length) + " bytes of the probe",
-                      probe_bytes.substr(0, length));
+        random.OneIn(2) ? share % 1'200 : test_program_bytes.size() * share / 10'000;
+    return MaybeTestProgram(
+        "the first " + std::to_string(length) + " bytes of the test program",
+        test_program_bytes.substr(0, length));
 }
 
 ProgramFile ProgramFiles::MakeForeign() {
@@ -307,9 +313,11 @@ ProgramFile ProgramFiles::MakeWrongPath() {
             // From the root directory, in which the launcher is started.
             return {"a missing file, by a relative path", path.substr(1)};
         case 7: {
-            std::string const relative = MakeProbe().path.substr(1);
-            return {
-                "the probe, by a relative path", relative, Executed::kProbe, {relative}};
+            std::string const relative = MakeTestProgram().path.substr(1);
+            return {"the test program, by a relative path",
+                    relative,
+                    Executed::kTestProgram,
+                    {relative}};
         }
         case 1:
             return {"a name that is too long", path + std::string(256, 'n')};
@@ -322,9 +330,9 @@ ProgramFile ProgramFiles::MakeWrongPath() {
                     longer + path.substr(directory.string().size())};
         }
         case 3:
-            return {"a path through a file", MakeProbe().path + "/program"};
+            return {"a path through a file", MakeTestProgram().path + "/program"};
         case 4:
-            return {"a program with a slash after it", MakeProbe().path + "/"};
+            return {"a program with a slash after it", MakeTestProgram().path + "/"};
         case 5:
             Require(symlink(path.c_str(), path.c_str()) == 0, path);
             return {"a symbolic link to itself", path};
@@ -333,18 +341,18 @@ ProgramFile ProgramFiles::MakeWrongPath() {
             while (longer.size() < 3900) {
                 longer += "/.";
             }
-            ProgramFile program = MakeProbe();
+            ProgramFile program = MakeTestProgram();
             program.path =
                 longer + "/" + std::filesystem::path(program.path).filename().string();
             program.first_arguments = {program.path};
-            program.what = "the probe, by a long path";
+            program.what = "the test program, by a long path";
             return program;
         }
     }
 }
 
 ProgramFile ProgramFiles::MakeOpenForWriting() {
-    ProgramFile program = random.OneIn(3) ? MakeScripts() : MakeProbe();
+    ProgramFile program = random.OneIn(3) ? MakeScripts() : MakeTestProgram();
     int const descriptor = open(program.path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
     Require(descriptor >= 0, program.path);
     descriptors.push_back(descriptor);
@@ -360,12 +368,12 @@ ProgramFile ProgramFiles::MakeOnMount() {
                   "mode=0755") == 0,
             place);
     std::string const path = place + "/program";
-    WriteFile(path, probe_bytes);
+    WriteFile(path, test_program_bytes);
     Chmod(path, 04755);
-    return {may_execute ? "the probe on a disk without set-uid"
-                        : "the probe on a disk without execution",
+    return {may_execute ? "the test program on a disk without set-uid"
+                        : "the test program on a disk without execution",
             path,
-            Executed::kProbe,
+            Executed::kTestProgram,
             {path}};
 }
 
@@ -375,13 +383,13 @@ ProgramFile ProgramFiles::MakeInDirectory() {
     unsigned const mode = random.Pick(modes);
     std::filesystem::create_directory(place);
     std::string const path = place + "/program";
-    WriteFile(path, probe_bytes);
+    WriteFile(path, test_program_bytes);
     Chmod(path, 0755);
     Chmod(place, mode);
     char digits[8];
     std::snprintf(digits, sizeof digits, "%04o", mode);
-    return {std::string("the probe in a directory of mode ") + digits,
+    return {std::string("the test program in a directory of mode ") + digits,
             path,
-            Executed::kProbe,
+            Executed::kTestProgram,
             {path}};
 }

@@ -11,18 +11,19 @@
 
 // What a program file leads to, if the system executes it.
 enum class Executed {
-    kProbe,       // tests/support/test_program, which reports its arguments
-    kMaybeProbe,  // the probe with something missing: it may report, or end by a signal
-    kNoProbe,     // nothing that reports
+    kTestProgram,       // tests/support/test_program, which reports its arguments
+    kMaybeTestProgram,  // the test program with something missing: it may report, or end
+                        // by a signal
+    kNoTestProgram,     // nothing that reports
 };
 
 struct ProgramFile {
     std::string what;  // in words
     // The path for the list. No two program files have the same one.
     std::string path = {};
-    Executed executed = Executed::kNoProbe;
-    // The argument vector of the probe, up to the item's own arguments: the path; for a
-    // script its interpreter, the argument of that, and the path.
+    Executed executed = Executed::kNoTestProgram;
+    // The argument vector of the test program, up to the item's own arguments: the path;
+    // for a script its interpreter, the argument of that, and the path.
     std::vector<std::string> first_arguments = {};
 };
 
@@ -30,14 +31,14 @@ struct ProgramFile {
 // the object lives.
 class ProgramFiles {
   public:
-    // `probe` holds the bytes of tests/support/test_program.
-    ProgramFiles(Random& choices, std::filesystem::path place, std::string probe);
+    // `test_program` holds the bytes of tests/support/test_program.
+    ProgramFiles(Random& choices, std::filesystem::path place, std::string test_program);
     ~ProgramFiles();
     ProgramFiles(ProgramFiles const&) = delete;
     ProgramFiles& operator=(ProgramFiles const&) = delete;
 
-    // Makes a file that is the probe and can be executed.
-    ProgramFile MakeProbe();
+    // Makes a file that is the test program and can be executed.
+    ProgramFile MakeTestProgram();
 
     // Makes a file of any kind, maybe a good one.
     ProgramFile MakeAny();
@@ -46,7 +47,7 @@ class ProgramFiles {
     std::string NewPath();
     std::string WriteProgram(std::string const& content, unsigned mode = 0755);
     ProgramFile Garbage(std::string const& what, std::string const& content);
-    ProgramFile MaybeProbe(std::string const& what, std::string const& content);
+    ProgramFile MaybeTestProgram(std::string const& what, std::string const& content);
 
     ProgramFile MakeLinked();
     ProgramFile MakeScripts();
@@ -64,7 +65,7 @@ class ProgramFiles {
 
     Random& random;
     std::filesystem::path const directory;
-    std::string const probe_bytes;
+    std::string const test_program_bytes;
     int made = 0;
     std::vector<int> descriptors;
 };

@@ -88,7 +88,7 @@ WrittenValue RandomItems::AnyName(std::size_t number) {
 WrittenItem RandomItems::MakeRightItem(std::size_t number) {
     WrittenItem item;
     item.name = AnyName(number);
-    item.program = programs.MakeProbe();
+    item.program = programs.MakeTestProgram();
     if (random.OneIn(2)) {
         MakeArguments(item, random.From(0, 4));
     }
@@ -145,7 +145,8 @@ WrittenItem RandomItems::MakeItem(std::size_t number) {
         }
     } else if (random.OneIn(3)) {
         item.program = programs.MakeAny();
-        list.is_steady = list.is_steady && item.program.executed != Executed::kMaybeProbe;
+        list.is_steady =
+            list.is_steady && item.program.executed != Executed::kMaybeTestProgram;
     }
     if (random.OneIn(12)) {
         MakeLargeArguments(item);

@@ -27,10 +27,10 @@ std::string Nested(std::size_t levels, bool in_objects) {
 }  // namespace
 
 RandomListMaker::RandomListMaker(Random& choices, std::filesystem::path place,
-                                 std::string probe)
+                                 std::string test_program)
     : random(choices),
       directory(std::move(place)),
-      programs(choices, directory, std::move(probe)),
+      programs(choices, directory, std::move(test_program)),
       items(choices, programs, list) {}
 
 RandomList RandomListMaker::Make() {
@@ -81,7 +81,7 @@ void RandomListMaker::AddItemsForFewProcesses() {
     for (std::size_t i = 0; i < count; ++i) {
         WrittenItem item;
         item.name = items.AnyName(i);
-        item.program = programs.MakeProbe();
+        item.program = programs.MakeTestProgram();
         item.json = items.ToJson(item);
         members.emplace_back(std::to_string(i), item.json);
         list.items[std::to_string(i)] = item;

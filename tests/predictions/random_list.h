@@ -15,8 +15,10 @@
 // Makes the list and the files that it names.
 class RandomListMaker {
   public:
-    // Makes files in `place`. `probe` holds the bytes of tests/support/test_program.
-    RandomListMaker(Random& choices, std::filesystem::path place, std::string probe);
+    // Makes files in `place`. `test_program` holds the bytes of
+    // tests/support/test_program.
+    RandomListMaker(Random& choices, std::filesystem::path place,
+                    std::string test_program);
 
     RandomList Make();
 

@@ -113,7 +113,7 @@ class Trial {
 
     TrialResult Run(std::uint64_t seed) const {
         Random random(seed);
-        RandomListMaker maker(random, kPlace, tools.probe);
+        RandomListMaker maker(random, kPlace, tools.test_program);
         RandomList list = maker.Make();
         if (!HasLimitedUser()) {
             list.as_root = true;
@@ -206,7 +206,7 @@ void TryAsFirstProcess(Tools const& tools, std::uint64_t seed,
 Tools::Tools()
     : launcher(CopyBundle(directory.Path())),
       checker(CopyChecker(directory.Path())),
-      probe(ReadFile(TEST_PROGRAM)) {}
+      test_program(ReadFile(TEST_PROGRAM)) {}
 
 int Try(Tools const& tools, std::uint64_t seed, std::string const& result_file) {
     if (unshare(CLONE_NEWPID | CLONE_NEWNS) != 0) {

@@ -18,7 +18,7 @@ struct Tools {
     std::filesystem::path const launcher;
     std::filesystem::path const checker;
     // The bytes of tests/support/test_program.
-    std::string const probe;
+    std::string const test_program;
 };
 
 struct TrialResult {

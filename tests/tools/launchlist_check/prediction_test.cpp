@@ -42,7 +42,7 @@ class Prediction : public LauncherTest {
     }
 
     // Returns an item with the test program as its program.
-    static std::string Probe(std::string const& name, std::string const& members) {
+    static std::string TestItem(std::string const& name, std::string const& members) {
         return R"({"name": )" + name + R"(, "program": ")" TEST_PROGRAM R"(", )" +
                members + "}";
     }
@@ -65,7 +65,7 @@ TEST_F(Prediction, NamesAreReadAsItSays) {
                        {R"("caf\u00e9")", "caf\xC3\xA9", {}}};
     std::vector<std::string> items;
     for (auto const& [value, read_as, kinds] : cases) {
-        items.push_back(Probe(value, R"("argc": 0)"));
+        items.push_back(TestItem(value, R"("argc": 0)"));
         std::vector<std::string> const messages = Check(ListText({items.back()}), kinds);
         if (!kinds.empty()) {
             EXPECT_THAT(messages[0], testing::EndsWith(" " + tools::Quoted(read_as)));
@@ -125,7 +125,7 @@ TEST_F(Prediction, ArgumentsArriveAsItSays) {
         {R"("argc": 1, "args": {"0": "a\u0000b"})", {"zero-character"}, R"("a")", {"a"}}};
     std::vector<std::string> items;
     for (auto const& [members, kinds, message, arguments] : cases) {
-        items.push_back(Probe("\"" + std::to_string(items.size()) + "\"", members));
+        items.push_back(TestItem("\"" + std::to_string(items.size()) + "\"", members));
         std::vector<std::string> const messages = Check(ListText({items.back()}), kinds);
         if (!kinds.empty()) {
             EXPECT_THAT(messages[0], HasSubstr(message));
@@ -145,7 +145,7 @@ TEST_F(Prediction, ArgumentsArriveAsItSays) {
 }
 
 TEST_F(Prediction, ANegativeCountStartsTheProgramWithoutItsPath) {
-    std::string const list = ListText({Probe(R"("a")", R"("argc": -1)")});
+    std::string const list = ListText({TestItem(R"("a")", R"("argc": -1)")});
     EXPECT_THAT(Check(list, {"argc-negative"}),
                 ElementsAre(HasSubstr("without even its own path")));
     Start(list);
@@ -171,7 +171,8 @@ TEST_F(Prediction, ChildrenEndAbnormallyAsPredicted) {
                        {R"("argc": 1, "args": {"0": {}})", "argument-type"}};
     std::vector<std::string> items;
     for (auto const& [members, kind] : cases) {
-        items.push_back(Probe("\"item" + std::to_string(items.size()) + "\"", members));
+        items.push_back(
+            TestItem("\"item" + std::to_string(items.size()) + "\"", members));
         EXPECT_THAT(Check(ListText({items.back()}), {kind}),
                     ElementsAre(HasSubstr("every child ends abnormally")));
     }
