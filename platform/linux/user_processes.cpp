@@ -84,3 +84,12 @@ std::optional<UserProcesses> CountUserProcesses() {
 int ProcessesOfAnItem() {
     return 2;
 }
+
+std::optional<long> ProcessLimitOf(pid_t pid) {
+    rlimit limit = {};
+    if (prlimit(pid, RLIMIT_NPROC, nullptr, &limit) != 0 ||
+        limit.rlim_cur == RLIM_INFINITY) {
+        return std::nullopt;
+    }
+    return static_cast<long>(limit.rlim_cur);
+}

@@ -50,3 +50,11 @@ std::optional<UserProcesses> CountUserProcesses() {
 int ProcessesOfAnItem() {
     return 1;
 }
+
+std::optional<long> ProcessLimitOf(pid_t /*pid*/) {
+    rlimit limit = {};
+    if (getrlimit(RLIMIT_NPROC, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY) {
+        return std::nullopt;
+    }
+    return static_cast<long>(limit.rlim_cur);
+}

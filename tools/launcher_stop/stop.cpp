@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "platform/process_handle.h"
+#include "platform/user_processes.h"
 #include "tools/common/printable.h"
 #include "tools/running/watcher.h"
 
@@ -50,6 +51,10 @@ constexpr milliseconds kMoreThanGrace(3000);
 
 // How long a process is waited for that SIGKILL has not ended.
 constexpr milliseconds kLongestDeath(10'000);
+
+// While so many more processes are possible, no fork fails for some seconds, even if a
+// chain grows.
+constexpr long kSpareProcesses = 100;
 
 // How many processes are named, and not only counted.
 constexpr std::size_t kMostNamed = 20;
@@ -97,9 +102,9 @@ class LauncherStop {
         }
         WakeUp();
         if (!AwaitForks()) {
-            return Kill() ? "was ended by SIGKILL: an item has no thread, perhaps after a "
-                            "failed fork, and after SIGTERM all processes of the user "
-                            "might have been killed"
+            return Kill() ? "was ended by SIGKILL: a fork has failed, or soon might, and "
+                            "then "
+                            "SIGTERM would have ended every process of the user"
                           : "";
         }
         if (Send(SIGTERM) && AwaitEnd()) {
@@ -138,9 +143,8 @@ class LauncherStop {
     }
 
     // Waits until the launcher has forked for each item: before that, SIGTERM may end all
-    // processes of its group. Returns false if it does not come so far. It has a thread
-    // for each item then, unless a fork failed; SIGTERM would now end all processes of
-    // the user.
+    // processes of its group. Returns false if a fork has failed, or may fail: SIGTERM
+    // may now end all processes of the user. An item whose fork failed has no thread.
     bool AwaitForks() {
         auto last_progress = steady_clock::now();
         std::size_t most_threads = 0;
@@ -148,7 +152,13 @@ class LauncherStop {
             Snapshot const snapshot = Snapshot::Take();
             family.Follow(snapshot);
             ProcessInfo const* const process = snapshot.Find(KeyOf(launcher));
-            if (process == nullptr || snapshot.ChildrenOf(launcher.id).size() >= items) {
+            if (process == nullptr) {
+                return true;
+            }
+            if (IsShortOfProcesses(snapshot)) {
+                return false;
+            }
+            if (snapshot.ChildrenOf(launcher.id).size() >= items) {
                 return true;
             }
             auto const threads = static_cast<std::size_t>(process->threads);
@@ -159,6 +169,19 @@ class LauncherStop {
         } while (!HasEndedIn(kLookEvery) &&
                  steady_clock::now() - last_progress < kNoProgress);
         return handle.HasEnded() || most_threads > items;
+    }
+
+    // Root has no limit.
+    bool IsShortOfProcesses(Snapshot const& snapshot) const {
+        std::optional<long> const limit = ProcessLimitOf(launcher.id);
+        if (!limit || launcher.user == 0) {
+            return false;
+        }
+        long running = 0;
+        for (ProcessInfo const& process : snapshot.All()) {
+            running += process.user == launcher.user ? process.threads : 0;
+        }
+        return running + kSpareProcesses > *limit;
     }
 
     bool Kill() const { return Send(SIGKILL) && AwaitDeath(); }

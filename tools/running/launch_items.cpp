@@ -83,6 +83,13 @@ bool HasCommand(std::string const& text, std::string const& command) {
 
 LaunchItems ReadLaunchItems(std::string const& path) {
     LaunchItems list;
+    std::error_code error;
+    // What is read from a pipe would be missing in the launcher.
+    if (std::filesystem::exists(path, error) &&
+        !std::filesystem::is_regular_file(path, error)) {
+        list.problem = "the list is not a regular file";
+        return list;
+    }
     std::string text;
     launchlist_check::CheckResult result = {launchlist_check::Findings(1)};
     if (!launchlist_check::ReadListFile(path, text, result)) {

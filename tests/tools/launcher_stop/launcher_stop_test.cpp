@@ -9,6 +9,7 @@
 #include "harness/wait_for.h"
 #include "tests/support/launcher_fixture.h"
 #include "tests/support/limited_launcher.h"
+#include "tests/support/limited_user.h"
 #include "tests/support/log_gate.h"
 #include "tests/support/run_program.h"
 
@@ -173,6 +174,21 @@ TEST_F(LauncherStopTool, SendsASecondSigtermIfTheFirstCameTooEarly) {
     EXPECT_THAT(RunningPrograms(), IsEmpty());
 }
 
+TEST_F(LauncherStopTool, SendsNoSigtermBeforeAllItemsHaveForked) {
+    LogGate const gate(log_file);
+    SetLogLevel("ERROR");
+    // The second item holds main up in the middle of the walk.
+    Start(ListText({Item("a", {"--hold", "a"}), "{}", Item("c", {"--hold", "c"})}));
+    WaitForStarts(1, "a");
+    ASSERT_TRUE(gate.WaitUntilBlocked(launcher->Pid(), 1));
+    ProgramRun const run = StopWith({});
+    EXPECT_EQ(run.end, "exit 0");
+    EXPECT_THAT(run.output,
+                StartsWith(Title() + "was ended by SIGKILL: a fork has failed"));
+    EXPECT_EQ(launcher->WaitForEnd(), "signal 9");
+    EXPECT_THAT(RunningPrograms(), IsEmpty());
+}
+
 TEST_F(LauncherStopTool, EndsALauncherWhoseStopHangs) {
     LogGate const gate(log_file);
     SetLogLevel("ERROR");
@@ -289,6 +305,20 @@ TEST_F(LauncherStopToolOfLimitedUser, StopsAChainThatHasEatenTheProcessLimit) {
     EXPECT_EQ(run.end, "exit 0") << run.output << run.errors;
     EXPECT_THAT(run.output, Not(HasSubstr("still there")));
     EXPECT_THAT(LinksAndPrograms(), IsEmpty());
+}
+
+TEST_F(LauncherStopToolOfLimitedUser, HarmsNobodyElseOfTheUserAfterAFailedFork) {
+    // Besides this one: main, three supervising threads and two programs.
+    Process bystander({"/bin/sleep", "1000"}, [] { BecomeLimitedUser(7); });
+    StartLimited(ListText({Item("a"), Item("b"), Item("c")}), 7);
+    ASSERT_TRUE(WaitFor([this] { return CountInLog("Failed to fork ") == 1; }));
+    WaitForStarts(2);
+    ProgramRun const run = StopWith({list_file});
+    EXPECT_EQ(run.end, "exit 0") << run.output << run.errors;
+    EXPECT_THAT(run.output, HasSubstr("was ended by SIGKILL: a fork has failed"));
+    EXPECT_EQ(launcher->WaitForEnd(), "signal 9");
+    EXPECT_EQ(LinksAndPrograms(), std::vector<pid_t>{bystander.Pid()});
+    EXPECT_FALSE(bystander.HasEnded());
 }
 
 }  // namespace
