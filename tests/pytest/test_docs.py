@@ -24,8 +24,8 @@ shown, with these exceptions:
   - a line "..." stands for any lines, or none, and "..." in a line for any text in it;
   - a time stands for any time, and the process ids in log lines for any others;
   - the project is in /home/you/launcher, and the user's home is /home/you;
-  - a command that only looks (cat, grep, ls, pgrep, ps, tail, launchlog-report) may look
-    again, for a minute, until it sees what is shown.
+  - a command that only looks (cat, grep, ls, pgrep, ps, tail, launcher-status,
+    launchlog-report) may look again, for a minute, until it sees what is shown.
 """
 
 import os
@@ -42,7 +42,7 @@ MARKDOWN = [*sorted(ROOT.glob("*.md")), *sorted(ROOT.glob("docs/*.md"))]
 PAGES = MARKDOWN + sorted(ROOT.glob("packaging/man/*"))
 
 # These commands only look.
-LOOKS = ("cat ", "grep ", "ls ", "pgrep ", "ps ", "tail ", "launchlog-report")
+LOOKS = ("cat ", "grep ", "ls ", "pgrep ", "ps ", "tail ", "launcher-status", "launchlog-report")
 
 
 class Block:
@@ -195,7 +195,7 @@ def run_block(shell, block):
     if block.name:
         assert f"`{block.name}`" in block.above, (
             f"{block.at()}: the line above does not name {block.name}: {block.above}")
-        text = "\n".join(block.lines)
+        text = "\n".join(block.lines).replace("/home/you/", f"{shell.home}/")
         code, printed = shell.run(f"cat >{block.name} <<'END'\n{text}\nEND")
         assert code == 0, printed
 

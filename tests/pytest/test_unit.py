@@ -48,7 +48,7 @@ class Manager:
         return int(self.properties("main", "MainPID")["MainPID"])
 
     def pid_files(self):
-        return [self.home / f"running.{name}" for name in ("steady", "once", "child")]
+        return [self.home / f"running.{name}" for name in ("steady", "once", "child", "polite")]
 
     def programs(self):
         """Waits until all programs run, and returns their process ids."""
@@ -101,6 +101,8 @@ def unit(manager):
         manager.lists / "main.json",
         item("steady", "/bin/sh", "-c",
              "sleep 1000 & echo $! >running.child; echo $$ >running.steady; exec sleep 1001"),
+        item("polite", "/usr/local/bin/launch-with", "--", "/bin/sh", "-c",
+             "trap 'echo bye >polite; exit' TERM; echo $$ >running.polite; sleep 1003 & wait"),
         item("once", "/bin/sh", "-c",
              "[ -e ended ] || { : >ended; exit 3; }; echo $$ >running.once; exec sleep 1002"))
     if not manager.launcher():
@@ -147,6 +149,7 @@ def test_a_stop_ends_all_and_is_a_success(unit):
     assert not [pid for pid in programs if is_alive(pid)]
     ends = [line for line in log_in(unit.home).read_text().splitlines() if " steady " in line]
     assert len(ends) == 1 and ends[0].endswith(" status = 9")
+    assert (unit.home / "polite").read_text() == "bye\n"
     assert [line for line in ps("-u", USER, "-o", "args=") if "/systemd " not in line] == []
 
 

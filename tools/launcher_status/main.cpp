@@ -1,6 +1,5 @@
 // launcher-status: says what launchers and the programs of their lists do.
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -64,15 +63,6 @@ Examples:
 launcher-status(1) explains the states.
 )";
 
-// How much later than its launcher a list must be to be taken for a newer one.
-constexpr long long kTolerance = 1000;  // milliseconds
-
-bool IsNewer(std::string const& file, long long time) {
-    struct stat status = {};
-    return stat(file.c_str(), &status) == 0 &&
-           static_cast<long long>(status.st_mtime) * 1000 > time + kTolerance;
-}
-
 // Of items that the launcher may not know, nothing can be told.
 void ForgetItemsWithoutProcess(running::LauncherStatus& status) {
     for (ItemStatus& item : status.items) {
@@ -124,7 +114,7 @@ class Reporter {
             },
             [&log](pid_t link) { return log.ItemOfLink(link); }};
         report.status = running::StatusOf(snapshot, it.launcher, it.list, answers);
-        if (IsNewer(it.launcher.list, it.launcher.process.start_time)) {
+        if (running::HasListChanged(it.launcher)) {
             report.note =
                 "the list was changed since; the launcher runs what it held before";
             ForgetItemsWithoutProcess(report.status);

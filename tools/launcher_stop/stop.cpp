@@ -87,7 +87,8 @@ class LauncherStop {
   public:
     LauncherStop(running::LauncherWithItems const& stopped, Family& its_family)
         : launcher(stopped.launcher.process),
-          items(stopped.list.items.size()),
+          items(running::HasListChanged(stopped.launcher) ? 0
+                                                          : stopped.list.items.size()),
           handle(launcher.id),
           family(its_family) {}
 
@@ -222,6 +223,7 @@ class LauncherStop {
     }
 
     ProcessInfo const launcher;
+    // 0 if it is not known how many items the launcher has.
     std::size_t const items;
     ProcessHandle const handle;
     Family& family;

@@ -1,5 +1,7 @@
 #include "tools/running/launcher.h"
 
+#include <sys/stat.h>
+
 #include <filesystem>
 #include <string_view>
 #include <system_error>
@@ -53,6 +55,16 @@ bool IsSameList(std::string const& a, std::string const& b) {
     }
     std::filesystem::path const first = std::filesystem::weakly_canonical(a, error);
     return !error && first == std::filesystem::weakly_canonical(b, error) && !error;
+}
+
+bool HasListChanged(Launcher const& launcher) {
+    // The start of a process is known to some milliseconds, and files may have full
+    // seconds.
+    constexpr long long kTolerance = 1000;
+    struct stat status = {};
+    return stat(launcher.list.c_str(), &status) == 0 &&
+           static_cast<long long>(status.st_ctime) * 1000 >
+               launcher.process.start_time + kTolerance;
 }
 
 }  // namespace running

@@ -41,6 +41,10 @@ std::string ListOf(ProcessInfo const& process);
 // are resolved. Neither file needs to be there.
 bool IsSameList(std::string const& a, std::string const& b);
 
+// Returns true if the file with the launcher's list was written or replaced since the
+// launcher was started: the launcher runs what the list held before.
+bool HasListChanged(Launcher const& launcher);
+
 }  // namespace running
 
 #endif
