@@ -13,6 +13,8 @@ function(arrange_for_debian)
   endif()
   file(COPY ${CMAKE_CURRENT_LIST_DIR}/debian/changelog DESTINATION ${documents}
     FILE_PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
+  configure_file(${CMAKE_CURRENT_LIST_DIR}/debian/lintian-overrides
+    ${prefix}/share/lintian/overrides/${CPACK_PACKAGE_NAME} COPYONLY)
 endfunction()
 
 function(compress_texts)

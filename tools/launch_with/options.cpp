@@ -286,7 +286,8 @@ bool ReadLimit(char const* text, Limit& limit) {
         }
         limit.resource = it.resource;
         return ReadLimitValue(soft, limit.value.rlim_cur) &&
-               ReadLimitValue(value, limit.value.rlim_max);
+               ReadLimitValue(value, limit.value.rlim_max) &&
+               limit.value.rlim_cur <= limit.value.rlim_max;
     }
     return false;
 }

@@ -27,7 +27,7 @@ void CheckProgram(launch_with::Options const& options, Json::Value const& place,
         vector.emplace_back(*argument);
     }
     std::string path = vector.front();
-    if (path.empty() || path.front() != '/') {
+    if (!path.empty() && path.front() != '/') {
         path = std::string(options.directory) + "/" + path;
     }
     ProgramVerdict const verdict = programs.Check(path, vector);
@@ -99,7 +99,8 @@ std::string CheckLaunchWith(Json::Value const& item, std::vector<std::string> ar
     }
     std::string const program = options.command[0];
     struct stat status = {};
-    if (program.empty() || (program.front() != '/' && options.directory == nullptr)) {
+    bool const is_relative = !program.empty() && program.front() != '/';
+    if (is_relative && options.directory == nullptr) {
         report.Error("launch-with-program", place,
                      "launch-with gets " + Quote(program) +
                          ", which is not an absolute path: it is looked up from the "

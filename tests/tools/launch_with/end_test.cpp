@@ -54,10 +54,8 @@ TEST_F(LaunchWith, EndsWithTheReasonIfTheProgramCannotBeExecuted) {
 TEST_F(LaunchWith, EndsWithTheReasonIfItFailsItself) {
     EXPECT_EQ(Run({"--output", File("output"), "--directory", "/nothing"}, ""),
               "exit 125");
-    EXPECT_EQ(Run({"--output", File("output"), "--limit", "nofile=9:8"}, ""), "exit 125");
     EXPECT_EQ(Content("output"),
-              "launch-with: --directory /nothing: No such file or directory\n"
-              "launch-with: --limit nofile=9:8: Invalid argument\n");
+              "launch-with: --directory /nothing: No such file or directory\n");
 }
 
 TEST_F(LaunchWith, SaysWhatIsWrongWithItsCommandLine) {

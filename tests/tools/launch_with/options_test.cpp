@@ -123,6 +123,7 @@ TEST(LaunchWithOptions, AreRefusedUnlessTheyAreRight) {
         {"--limit=core", " is not a limit, such as core=0"},
         {"--limit=cores=0", " is not a limit, such as core=0"},
         {"--limit=core=1:", " is not a limit, such as core=0"},
+        {"--limit=core=9:8", " is not a limit, such as core=0"},
         {"--bogus", " is no option"},
         {"--gra=2", " is no option"},
         {"-x", " is no option"},
