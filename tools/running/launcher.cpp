@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <string_view>
 #include <system_error>
@@ -63,7 +64,7 @@ bool HasListChanged(Launcher const& launcher) {
     constexpr long long kTolerance = 1000;
     struct stat status = {};
     return stat(launcher.list.c_str(), &status) == 0 &&
-           static_cast<long long>(status.st_ctime) * 1000 >
+           static_cast<long long>(std::max(status.st_mtime, status.st_ctime)) * 1000 >
                launcher.process.start_time + kTolerance;
 }
 
