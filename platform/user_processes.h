@@ -19,8 +19,8 @@ struct UserProcesses {
 std::optional<UserProcesses> CountUserProcesses();
 
 // Returns the largest number of processes that the user of the process `pid` may have, by
-// that process's own limit. Returns std::nullopt if it has none, or if the system does not
-// tell. On macOS that is this process's limit.
+// that process's own limit. Returns std::nullopt if it has none, or if the system does
+// not tell. On macOS that is this process's limit.
 std::optional<long> ProcessLimitOf(pid_t pid);
 
 // Returns how many of these processes one launch item takes while its program runs: one

@@ -42,8 +42,12 @@ class Descriptor {
 // The child. It stops before execv, so that the tracer can ask for its end with the
 // tracer's own, and once more after execv. Until the first stop, the death signal ends it
 // with its parent. All signals are blocked, so that nothing else stops it.
+//
+// It goes on only after a byte from `permission`, which comes when it ends with the
+// tracer. A tracer that dies before that lets it run on for a moment, until the death
+// signal.
 [[noreturn]] void ExecuteTraced(char const* path, char* const* arguments, int report,
-                                pid_t parent) {
+                                int permission, pid_t parent) {
     sigset_t all;
     sigfillset(&all);
     sigprocmask(SIG_SETMASK, &all, nullptr);
@@ -55,6 +59,10 @@ class Descriptor {
         _exit(0);
     }
     kill(getpid(), SIGSTOP);
+    char byte = 0;
+    if (read(permission, &byte, 1) != 1) {
+        _exit(0);
+    }
     for (int i = 0; i <= STDERR_FILENO; ++i) {
         close(i);
     }
@@ -94,13 +102,14 @@ ExecTrial Judge(int status, int report) {
 }
 
 // Takes the child from its first stop to the second one, or to its end.
-ExecTrial Trace(pid_t child, int report) {
+ExecTrial Trace(pid_t child, int report, int permission) {
     int status = 0;
     if (!WaitForChild(child, status) || !IsStoppedBy(status, SIGSTOP)) {
         return ReadReport(report);
     }
     if (ptrace(PTRACE_SETOPTIONS, child, nullptr,
-               PTRACE_O_EXITKILL | PTRACE_O_TRACEEXEC) != 0) {
+               PTRACE_O_EXITKILL | PTRACE_O_TRACEEXEC) != 0 ||
+        write(permission, "", 1) != 1) {
         return {Answer::NotAsked, errno};
     }
     do {
@@ -134,19 +143,26 @@ ExecTrial TryExec(char const* path, char* const* arguments) {
     }
     Descriptor const read_end(ends[0]);
     Descriptor write_end(ends[1]);
+    int permission_ends[2];
+    if (pipe2(permission_ends, O_CLOEXEC) != 0) {
+        return {Answer::NotAsked, errno};
+    }
+    Descriptor const permission(permission_ends[0]);
+    Descriptor permit(permission_ends[1]);
     // With a number above those that the child closes.
     Descriptor report(fcntl(ends[1], F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
     pid_t const parent = getpid();
     pid_t const child = report.Number() < 0 ? -1 : fork();
     if (child == 0) {
-        ExecuteTraced(path, arguments, report.Number(), parent);
+        permit.Close();
+        ExecuteTraced(path, arguments, report.Number(), permission.Number(), parent);
     }
     if (child < 0) {
         return {Answer::NotAsked, errno};
     }
     write_end.Close();
     report.Close();
-    ExecTrial const trial = Trace(child, read_end.Number());
+    ExecTrial const trial = Trace(child, read_end.Number(), permit.Number());
     End(child);
     return trial;
 }

@@ -126,8 +126,9 @@ int TellOfLeftovers(std::string const& list, Launchers const& launchers,
 int Stop(Snapshot const& snapshot, LauncherWithItems const& launcher,
          Launchers const& all) {
     if (launcher.launcher.process.id == 1) {
-        return Complain(kWrongUse, "the launcher is the first process, which adopts the "
-                                   "orphans of all others");
+        return Complain(kWrongUse,
+                        "the launcher is the first process, which adopts the "
+                        "orphans of all others");
     }
     if (IsBelow(snapshot, launcher)) {
         return Complain(kWrongUse, "this is a program of the launcher " +
