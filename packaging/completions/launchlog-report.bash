@@ -14,8 +14,8 @@ _launchlog_report() {
                 compgen -W 'marked name restarts per-minute first-end last-end' -- "$word"
                 ;;
             *,-*)
-                compgen -W '--follow --since --until --json --ends --html --sort
-                    --fail-if-marked --now --help --version' -- "$word"
+                compgen -W '--follow --since --until --json --ends --html --metrics
+                    --list --sort --fail-if-marked --now --help --version' -- "$word"
                 ;;
             *) compgen -f -- "$word" ;;
         esac

@@ -6,6 +6,8 @@ complete -c launchlog-report -l until -x -d 'count only what happened at this ti
 complete -c launchlog-report -l json -d 'print one JSON document, for machines'
 complete -c launchlog-report -l ends -d 'print each end as a JSON object on a line of its own'
 complete -c launchlog-report -l html -r -d 'write a page for a browser'
+complete -c launchlog-report -l metrics -r -d 'write metrics for Prometheus'
+complete -c launchlog-report -l list -r -d 'with --metrics, the items of this list'
 complete -c launchlog-report -l sort -x -a 'marked name restarts per-minute first-end last-end' -d 'order items by this'
 complete -c launchlog-report -l fail-if-marked -d 'exit with status 3 if an item is marked'
 complete -c launchlog-report -l now -x -d 'use this as the current time'

@@ -44,6 +44,7 @@ def expected_files(prefix):
                          "lib/systemd/user/tamlin-launcher@.service"]
     return {*completions, *pages, *documents, *examples, *of_the_system,
             f"{DOCUMENTS}/copyright", "share/tamlin/launch-list.schema.json",
+            "share/tamlin/launcher.rules.yml",
             "Tamlin.app/Contents/Info.plist", "Tamlin.app/Contents/MacOS/launcher",
             "Tamlin.app/Contents/Resources/vopapi.ini"}
 

@@ -8,16 +8,6 @@ namespace {
 // What the launcher waits between an end and the next start.
 constexpr Time kPause = 50;
 
-Cause CauseOf(std::optional<ProgramEnd> const& status) {
-    if (!status || (!status->exit_code && !status->signal)) {
-        return Cause::Unknown;
-    }
-    if (status->exit_code) {
-        return *status->exit_code == 0 ? Cause::ExitZero : Cause::ExitCode;
-    }
-    return status->core_dumped ? Cause::CoreDump : Cause::Signal;
-}
-
 ProgramRunEnd MakeEnd(LogEvent const& event, std::optional<Time> const& start,
                       long long number) {
     ProgramRunEnd end;
@@ -38,6 +28,16 @@ ProgramRunEnd MakeEnd(LogEvent const& event, std::optional<Time> const& start,
 }
 
 }  // namespace
+
+Cause CauseOf(std::optional<ProgramEnd> const& status) {
+    if (!status || (!status->exit_code && !status->signal)) {
+        return Cause::Unknown;
+    }
+    if (status->exit_code) {
+        return *status->exit_code == 0 ? Cause::ExitZero : Cause::ExitCode;
+    }
+    return status->core_dumped ? Cause::CoreDump : Cause::Signal;
+}
 
 char const* CauseName(Cause cause) {
     switch (cause) {

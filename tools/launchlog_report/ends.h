@@ -36,6 +36,10 @@ constexpr std::size_t kCauses = 6;
 // Returns "exit_0", "exit_code", "signal", "core_dump", "stop" or "unknown".
 char const* CauseName(Cause cause);
 
+// Returns the cause of an end that is no stop; std::nullopt stands for an end that the
+// launcher could not wait for.
+Cause CauseOf(std::optional<ProgramEnd> const& status);
+
 struct ProgramRunEnd {
     std::string item;
     std::size_t log = 0;

@@ -126,7 +126,7 @@ void Logs::ReadOn() {
 }
 
 // Returns a taker that counts the lines and passes on those of launchers.
-LineTaker Logs::CountingTaker(LineCounts& counts, std::size_t number) {
+launchlog_report::LineTaker Logs::CountingTaker(LineCounts& counts, std::size_t number) {
     return [this, &counts, number](std::string const& line, bool is_cut) {
         std::optional<LogEvent> const event = ParseLogLine(line);
         if (!line.empty() && !IsOfRotation(line)) {
@@ -134,6 +134,9 @@ LineTaker Logs::CountingTaker(LineCounts& counts, std::size_t number) {
                 counts.beginning = line.substr(0, kBeginning);
             }
             ++counts.all;
+            if (take_line) {
+                take_line(line, event && !is_cut, number);
+            }
         }
         if (event) {
             ++counts.of_launchers;

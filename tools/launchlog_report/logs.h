@@ -27,7 +27,15 @@ class Logs {
     // the number of the log.
     using Taker = std::function<void(LogEvent const& event, std::size_t log)>;
 
+    // Takes a line, whether it is a launcher's, and the number of its log.
+    using LineTaker =
+        std::function<void(std::string const& line, bool is_understood, std::size_t log)>;
+
     explicit Logs(Taker taker) : take(std::move(taker)) {}
+
+    // Lets `taker` take each line before what it says is passed on. A line that is too
+    // long, and so cut, is not understood. Call it before Read.
+    void SetLineTaker(LineTaker taker) { take_line = std::move(taker); }
 
     // Reads the files: of each log first the rotated files, in the order of the times in
     // them, then the log itself. With `follow` a log may be missing, and its last line
@@ -80,11 +88,12 @@ class Logs {
     void ReadLog(Log& log, std::size_t number, bool follow);
     void ReadRotated(Log& log, std::size_t number);
     void ReadFile(std::string const& path, Log& log, std::size_t number);
-    LineTaker CountingTaker(LineCounts& counts, std::size_t number);
+    launchlog_report::LineTaker CountingTaker(LineCounts& counts, std::size_t number);
     static std::string WhyNoLog(LineCounts const& counts);
     static std::string LiveProblem(Log const& log);
 
     Taker take;
+    LineTaker take_line;
     ReadFiles read_files;
     // In the order of their numbers. A list, because LiveLogs refer to their counts.
     std::list<Log> logs;

@@ -15,6 +15,7 @@
 #include "tools/launchlog_report/json.h"
 #include "tools/launchlog_report/log_files.h"
 #include "tools/launchlog_report/logs.h"
+#include "tools/launchlog_report/metrics_output.h"
 #include "tools/launchlog_report/options.h"
 #include "tools/launchlog_report/order.h"
 #include "tools/launchlog_report/output_file.h"
@@ -192,6 +193,9 @@ int Main(int argc, char** argv) {
         Complain("there is no launcher log in " + GetHomePath() +
                  "/Library/Logs; name one");
         return 1;
+    }
+    if (!options.metrics.empty()) {
+        return WriteMetrics(paths, options, Complain);
     }
     SetCharacterWidths();
     return ReportOn(paths, options);

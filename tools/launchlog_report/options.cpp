@@ -21,6 +21,8 @@ themselves. Without a LOG it reads the user's own, ~/Library/Logs/*/voplog/launc
   --json            print one JSON document on one line instead of a table, for machines
   --ends            print each end as a JSON object on a line of its own
   --html FILE       write a page for a browser, with a timeline of all programs
+  --metrics FILE    write metrics for Prometheus; with --follow, again and again
+  --list LIST.json  with --metrics: the items of this list, those that never ended too
   --sort KEY        sort items by marked (the default of a table), name (the default of
                     JSON), restarts, per-minute, first-end or last-end
   --fail-if-marked  exit with 3 if an item is marked, for monitoring
@@ -40,6 +42,7 @@ Examples:
   launchlog-report --follow
   launchlog-report --now 2026-11-21T12:00:00Z old/launcher.log
   launchlog-report --html report.html
+  launchlog-report --metrics launcher.prom
   launchlog-report --since yesterday --until today
   launchlog-report --ends --since -2h | jq -r '[.time, .name, .status_text] | @tsv'
   launchlog-report --json | jq -r '.items[] | select(.restarts_often) | .name'
@@ -98,6 +101,29 @@ std::string ReadRange(Options& options) {
     return error;
 }
 
+std::string FindConflictOfMetrics(Options const& options) {
+    tools::CommandLine const& line = options.line;
+    if (line.Has("list") && !line.Has("metrics")) {
+        return "--list needs --metrics";
+    }
+    if (!line.Has("metrics")) {
+        return "";
+    }
+    if (options.metrics.empty()) {
+        return "--metrics needs a file";
+    }
+    if (std::count(options.logs.begin(), options.logs.end(), "-") > 0) {
+        return "--metrics is for files, not for the standard input";
+    }
+    for (char const* const other :
+         {"json", "ends", "html", "since", "until", "now", "sort", "fail-if-marked"}) {
+        if (line.Has(other)) {
+            return std::string("--metrics cannot be combined with --") + other;
+        }
+    }
+    return "";
+}
+
 // Returns which options cannot be combined, in words; an empty string if all can.
 std::string FindConflict(Options const& options) {
     if (options.line.Has("html") && options.html.empty()) {
@@ -106,8 +132,9 @@ std::string FindConflict(Options const& options) {
     if (options.line.Has("html") && (options.json || options.ends)) {
         return "--html cannot be combined with --json or --ends";
     }
-    if (!options.follow) {
-        return "";
+    std::string problem = FindConflictOfMetrics(options);
+    if (!options.follow || !problem.empty()) {
+        return problem;
     }
     if (std::count(options.logs.begin(), options.logs.end(), "-") > 0) {
         return "the standard input cannot be followed";
@@ -130,12 +157,17 @@ Options ReadOptions(int argc, char* const* argv) {
                                            {"json"},
                                            {"ends"},
                                            {"html", true},
+                                           {"metrics", true},
+                                           {"list", true},
                                            {"sort", true},
                                            {"fail-if-marked"},
                                            {"now", true}});
     options.follow = options.line.Has("follow");
     options.json = options.line.Has("json");
     options.ends = options.line.Has("ends");
+    options.metrics =
+        options.line.Has("metrics") ? options.line.options.at("metrics") : "";
+    options.list = options.line.Has("list") ? options.line.options.at("list") : "";
     options.html = options.line.Has("html") ? options.line.options.at("html") : "";
     options.fail_if_marked = options.line.Has("fail-if-marked");
     options.logs = options.line.operands;

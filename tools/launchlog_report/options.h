@@ -21,6 +21,10 @@ struct Options {
     bool follow = false;
     bool json = false;
     bool ends = false;
+    // The file to write the metrics to; empty for no metrics.
+    std::string metrics;
+    // The launch list whose items the metrics have; empty for those of all launchers.
+    std::string list;
     // The file to write the page to; empty for no page.
     std::string html;
     bool fail_if_marked = false;

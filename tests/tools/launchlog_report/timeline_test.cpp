@@ -92,9 +92,10 @@ TEST(Timeline, AClockThatIsSetBackChangesOnlyTheOrder) {
 
 TEST(Timeline, AProgramRunsUntilTheLastLineOfItsLauncher) {
     Drawn const drawn({End(0, 1000), End(0, 1000, "1", "stopped"), End(0, 4000, "1", "b"),
-                       End(9, 5000, "1", "stopped"), End(0, 6000, "2")});
-    EXPECT_THAT(drawn.OpenRuns(), ElementsAre("1050-5000"));
-    EXPECT_THAT(drawn.OpenRuns("b"), ElementsAre("4050-5000"));
+                       End(9, 5000, "1", "stopped"), End(0, 5200, "1", "c"),
+                       End(0, 6000, "2")});
+    EXPECT_THAT(drawn.OpenRuns(), ElementsAre("1050-5200"));
+    EXPECT_THAT(drawn.OpenRuns("b"), ElementsAre("4050-5200"));
     EXPECT_THAT(drawn.OpenRuns("stopped"), ElementsAre());
 }
 

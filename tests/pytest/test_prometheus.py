@@ -1,0 +1,158 @@
+"""Tests the metrics of launchlog-report with the real Prometheus: its checks, its collector
+of text files, and itself with the alerts. All listen on the loopback interface only."""
+
+import contextlib
+import json
+import shutil
+import signal
+import socket
+import urllib.error
+import urllib.parse
+import urllib.request
+
+import pytest
+
+from support import ROOT, Command, item, run, steady_item, stop_launcher, wait_until, write_list
+
+RULES = ROOT / "packaging/prometheus/launcher.rules.yml"
+TESTS = ROOT / "tests/pytest/prometheus/rules_test.yml"
+CONFIGURATION = """
+global: {{ scrape_interval: 1s, evaluation_interval: 1s }}
+rule_files: [{rules}]
+scrape_configs:
+  - job_name: node
+    static_configs: [{{ targets: ["127.0.0.1:{port}"] }}]
+"""
+
+
+@pytest.fixture
+def report(build):
+    return build / "tools/launchlog_report/launchlog-report"
+
+
+def line(name, number, status=768, second=0):
+    return (f"2026-11-21T11:{number // 60:02}:{number % 60:02}.{second:03}Z ERROR 181 "
+            f"[LAUNCHER  ] {name} {number + 300} is killed. ret = 7, status = {status}\n")
+
+
+def value_in(metrics, name, **labels):
+    """Returns the value of a sample; None if it is not there."""
+    quoted = ",".join(f'{label}="{value}"' for label, value in labels.items())
+    start = f"{name}{{{quoted}}} " if quoted else f"{name} "
+    found = [text[len(start):] for text in metrics.read_text().splitlines()
+             if text.startswith(start)]
+    return float(found[0]) if found else None
+
+
+def test_the_rules_are_right_and_do_what_their_tests_say(tmp_path):
+    for file in (RULES, TESTS):
+        shutil.copy(file, tmp_path)
+    run("promtool", "check", "rules", RULES).expect(0)
+    run("promtool", "test", "rules", tmp_path / TESTS.name).expect(0)
+
+
+def test_promtool_finds_nothing_wrong_with_the_metrics(tmp_path, report):
+    log, metrics = tmp_path / "launcher.log", tmp_path / "launcher.prom"
+    names = ["plain", 'a"b', "back\\slash", "{x}", "caf\u00e9", "\udcff", ""]
+    log.write_text("".join(line(name, number) for number, name in enumerate(names)),
+                   errors="surrogateescape")
+    run(report, "--metrics", metrics, log).expect(0)
+    with metrics.open() as text:
+        checked = run("promtool", "check", "metrics", stdin=text)
+    assert (checked.code, checked.output) == (0, "")
+    assert value_in(metrics, "launcher_item_ends_total", item="plain", cause="exit_code") == 1
+
+
+def test_totals_never_fall_and_grow_by_what_is_new(tmp_path, report):
+    log, metrics = tmp_path / "launcher.log", tmp_path / "launcher.prom"
+
+    def total():
+        run(report, "--metrics", metrics, log).expect(0)
+        return value_in(metrics, "launcher_item_restarts_total", item="a")
+
+    log.write_text("".join(line("a", number) for number in range(900)))
+    assert total() == total() == 900
+    log.rename(tmp_path / "launcher.log.1")
+    log.write_text("".join(line("a", number) for number in range(900, 907)))
+    assert total() == 907
+    (tmp_path / "launcher.log.1").unlink()
+    assert total() == 907
+    log.unlink()
+    log.write_text(line("a", 907))
+    assert total() == 908
+
+
+def test_a_file_of_somebody_else_is_not_replaced(tmp_path, report):
+    log, metrics = tmp_path / "launcher.log", tmp_path / "other.prom"
+    log.write_text(line("a", 1))
+    metrics.write_text("other 1\n")
+    run(report, "--metrics", metrics, log).expect_only(
+        1, "launchlog-report: .*/other.prom: this was not written by --metrics, so it is "
+           "not replaced")
+    assert metrics.read_text() == "other 1\n"
+
+
+def free_port():
+    with socket.socket() as it:
+        it.bind(("127.0.0.1", 0))
+        return it.getsockname()[1]
+
+
+def ask(port, path, **query):
+    """Returns what Prometheus answers; None as long as it does not listen."""
+    url = f"http://127.0.0.1:{port}/api/v1/{path}?{urllib.parse.urlencode(query)}"
+    with contextlib.suppress(urllib.error.URLError, ConnectionError):
+        with urllib.request.urlopen(url, timeout=10) as answer:
+            return json.load(answer)["data"]
+    return None
+
+
+def value_of(port, query):
+    """Returns the value of a query; None if there is none."""
+    answer = ask(port, "query", query=query)
+    return float(answer["result"][0]["value"][1]) if answer and answer["result"] else None
+
+
+@pytest.fixture
+def prometheus(tmp_path, home):
+    """The port of a Prometheus that scrapes a node_exporter with this folder of texts."""
+    texts = tmp_path / "texts"
+    texts.mkdir()
+    node, port = free_port(), free_port()
+    configuration = tmp_path / "prometheus.yml"
+    configuration.write_text(CONFIGURATION.format(rules=RULES, port=node))
+    with Command("prometheus-node-exporter", "--collector.disable-defaults",
+                 "--collector.textfile", f"--collector.textfile.directory={texts}",
+                 f"--web.listen-address=127.0.0.1:{node}"), \
+            Command("prometheus", f"--config.file={configuration}",
+                    f"--storage.tsdb.path={tmp_path / 'data'}",
+                    f"--web.listen-address=127.0.0.1:{port}"):
+        yield port, texts
+
+
+def test_prometheus_sees_a_real_launcher_and_its_end(prometheus, tmp_path, build, report, log):
+    port, texts = prometheus
+    launch_list = write_list(
+        tmp_path / "list.json", steady_item(tmp_path / "pid"),
+        item("ticker", "/bin/sh", "-c", "sleep 0.3; exit 3"))
+    metrics = texts / "launcher.prom"
+    with Command(build / "Tamlin.app/Contents/MacOS/launcher", "demo", launch_list) as launcher:
+        wait_until(log.exists)
+        with Command(report, "--follow", "--metrics", metrics, "--list", launch_list) as follower:
+            ticks = 'launcher_item_ends_total{item="ticker",cause="exit_code"}'
+            before = wait_until(lambda: value_of(port, ticks))
+            wait_until(lambda: value_of(port, ticks) > before)
+            assert value_of(port, "launcher_up") == 1
+            assert value_of(port, 'launcher_item_running{item="steady"}') == 1
+            assert value_of(port, 'launcher_item_restarts_total{item="steady"}') == 0
+            assert value_of(port, "node_textfile_scrape_error") == 0
+            assert stop_launcher(launcher) == 1
+            wait_until(lambda: value_of(port, "launcher_up") == 0)
+            wait_until(lambda: value_of(port, 'ALERTS{alertname="LauncherGone"}'))
+            assert value_of(port, 'launcher_item_running{item="steady"}') == 0
+            follower.send(signal.SIGTERM)
+            follower.wait(20).expect(0)
+            assert follower.output == ""
+    ends = [it["cause"] for it in map(json.loads, run(report, "--ends", log).output.splitlines())
+            if it["name"] == "ticker"]
+    assert value_of(port, ticks) == ends.count("exit_code")

@@ -1,0 +1,41 @@
+// Metrics in the text format of Prometheus, version 0.0.4, for the textfile collector of
+// node_exporter.
+
+#ifndef TOOLS_LAUNCHLOG_REPORT_METRICS_H
+#define TOOLS_LAUNCHLOG_REPORT_METRICS_H
+
+#include <map>
+#include <optional>
+#include <string>
+
+#include "tools/launchlog_report/line_counter.h"
+#include "tools/launchlog_report/summary.h"
+
+namespace launchlog_report {
+
+// What is true of an item now.
+struct ItemState {
+    bool is_running = false;
+    bool is_given_up = false;
+    bool has_no_program = false;
+    bool is_chain = false;
+};
+
+struct Metrics {
+    Carried counted;
+    bool is_launcher_up = false;
+    // By the names of the items, in UTF-8. Those that are only in the totals have no
+    // state now.
+    std::map<std::string, ItemState> states;
+};
+
+// Returns the text. It also holds, in comments, the positions in the logs.
+std::string ToText(Metrics const& metrics);
+
+// Reads the totals and the positions back from such a text. An empty text has none.
+// Returns std::nullopt if it is another text.
+std::optional<Carried> ReadMetrics(std::string const& text);
+
+}  // namespace launchlog_report
+
+#endif
