@@ -51,6 +51,10 @@ std::vector<ProcessInfo> ReadProcesses();
 // Returns the process that has this id now; std::nullopt if there is none.
 std::optional<ProcessInfo> ReadProcess(pid_t id);
 
+// Returns true if no thread of the process runs or could run: all wait for something.
+// Threads that the system does not tell of count as waiting.
+bool DoAllThreadsWait(pid_t id);
+
 // Returns the current directory of the process; an empty string if the system does not
 // tell.
 std::string DirectoryOf(pid_t id);

@@ -141,6 +141,24 @@ std::optional<ProcessInfo> ReadProcess(pid_t id) {
     return process;
 }
 
+bool DoAllThreadsWait(pid_t id) {
+    std::unique_ptr<DIR, int (*)(DIR*)> const directory(
+        opendir(PathIn(id, "task").c_str()), closedir);
+    while (directory) {
+        dirent const* const entry = readdir(directory.get());
+        if (entry == nullptr) {
+            break;
+        }
+        std::string const thread = std::string("task/") + entry->d_name + "/stat";
+        std::string const stat = ReadWhole(PathIn(id, thread.c_str()));
+        std::size_t const name_end = stat.rfind(") ");
+        if (name_end != std::string::npos && stat[name_end + 2] != 'S') {
+            return false;
+        }
+    }
+    return true;
+}
+
 std::string DirectoryOf(pid_t id) {
     return ReadLink(PathIn(id, "cwd"));
 }

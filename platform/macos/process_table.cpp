@@ -101,6 +101,12 @@ std::optional<ProcessInfo> ReadProcess(pid_t id) {
     return process;
 }
 
+bool DoAllThreadsWait(pid_t id) {
+    proc_taskinfo task = {};
+    return proc_pidinfo(id, PROC_PIDTASKINFO, 0, &task, sizeof task) != sizeof task ||
+           task.pti_numrunning == 0;
+}
+
 std::string DirectoryOf(pid_t id) {
     proc_vnodepathinfo paths = {};
     return proc_pidinfo(id, PROC_PIDVNODEPATHINFO, 0, &paths, sizeof paths) ==

@@ -1,5 +1,8 @@
 #include "tests/stop/families.h"
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <sstream>
@@ -29,6 +32,29 @@ std::string DescribeProcesses(std::vector<pid_t> const& processes) {
              << line;
     }
     return text.str();
+}
+
+void AddNeighbour() {
+    if (fork() == 0) {
+        for (;;) {
+            pause();
+        }
+    }
+}
+
+std::unique_ptr<Process> StartFromShell(std::vector<std::string> command,
+                                        std::string const& marker) {
+    return std::make_unique<Process>([&] {
+        AddNeighbour();
+        pid_t const child = fork();
+        if (child == 0) {
+            setenv("TEST_PROGRAM_MARKER", marker.c_str(), 1);
+            execv(command[0].c_str(), Pointers(command).data());
+            _exit(127);
+        }
+        waitpid(child, nullptr, 0);
+        return pause();
+    });
 }
 
 unsigned long NumberFromEnvironment(char const* name, unsigned long fallback) {

@@ -5,9 +5,11 @@
 
 #include <sys/types.h>
 
-#include <cstddef>
+#include <memory>
 #include <string>
 #include <vector>
+
+#include "harness/process.h"
 
 // Returns the processes that have `text` in their environment, without zombies. All that
 // a process starts have its environment.
@@ -15,6 +17,15 @@ std::vector<pid_t> ProcessesWith(std::string const& text);
 
 // Returns a line for each of these processes: its id, parent, state and command line.
 std::string DescribeProcesses(std::vector<pid_t> const& processes);
+
+// Makes a process in the group and session of this process that stays.
+void AddNeighbour();
+
+// Starts `command` as a shell without job control does: in one process group with the
+// shell and a neighbour, which stay. Returns the shell, the leader of the session. What
+// the command starts has `marker` in its environment.
+std::unique_ptr<Process> StartFromShell(std::vector<std::string> command,
+                                        std::string const& marker);
 
 // Returns the number in the environment variable, `fallback` if it is not set.
 unsigned long NumberFromEnvironment(char const* name, unsigned long fallback);

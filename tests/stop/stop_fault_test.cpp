@@ -164,6 +164,22 @@ TEST_F(StopFault, PaceAndGraceDoNotDependOnTheTimeOfDay) {
     EXPECT_TRUE(WaitFor([] { return LonePrograms().empty(); }));
 }
 
+// Before that, SIGTERM would end the launcher's process group.
+TEST_F(StopFault, AStopWaitsUntilTheLauncherKnowsItsChildren) {
+    std::filesystem::path const app = directory.Path() / "Tamlin.app";
+    std::filesystem::copy(std::filesystem::path(BUNDLE).parent_path(), app,
+                          std::filesystem::copy_options::recursive);
+    launcher_program = app / "Contents/MacOS/launcher";
+    std::filesystem::copy_file(LATE_LAUNCHER, launcher_program,
+                               std::filesystem::copy_options::overwrite_existing);
+    WriteFile(list_file, ListText({Item("a"), Item("b")}));
+    auto const shell = StartFromShell({launcher_program, "test", list_file}, "stopped");
+    ASSERT_TRUE(WaitFor([this] { return Starts().size() == 2; }));
+    EXPECT_EQ(RunProgram({LAUNCHER_STOP, list_file}).end, "exit 0");
+    EXPECT_EQ(SessionMembers(shell->Pid()).size(), 2U) << "shell or neighbour is gone";
+    kill(-shell->Pid(), SIGKILL);
+}
+
 // In a time namespace the clocks are others, and so are the starts of all processes.
 TEST_F(StopFault, AStopWorksWithClocksThatDifferFromTheLaunchers) {
     if (RunProgram({"/usr/bin/unshare", "--time", "/bin/true"}).end != "exit 0") {

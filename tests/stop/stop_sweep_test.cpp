@@ -6,7 +6,6 @@
 //
 // The number of stops for each list is STOPS (16 if it is not set).
 
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -33,15 +32,6 @@ using std::chrono::microseconds;
 // The stop begins as long before the start, and as long after it.
 constexpr microseconds kEarliest(-15'000);
 constexpr microseconds kLatest(100'000);
-
-// Makes a process in the group and session of this process that stays.
-void AddNeighbour() {
-    if (fork() == 0) {
-        for (;;) {
-            pause();
-        }
-    }
-}
 
 // Returns "ended after SIGTERM" of "launcher 4711 (test) ended after SIGTERM: ...".
 std::string OutcomeIn(std::string const& output) {
@@ -114,7 +104,7 @@ class StopSweep : public LauncherTest {
                                    std::filesystem::copy_options::overwrite_existing);
         std::unique_ptr<Process> shell;
         if (delay >= microseconds(0)) {
-            shell = StartLauncher(list);
+            shell = StartFromShell({launcher_program, "test", list}, list);
             EXPECT_TRUE(WaitUntilItRuns(*shell, list));
             std::this_thread::sleep_for(delay);
         }
@@ -123,7 +113,7 @@ class StopSweep : public LauncherTest {
             AddNeighbour);
         if (shell == nullptr) {
             std::this_thread::sleep_for(-delay);
-            shell = StartLauncher(list);
+            shell = StartFromShell({launcher_program, "test", list}, list);
         }
         ProgramRun run = {stop.WaitForEnd(), ReadFile(list + ".stop"), ""};
         EXPECT_EQ(SessionMembers(stop.Pid()).size(), 1U) << "its neighbour is gone";
@@ -139,23 +129,6 @@ class StopSweep : public LauncherTest {
             << "shell or neighbour is gone";
         kill(-shell->Pid(), SIGKILL);
         return (is_too_early ? "at the second try: " : "") + OutcomeIn(run.output);
-    }
-
-    // Returns a process that has started a neighbour and the launcher in its own process
-    // group, as a shell without job control does.
-    std::unique_ptr<Process> StartLauncher(std::string const& list) const {
-        return std::make_unique<Process>([&] {
-            AddNeighbour();
-            pid_t const child = fork();
-            if (child == 0) {
-                setenv("TEST_PROGRAM_MARKER", list.c_str(), 1);
-                execl(launcher_program.c_str(), launcher_program.c_str(), "test",
-                      list.c_str(), nullptr);
-                _exit(127);
-            }
-            waitpid(child, nullptr, 0);
-            return pause();
-        });
     }
 
     // Waits until the shell's launcher has been executed. In the middle of that it has no

@@ -145,9 +145,11 @@ class LauncherStop {
 
     // Waits until the launcher has forked for each item: before that, SIGTERM may end all
     // processes of its group. Returns false if a fork has failed, or may fail: SIGTERM
-    // may now end all processes of the user. An item whose fork failed has no thread.
+    // may now end all processes of the user. An item whose fork failed has no thread. A
+    // thread that has forked, but has not noted the child's id yet, does not wait.
     bool AwaitForks() {
-        auto last_progress = steady_clock::now();
+        auto const begin = steady_clock::now();
+        auto last_progress = begin;
         std::size_t most_threads = 0;
         do {
             Snapshot const snapshot = Snapshot::Take();
@@ -159,12 +161,14 @@ class LauncherStop {
             if (IsShortOfProcesses(snapshot)) {
                 return false;
             }
-            if (snapshot.ChildrenOf(launcher.id).size() >= items) {
+            bool const all_wait = items == 0 || DoAllThreadsWait(launcher.id);
+            if (all_wait && snapshot.ChildrenOf(launcher.id).size() >= items) {
                 return true;
             }
             auto const threads = static_cast<std::size_t>(process->threads);
-            if (threads > most_threads) {
-                most_threads = threads;
+            bool const is_busy = !all_wait && steady_clock::now() - begin < kLongestDeath;
+            if (threads > most_threads || is_busy) {
+                most_threads = std::max(threads, most_threads);
                 last_progress = steady_clock::now();
             }
         } while (!HasEndedIn(kLookEvery) &&
