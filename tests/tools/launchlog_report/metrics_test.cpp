@@ -63,12 +63,12 @@ TEST(Metrics, AnotherTextIsRefused) {
     EXPECT_FALSE(ReadMetrics("launcher_up 1\n").has_value());
     std::string const first = text.substr(0, text.find('\n') + 1);
     for (char const* const line :
-         {"launcher_item_ends_total{item=\"a\",cause=\"signal\"} x",
-          "launcher_item_ends_total{item=\"a\",cause=\"other\"} 1",
-          "launcher_item_ends_total{item=\"a} 1",
-          "launcher_item_restarts_total{item=a} 1",
-          "launcher_item_restarts_total{item=\"a\"} ",
-          "launcher_item_last_end_timestamp_seconds{item=\"a\"} 1",
+         {R"(launcher_item_ends_total{item="a",cause="signal"} x)",
+          R"(launcher_item_ends_total{item="a",cause="other"} 1)",
+          R"(launcher_item_ends_total{item="a} 1)",
+          R"(launcher_item_restarts_total{item=a} 1)",
+          R"(launcher_item_restarts_total{item="a"} )",
+          R"(launcher_item_last_end_timestamp_seconds{item="a"} 1)",
           "launcher_log_lines_not_understood_total", "# position {", "# position []"}) {
         EXPECT_FALSE(ReadMetrics(first + line + "\n").has_value()) << line;
     }
