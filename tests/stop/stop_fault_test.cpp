@@ -13,11 +13,11 @@
 #include "harness/proc.h"
 #include "harness/wait_for.h"
 #include "tests/stop/families.h"
+#include "tests/stop/fault_fixture.h"
 #include "tests/support/disk.h"
 #include "tests/support/limited_launcher.h"
 #include "tests/support/limited_user.h"
 #include "tests/support/run_program.h"
-#include "tests/support/sanitizers.h"
 
 namespace {
 
@@ -25,86 +25,6 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 constexpr char kNone[] = R"({"name": "none", "program": "/nonexistent"})";
-
-class StopFault : public LauncherTest {
-  protected:
-    // Returns launch-with's command line for a deaf program with a deaf child in another
-    // session.
-    std::vector<std::string> FamilyCommand(std::string const& grace) const {
-        return {LAUNCH_WITH,  "--grace", grace,     "--",
-                LONE_PROGRAM, "family",  Reports(), "family"};
-    }
-
-    std::string Reports() const { return directory.Path() / "reports"; }
-
-    // Returns the processes that execute the lone program.
-    static std::vector<pid_t> LonePrograms() {
-        std::vector<pid_t> programs;
-        for (pid_t const pid : AllProcesses()) {
-            if (!IsGone(pid) && ProgramOf(pid) == LONE_PROGRAM) {
-                programs.push_back(pid);
-            }
-        }
-        return programs;
-    }
-
-    bool AwaitFamily() const {
-        return WaitFor([this] { return Lines(ReadFile(Reports())).size() == 2; });
-    }
-};
-
-// Gives a process no more memory than it has.
-void FreezeMemory(pid_t process) {
-    auto const size = static_cast<rlim_t>(ProcNumber(process, "status", "VmSize")) * 1024;
-    rlimit const limit = {size, RLIM_INFINITY};
-    prlimit(process, RLIMIT_AS, &limit, nullptr);
-}
-
-TEST_F(StopFault, WithoutMemoryLaunchWithEndsAllThatItsProgramStarted) {
-    if (UNDER_ASAN || UNDER_TSAN) {
-        GTEST_SKIP() << "a sanitizer needs memory itself";
-    }
-    for (bool const is_watcher_killed : {false, true}) {
-        std::filesystem::remove(Reports());
-        Process const partner(FamilyCommand("0.1"));
-        ASSERT_TRUE(AwaitFamily());
-        pid_t const watcher = ParentOf(std::stoi(ReadFile(Reports())));
-        FreezeMemory(partner.Pid());
-        FreezeMemory(watcher);
-        kill(is_watcher_killed ? watcher : partner.Pid(), SIGKILL);
-        EXPECT_TRUE(WaitFor([] { return LonePrograms().empty(); }))
-            << "the watcher is killed: " << is_watcher_killed;
-    }
-}
-
-TEST_F(StopFault, WithoutMemoryTheStopCanBeRepeated) {
-    if (UNDER_ASAN || UNDER_TSAN) {
-        GTEST_SKIP() << "a sanitizer needs memory itself";
-    }
-    Process const bystander({TEST_PROGRAM, "bystander"});
-    int stops = 0;
-    for (rlim_t size = 2 << 20; size < 12 << 20; size += 512 << 10) {
-        Start(ListText({Item("a"), Item("b")}));
-        ASSERT_TRUE(WaitUntilMainWaits());
-        std::string end = RunProgram({LAUNCHER_STOP, list_file}, "", [size] {
-                              rlimit const limit = {size, size};
-                              rlimit const none = {0, 0};
-                              setrlimit(RLIMIT_CORE, &none);
-                              setrlimit(RLIMIT_AS, &limit);
-                          }).end;
-        stops += end == "exit 0" ? 1 : 0;
-        if (end != "exit 0") {
-            end = RunProgram({LAUNCHER_STOP, list_file}).end;
-        }
-        if (end == "exit 1") {
-            end = RunProgram({LAUNCHER_STOP, "--leftovers", list_file}).end;
-        }
-        EXPECT_TRUE(end == "exit 0" || end == "exit 3") << end << " with " << size;
-        EXPECT_TRUE(launcher->HasEnded());
-        EXPECT_EQ(RunningPrograms().size(), 1U) << "only the bystander";
-    }
-    EXPECT_GT(stops, 0) << "no limit was enough";
-}
 
 TEST_F(StopFault, OnAFullDiskNothingIsLeft) {
     Disk const disk(log_file.parent_path(), "size=64k");
