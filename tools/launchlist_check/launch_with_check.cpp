@@ -27,7 +27,7 @@ void CheckProgram(launch_with::Options const& options, Json::Value const& place,
         vector.emplace_back(*argument);
     }
     std::string path = vector.front();
-    if (!path.empty() && path.front() != '/') {
+    if (options.directory != nullptr && !path.empty() && path.front() != '/') {
         path = std::string(options.directory) + "/" + path;
     }
     ProgramVerdict const verdict = programs.Check(path, vector);
