@@ -11,8 +11,6 @@
 
 namespace {
 
-using testing::HasSubstr;
-
 TEST_F(LaunchWith, AppendsOutputAndErrorsInTheirOrder) {
     WriteFile(File("output"), "before\n");
     EXPECT_EQ(Run({"--output", File("output")}, "echo 1; echo 2 >&2; echo 3"), "exit 0");
