@@ -48,7 +48,7 @@ struct ProcessInfo {
 // be there or not.
 std::vector<ProcessInfo> ReadProcesses();
 
-// Returns the process that has this id now; std::nullopt if there is none.
+// Returns the process that has this id now; std::nullopt if no process has it.
 std::optional<ProcessInfo> ReadProcess(pid_t id);
 
 // Returns true if no thread of the process runs or could run: all wait for something.

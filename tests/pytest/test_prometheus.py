@@ -108,7 +108,7 @@ def ask(port, path, **query):
 
 
 def value_of(port, query):
-    """Returns the value of a query; None if there is none."""
+    """Returns the value of a query; None without one."""
     answer = ask(port, "query", query=query)
     return float(answer["result"][0]["value"][1]) if answer and answer["result"] else None
 

@@ -59,7 +59,7 @@ std::string NameOf(Victims const& victims) {
                : std::string(kNames[victims[0]]) + " and " + kNames[victims[1]];
 }
 
-// Returns the first child of a process that is in this session; 0 if there is none.
+// Returns the first child of a process that is in this session; 0 without one.
 pid_t ChildOf(pid_t parent, pid_t session) {
     for (pid_t const thread : ThreadsOf(parent)) {
         std::istringstream children(ReadFile("/proc/" + std::to_string(parent) +

@@ -144,14 +144,15 @@ char const* Take(int id, char* value, Options& options) {
     Limit limit = {};
     switch (id) {
         case kAtMostEvery:
-            return ReadSeconds(value, options.at_most_every) ? nullptr
-                                                             : "is no number of seconds";
+            return ReadSeconds(value, options.at_most_every)
+                       ? nullptr
+                       : "is not a number of seconds";
         case kGrace:
             return ReadSeconds(value, options.grace) ? nullptr
-                                                     : "is no number of seconds";
+                                                     : "is not a number of seconds";
         case kStopSignal:
             options.stop_signal = tools::SignalNamed(value);
-            return options.stop_signal != 0 ? nullptr : "is no signal";
+            return options.stop_signal != 0 ? nullptr : "is not a signal";
         case kOutput:
             options.output = value;
             return *value != '\0' ? nullptr : "names no file";
@@ -160,7 +161,7 @@ char const* Take(int id, char* value, Options& options) {
             return *value != '\0' ? nullptr : "names no file";
         case kTail:
             if (!ReadNumber(value, 10, 1, kMost, number)) {
-                return "is no number of lines";
+                return "is not a number of lines";
             }
             options.tail = static_cast<long>(number);
             return nullptr;
@@ -169,12 +170,12 @@ char const* Take(int id, char* value, Options& options) {
             return *value != '\0' ? nullptr : "names no directory";
         case kUmask:
             return ReadWhole(value, 8, 0, 0777, options.umask) ? nullptr
-                                                               : "is no octal mask";
+                                                               : "is not an octal mask";
         case kNice:
             options.has_nice = true;
             return ReadWhole(value, 10, -20, 19, options.nice)
                        ? nullptr
-                       : "is no number from -20 to 19";
+                       : "is not a number from -20 to 19";
         case kLock:
             options.lock = value;
             return *value != '\0' ? nullptr : "is an empty name";
@@ -239,7 +240,7 @@ bool ReadOptions(int argc, char** argv, Options& options, Complaint& complaint) 
             return true;
         }
         if (id == '?' || (id != ':' && !IsInFull(word, NameOf(id)))) {
-            complaint = {word, "is no option"};
+            complaint = {word, "is not an option"};
             return false;
         }
         if (id == kVersion) {

@@ -46,7 +46,7 @@ struct Options {
     char** command = nullptr;
 };
 
-// What is wrong with a command line: "--grace", "is no number of seconds".
+// What is wrong with a command line: "--grace", "is not a number of seconds".
 struct Complaint {
     char const* subject = "";
     char const* text = "";

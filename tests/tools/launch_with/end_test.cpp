@@ -60,7 +60,7 @@ TEST_F(LaunchWith, EndsWithTheReasonIfItFailsItself) {
 
 TEST_F(LaunchWith, SaysWhatIsWrongWithItsCommandLine) {
     std::string const complaint =
-        "launch-with: --grace=x is no number of seconds; "
+        "launch-with: --grace=x is not a number of seconds; "
         "--help tells more\n";
     ProgramRun const run =
         RunProgram({LAUNCH_WITH, "--output", File("output"), "--grace=x", "/bin/true"});

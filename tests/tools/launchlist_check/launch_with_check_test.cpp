@@ -62,7 +62,7 @@ TEST(LaunchListCheck, OptionsThatLaunchWithDoesNotTake) {
         ": launch-with ends with exit code 125" + kAgain + " [launch-with-options]\n";
     EXPECT_EQ(CheckWith({"--grace=x", "/bin/sh"}),
               kError +
-                  "launch-with does not take its arguments: --grace=x is no number of "
+                  "launch-with does not take its arguments: --grace=x is not a number of "
                   "seconds" +
                   ends);
     EXPECT_EQ(CheckWith({}),
