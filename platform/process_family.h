@@ -16,6 +16,10 @@ int OpenChildEvents() noexcept;
 // Lets the descriptor report only children that end from now on.
 void ClearChildEvents(int events) noexcept;
 
+// Blocks all signals but SIGKILL and SIGSTOP. On Linux this includes those that the C
+// library uses for threads and never blocks: this process must have no thread but one.
+void BlockAllSignals() noexcept;
+
 // Lets SIGKILL end this process when its parent ends. On macOS this does nothing.
 // Returns false if `parent` is no longer its parent. To be called in a forked child.
 bool DieWithParent(pid_t parent) noexcept;

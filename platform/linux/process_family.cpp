@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <sys/prctl.h>
 #include <sys/signalfd.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -135,6 +136,14 @@ void ClearChildEvents(int events) noexcept {
     signalfd_siginfo event = {};
     while (read(events, &event, sizeof event) > 0) {
     }
+}
+
+void BlockAllSignals() noexcept {
+    // The system's own set, which has a bit for each signal. The C library's call takes
+    // signals 32 and 33 out of it.
+    unsigned char all[_NSIG / 8];
+    std::memset(all, 0xff, sizeof all);
+    syscall(SYS_rt_sigprocmask, SIG_SETMASK, all, nullptr, sizeof all);
 }
 
 bool DieWithParent(pid_t parent) noexcept {

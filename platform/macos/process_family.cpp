@@ -46,6 +46,12 @@ void ClearChildEvents(int events) noexcept {
     }
 }
 
+void BlockAllSignals() noexcept {
+    sigset_t all;
+    sigfillset(&all);
+    sigprocmask(SIG_SETMASK, &all, nullptr);
+}
+
 bool DieWithParent(pid_t parent) noexcept {
     return getppid() == parent;
 }

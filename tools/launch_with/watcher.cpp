@@ -84,15 +84,6 @@ void Describe(int status, char* text, std::size_t size) {
     }
 }
 
-// Leaves only the end of a child to interrupt this process: a watcher that a stray signal
-// ends would take the program with it.
-void BlockSignals() {
-    sigset_t all;
-    sigfillset(&all);
-    sigprocmask(SIG_SETMASK, &all, nullptr);
-    std::signal(SIGCHLD, SIG_DFL);
-}
-
 class Watcher {
   public:
     Watcher(Options const& given, int partner_end, pid_t watched)
@@ -239,7 +230,9 @@ class Watcher {
 void Watch(int argc, char** argv, Options const& options, int partner,
            pid_t launcher) noexcept {
     setsid();
-    BlockSignals();
+    // A watcher that a stray signal ends would take the program with it.
+    BlockAllSignals();
+    std::signal(SIGCHLD, SIG_DFL);
     AdoptOrphans();
     // Not on the stack, which then fits into what every process has from its start: a
     // watcher that gets no more memory can still end the program.

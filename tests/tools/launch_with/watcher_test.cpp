@@ -35,6 +35,16 @@ pid_t WatcherOf(pid_t program) {
     return ParentOf(program);
 }
 
+// Sends all signals that a process can block. Signals 32 and 33, which the C library does
+// not block, are among them.
+void SendAllSignals(pid_t process) {
+    for (int signal = 1; signal < NSIG; ++signal) {
+        if (signal != SIGKILL && signal != SIGSTOP) {
+            EXPECT_EQ(kill(process, signal), 0) << signal;
+        }
+    }
+}
+
 TEST_F(LaunchWith, AfterItsEndTheProgramGetsTheStopSignalOnce) {
     for (std::string const stop : {"TERM", "INT"}) {
         {
@@ -137,16 +147,22 @@ TEST_F(LaunchWith, TheProgramEndsWhenBothAreKilled) {
 }
 
 TEST_F(LaunchWith, TheWatcherHearsNoOtherSignal) {
-    Process const launched(CommandLine({}, kNotesSigterm));
+    Process launched(CommandLine({}, kNotesSigterm));
     pid_t const program = WaitForPid("pid");
-    for (int signal = 1; signal < NSIG; ++signal) {
-        if (signal != SIGKILL && signal != SIGSTOP) {
-            kill(WatcherOf(program), signal);
-        }
-    }
+    SendAllSignals(WatcherOf(program));
     kill(program, SIGUSR1);
-    EXPECT_TRUE(WaitFor([program] { return IsGone(program); }));
+    EXPECT_EQ(launched.WaitForEnd(), "signal " + std::to_string(SIGUSR1));
     EXPECT_EQ(Content("signals"), "");
+}
+
+TEST_F(LaunchWith, NoSignalEndsTheWatcher) {
+    {
+        Process const launched(CommandLine({}, kNotesSigterm));
+        SendAllSignals(WatcherOf(WaitForPid("pid")));
+    }
+    EXPECT_TRUE(NothingIsLeft());
+    // Without its watcher the program would have ended by SIGKILL.
+    EXPECT_EQ(Content("signals"), "TERM\n");
 }
 
 TEST_F(LaunchWith, AStoppedProgramHearsTheStopSignal) {
