@@ -84,20 +84,40 @@ TEST_F(StopFault, PaceAndGraceDoNotDependOnTheTimeOfDay) {
     EXPECT_TRUE(WaitFor([] { return LonePrograms().empty(); }));
 }
 
+// A launcher that forks late.
+class StopFaultLateForks : public StopFault {
+  protected:
+    StopFaultLateForks() {
+        std::filesystem::path const app = directory.Path() / "Tamlin.app";
+        std::filesystem::copy(std::filesystem::path(BUNDLE).parent_path(), app,
+                              std::filesystem::copy_options::recursive);
+        launcher_program = app / "Contents/MacOS/launcher";
+        std::filesystem::copy_file(LATE_LAUNCHER, launcher_program,
+                                   std::filesystem::copy_options::overwrite_existing);
+        WriteFile(list_file, ListText({Item("a"), Item("b")}));
+    }
+};
+
 // Before that, SIGTERM would end the launcher's process group.
-TEST_F(StopFault, AStopWaitsUntilTheLauncherKnowsItsChildren) {
-    std::filesystem::path const app = directory.Path() / "Tamlin.app";
-    std::filesystem::copy(std::filesystem::path(BUNDLE).parent_path(), app,
-                          std::filesystem::copy_options::recursive);
-    launcher_program = app / "Contents/MacOS/launcher";
-    std::filesystem::copy_file(LATE_LAUNCHER, launcher_program,
-                               std::filesystem::copy_options::overwrite_existing);
-    WriteFile(list_file, ListText({Item("a"), Item("b")}));
+TEST_F(StopFaultLateForks, AStopWaitsUntilTheLauncherKnowsItsChildren) {
     auto const shell = StartFromShell({launcher_program, "test", list_file}, "stopped");
     ASSERT_TRUE(WaitFor([this] { return Starts().size() == 2; }));
     EXPECT_EQ(RunProgram({LAUNCHER_STOP, list_file}).end, "exit 0");
     EXPECT_EQ(SessionMembers(shell->Pid()).size(), 2U) << "shell or neighbour is gone";
     kill(-shell->Pid(), SIGKILL);
+}
+
+// After it, SIGTERM would end every process of this namespace.
+TEST_F(StopFaultLateForks, AForkThatFailsDuringTheStopHarmsNobody) {
+    setenv("FAILING_FORK", "2", 1);
+    StartWith({"test", list_file});
+    ASSERT_TRUE(WaitFor([this] { return ThreadsOf(launcher->Pid()).size() == 3; }));
+    ProgramRun const run = RunProgram({LAUNCHER_STOP, list_file});
+    EXPECT_EQ(run.end, "exit 0");
+    EXPECT_THAT(run.output,
+                testing::HasSubstr("was ended by SIGKILL: a fork has failed"));
+    EXPECT_EQ(launcher->WaitForEnd(), "signal 9");
+    EXPECT_THAT(RunningPrograms(), testing::IsEmpty());
 }
 
 // In a time namespace the clocks are others, and so are the starts of all processes.

@@ -150,6 +150,7 @@ class LauncherStop {
     bool AwaitForks() {
         auto const begin = steady_clock::now();
         auto last_progress = begin;
+        std::size_t threads = 0;
         std::size_t most_threads = 0;
         do {
             Snapshot const snapshot = Snapshot::Take();
@@ -165,7 +166,7 @@ class LauncherStop {
             if (all_wait && snapshot.ChildrenOf(launcher.id).size() >= items) {
                 return true;
             }
-            auto const threads = static_cast<std::size_t>(process->threads);
+            threads = static_cast<std::size_t>(process->threads);
             bool const is_busy = !all_wait && steady_clock::now() - begin < kLongestDeath;
             if (threads > most_threads || is_busy) {
                 most_threads = std::max(threads, most_threads);
@@ -173,7 +174,7 @@ class LauncherStop {
             }
         } while (!HasEndedIn(kLookEvery) &&
                  steady_clock::now() - last_progress < kNoProgress);
-        return handle.HasEnded() || most_threads > items;
+        return handle.HasEnded() || threads > items;
     }
 
     // Root has no limit.
