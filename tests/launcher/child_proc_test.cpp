@@ -45,8 +45,14 @@ class ChildProcTest : public testing::Test {
         return JsonObject(text.c_str());
     }
 
+    // Waits for so many starts, and until the last program can be stopped: before its id
+    // is noted, the process group would be. Returns the starts.
     std::vector<ProgramStart> WaitForStarts(std::size_t count) const {
-        EXPECT_TRUE(WaitFor([&] { return StartsIn(directory.Path()).size() >= count; }));
+        EXPECT_TRUE(WaitFor([&] {
+            std::vector<ProgramStart> const starts = StartsIn(directory.Path());
+            return starts.size() >= count && (IsGone(starts.back().pid) ||
+                                              IsWaitedFor(getpid(), starts.back().pid));
+        }));
         return StartsIn(directory.Path());
     }
 

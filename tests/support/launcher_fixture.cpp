@@ -67,6 +67,13 @@ std::vector<ProgramStart> StartsIn(std::filesystem::path const& directory) {
     return starts;
 }
 
+bool IsWaitedFor(pid_t supervisor, pid_t program) {
+    std::vector<pid_t> const threads = ThreadsOf(supervisor);
+    return std::any_of(threads.begin(), threads.end(), [&](pid_t thread) {
+        return WaitsForProcess(SystemCallOf(supervisor, thread), program);
+    });
+}
+
 LauncherTest::LauncherTest()
     : home(directory.Path() / "home"),
       log_file(home / "Library/Logs/Tamlin/voplog/launcher.log"),
@@ -127,13 +134,9 @@ bool LauncherTest::WaitUntilMainWaits() const {
 bool LauncherTest::WaitUntilProgramsAreKnown() const {
     return WaitFor([this] {
         std::vector<pid_t> const programs = AllProcesses();
-        std::vector<pid_t> const threads = ThreadsOf(launcher->Pid());
-        return std::all_of(programs.begin(), programs.end(), [&](pid_t program) {
+        return std::all_of(programs.begin(), programs.end(), [this](pid_t program) {
             return ParentOf(program) != launcher->Pid() ||
-                   std::any_of(threads.begin(), threads.end(), [&](pid_t thread) {
-                       return WaitsForProcess(SystemCallOf(launcher->Pid(), thread),
-                                              program);
-                   });
+                   IsWaitedFor(launcher->Pid(), program);
         });
     });
 }

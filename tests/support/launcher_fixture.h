@@ -37,6 +37,10 @@ std::vector<ProgramStart> StartsIn(std::filesystem::path const& directory);
 // Returns the message that the launcher logs of the end of a program.
 std::string Killed(std::string const& name, pid_t pid, int status);
 
+// Returns whether a thread of the process waits for the program, so that it has noted the
+// program's id.
+bool IsWaitedFor(pid_t supervisor, pid_t program);
+
 class LauncherTest : public testing::Test {
   protected:
     LauncherTest();

@@ -145,8 +145,10 @@ TEST_F(LauncherStatusToolOfLimitedUser, ShowsAnItemThatWasGivenUp) {
     StartLimited(ListText({Item("a", {"--hold", "a"}), Item("b", {"--hold", "b"})}), 4);
     ASSERT_TRUE(WaitFor([this] { return CountInLog("Failed to fork ") == 1; }));
     WaitForStarts(1);
-    ProgramRun const run =
-        RunProgram({LAUNCHER_STATUS}, "", [] { BecomeLimitedUser(10); });
+    // Where the user may not read the build folder.
+    std::filesystem::path const tool = directory.Path() / "launcher-status";
+    std::filesystem::copy(LAUNCHER_STATUS, tool);
+    ProgramRun const run = RunProgram({tool}, "", [] { BecomeLimitedUser(10); });
     EXPECT_EQ(run.end, "exit 1") << run.errors;
     EXPECT_THAT(run.output, HasSubstr("  given up: a fork failed  "));
     EXPECT_THAT(run.output, HasSubstr("  running "));
