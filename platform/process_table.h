@@ -51,9 +51,22 @@ std::vector<ProcessInfo> ReadProcesses();
 // Returns the process that has this id now; std::nullopt if no process has it.
 std::optional<ProcessInfo> ReadProcess(pid_t id);
 
-// Returns true if no thread of the process runs or could run: all wait for something.
-// Threads that the system does not tell of count as waiting.
-bool DoAllThreadsWait(pid_t id);
+// A thread, and what it waits for. If the system does not tell that, a thread that waits
+// counts as waiting for all of it.
+struct ThreadInfo {
+    // The first thread has the id of its process.
+    pid_t id = 0;
+    bool waits = false;
+    bool waits_for_child_or_time = false;
+    // It waits for a condition, a lock, or the end of a thread.
+    bool waits_for_thread = false;
+    // It blocks SIGTERM, as a handler of that does. On macOS this is always false.
+    bool blocks_sigterm = false;
+};
+
+// Returns the threads of the process. It is empty if the system does not tell. On macOS
+// all of them count as waiting if none runs, and otherwise none does.
+std::vector<ThreadInfo> ReadThreads(pid_t id);
 
 // Returns the current directory of the process; an empty string if the system does not
 // tell.

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <csignal>
 #include <cstdlib>
 #include <ctime>
 #include <memory>
@@ -108,6 +109,41 @@ std::vector<std::string> ArgumentsOf(pid_t id) {
     return arguments;
 }
 
+// Returns the rest of the line of this name in /proc/PID/status; an empty string if there
+// is none.
+std::string ValueIn(std::string const& status, std::string const& name) {
+    std::size_t const line = status.find("\n" + name + ":\t");
+    if (line == std::string::npos) {
+        return "";
+    }
+    std::size_t const value = line + name.size() + 3;
+    return status.substr(value, status.find('\n', value) - value);
+}
+
+bool Contains(std::string const& text, char const* part) {
+    return text.find(part) != std::string::npos;
+}
+
+ThreadInfo ReadThread(pid_t process, pid_t thread) {
+    ThreadInfo info;
+    info.id = thread;
+    std::string const directory = "task/" + std::to_string(thread) + "/";
+    std::string const status = ReadWhole(PathIn(process, (directory + "status").c_str()));
+    unsigned long long const blocked =
+        std::strtoull(ValueIn(status, "SigBlk").c_str(), nullptr, 16);
+    info.blocks_sigterm = (blocked >> (SIGTERM - 1) & 1U) != 0;
+    // The kernel's function that the thread sleeps in, "0" if that is a secret.
+    std::string const function =
+        ReadWhole(PathIn(process, (directory + "wchan").c_str()));
+    bool const is_unknown = function.empty() || function == "0";
+    info.waits = ValueIn(status, "State").substr(0, 1) == "S";
+    info.waits_for_child_or_time =
+        info.waits && (is_unknown || function.rfind("do_wait", 0) == 0 ||
+                       Contains(function, "nanosleep") || Contains(function, "nsleep"));
+    info.waits_for_thread = info.waits && (is_unknown || Contains(function, "futex"));
+    return info;
+}
+
 }  // namespace
 
 std::vector<ProcessInfo> ReadProcesses() {
@@ -141,7 +177,8 @@ std::optional<ProcessInfo> ReadProcess(pid_t id) {
     return process;
 }
 
-bool DoAllThreadsWait(pid_t id) {
+std::vector<ThreadInfo> ReadThreads(pid_t id) {
+    std::vector<ThreadInfo> threads;
     std::unique_ptr<DIR, int (*)(DIR*)> const directory(
         opendir(PathIn(id, "task").c_str()), closedir);
     while (directory) {
@@ -149,14 +186,12 @@ bool DoAllThreadsWait(pid_t id) {
         if (entry == nullptr) {
             break;
         }
-        std::string const thread = std::string("task/") + entry->d_name + "/stat";
-        std::string const stat = ReadWhole(PathIn(id, thread.c_str()));
-        std::size_t const name_end = stat.rfind(") ");
-        if (name_end != std::string::npos && stat[name_end + 2] != 'S') {
-            return false;
+        pid_t const thread = std::atoi(entry->d_name);
+        if (thread > 0) {
+            threads.push_back(ReadThread(id, thread));
         }
     }
-    return true;
+    return threads;
 }
 
 std::string DirectoryOf(pid_t id) {

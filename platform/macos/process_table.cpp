@@ -101,10 +101,17 @@ std::optional<ProcessInfo> ReadProcess(pid_t id) {
     return process;
 }
 
-bool DoAllThreadsWait(pid_t id) {
+std::vector<ThreadInfo> ReadThreads(pid_t id) {
     proc_taskinfo task = {};
-    return proc_pidinfo(id, PROC_PIDTASKINFO, 0, &task, sizeof task) != sizeof task ||
-           task.pti_numrunning == 0;
+    if (proc_pidinfo(id, PROC_PIDTASKINFO, 0, &task, sizeof task) != sizeof task) {
+        return {};
+    }
+    std::vector<ThreadInfo> threads;
+    bool const do_all_wait = task.pti_numrunning == 0;
+    for (int i = 0; i < task.pti_threadnum; ++i) {
+        threads.push_back({id + i, do_all_wait, do_all_wait, do_all_wait, false});
+    }
+    return threads;
 }
 
 std::string DirectoryOf(pid_t id) {

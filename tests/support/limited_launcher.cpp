@@ -5,6 +5,11 @@
 #include <algorithm>
 #include <cstdlib>
 
+bool IsOfLimitedUser(pid_t process) {
+    // The first of four numbers.
+    return ProcNumber(process, "status", "Uid") == static_cast<long>(LimitedUser());
+}
+
 void LimitedLauncherTest::SetUp() {
     if (!HasLimitedUser()) {
         GTEST_SKIP() << "this namespace has no second user";
@@ -36,10 +41,8 @@ std::vector<pid_t> LimitedLauncherTest::LinksAndPrograms() const {
     std::vector<pid_t> processes = AllProcesses();
     processes.erase(std::remove_if(processes.begin(), processes.end(),
                                    [this](pid_t pid) {
-                                       // The first of four numbers.
-                                       return ProcNumber(pid, "status", "Uid") !=
-                                                  static_cast<long>(LimitedUser()) ||
-                                              IsGone(pid) || pid == launcher->Pid();
+                                       return !IsOfLimitedUser(pid) || IsGone(pid) ||
+                                              pid == launcher->Pid();
                                    }),
                     processes.end());
     std::sort(processes.begin(), processes.end());

@@ -10,6 +10,9 @@
 
 #include "tests/support/launcher_fixture.h"
 
+// Returns whether the process runs as the limited user.
+bool IsOfLimitedUser(pid_t process);
+
 // Runs from a bundle and with a home that this user can reach. The user has no passwd
 // entry; the environment names the home.
 class LimitedLauncherTest : public LauncherTest {

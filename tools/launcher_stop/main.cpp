@@ -37,11 +37,11 @@ char const* const kHelp =
 launcher-stop --leftovers LIST.json
 
 Stops your only launcher, the one that runs LIST.json, or the one with the process id PID,
-and says what it had to do. It sends SIGTERM to the launcher alone, and waits as long as
-the launcher makes progress: 50 ms for each item. If the launcher does not end, it sends a
-second SIGTERM, and then SIGKILL. After that it ends all that the launcher started and that
-still runs: chains, and what programs have started. Programs below launch-with get their
-grace, all others get SIGKILL.
+and says what it had to do. It sends SIGTERM to the launcher alone, once that can harm
+nobody else, and waits as long as the launcher makes progress: 50 ms for each item. If the
+launcher does not end, it sends SIGKILL. After that it ends all that the launcher started
+and that still runs: chains, and what programs have started. Programs below launch-with get
+their grace, all others get SIGKILL.
 
   --leftovers  end what launchers left behind when they died, if they ran LIST.json; a
                launcher that runs goes on

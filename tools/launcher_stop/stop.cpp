@@ -11,6 +11,7 @@
 #include <optional>
 #include <set>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "platform/process_handle.h"
@@ -35,10 +36,6 @@ constexpr milliseconds kLookEvery(20);
 // long it makes no progress.
 constexpr milliseconds kNoProgress(1000);
 
-// A launcher without threads and children, which has not ended after this long, waits for
-// another SIGTERM.
-constexpr milliseconds kIdle(200);
-
 // A suspended process that has got SIGCONT runs on after this long at the most.
 constexpr milliseconds kLongestAwakening(1000);
 
@@ -51,6 +48,9 @@ constexpr milliseconds kMoreThanGrace(3000);
 
 // How long a process is waited for that SIGKILL has not ended.
 constexpr milliseconds kLongestDeath(10'000);
+
+// Longer than the launcher's pause between an end and the next start.
+constexpr milliseconds kLongerThanPause(100);
 
 // While so many more processes are possible, no fork fails for some seconds, even if a
 // chain grows.
@@ -103,21 +103,23 @@ class LauncherStop {
         }
         WakeUp();
         if (!AwaitForks()) {
-            return Kill() ? "was ended by SIGKILL: a fork has failed, or soon might, and "
-                            "then "
-                            "SIGTERM would have ended every process of the user"
-                          : "";
+            bool const is_stopping = IsStopping();
+            if (!Kill()) {
+                return "";
+            }
+            return is_stopping ? kHung
+                               : "was ended by SIGKILL: it was not ready for SIGTERM, "
+                                 "which then may end other processes too";
         }
         if (Send(SIGTERM) && AwaitEnd()) {
             return "ended after SIGTERM";
         }
-        if (Send(SIGTERM) && AwaitEnd()) {
-            return "ended after a second SIGTERM";
-        }
-        return Kill() ? "hung, and was ended by SIGKILL" : "";
+        return Kill() ? kHung : "";
     }
 
   private:
+    static constexpr char kHung[] = "hung, and was ended by SIGKILL";
+
     // Returns true if the launcher ended before it could be held.
     bool HasEndedBefore() const {
         std::optional<ProcessInfo> const owner = ReadProcess(launcher.id);
@@ -143,38 +145,79 @@ class LauncherStop {
         return poll(&waited, 1, static_cast<int>(time.count())) > 0 || handle.HasEnded();
     }
 
-    // Waits until the launcher has forked for each item: before that, SIGTERM may end all
-    // processes of its group. Returns false if a fork has failed, or may fail: SIGTERM
-    // may now end all processes of the user. An item whose fork failed has no thread. A
-    // thread that has forked, but has not noted the child's id yet, does not wait.
+    // Returns true if the handler of SIGTERM is at work.
+    bool IsStopping() const {
+        std::vector<ThreadInfo> const threads = ReadThreads(launcher.id);
+        return std::any_of(threads.begin(), threads.end(), [](ThreadInfo const& thread) {
+            return thread.blocks_sigterm;
+        });
+    }
+
+    // Waits until SIGTERM can harm nobody else. Before the launcher has forked for each
+    // item, it may end all processes of its group; after a failed fork, all of the user.
+    // Returns false if that does not become certain.
+    //
+    // Two looks have to agree. In between, a thread whose fork has failed ends, and so
+    // does the thread of an item whose name a later item has.
     bool AwaitForks() {
+        return AwaitRest() && (HasEndedIn(kLongerThanPause) || AwaitRest());
+    }
+
+    // Waits until each item has a thread that has rested, that is, has waited for its
+    // program or paused: it has forked, and has noted the child's id. Returns false if
+    // that makes no progress, or if forks may soon fail.
+    bool AwaitRest() {
         auto const begin = steady_clock::now();
         auto last_progress = begin;
-        std::size_t threads = 0;
-        std::size_t most_threads = 0;
+        std::set<pid_t> rested;
+        std::pair<std::size_t, std::size_t> last_counts;
         do {
             Snapshot const snapshot = Snapshot::Take();
             family.Follow(snapshot);
-            ProcessInfo const* const process = snapshot.Find(KeyOf(launcher));
-            if (process == nullptr) {
+            if (snapshot.Find(KeyOf(launcher)) == nullptr) {
                 return true;
             }
             if (IsShortOfProcesses(snapshot)) {
                 return false;
             }
-            bool const all_wait = items == 0 || DoAllThreadsWait(launcher.id);
-            if (all_wait && snapshot.ChildrenOf(launcher.id).size() >= items) {
+            std::vector<ThreadInfo> const threads = ReadThreads(launcher.id);
+            if (HaveRested(threads, rested)) {
                 return true;
             }
-            threads = static_cast<std::size_t>(process->threads);
-            bool const is_busy = !all_wait && steady_clock::now() - begin < kLongestDeath;
-            if (threads > most_threads || is_busy) {
-                most_threads = std::max(threads, most_threads);
+            auto const counts = std::make_pair(threads.size(), rested.size());
+            bool const forks =
+                AnyForks(threads) && steady_clock::now() - begin < kLongestDeath;
+            if (counts != last_counts || forks) {
+                last_counts = counts;
                 last_progress = steady_clock::now();
             }
         } while (!HasEndedIn(kLookEvery) &&
                  steady_clock::now() - last_progress < kNoProgress);
-        return handle.HasEnded() || threads > items;
+        return handle.HasEnded();
+    }
+
+    // Returns true if a supervising thread runs, or could run.
+    bool AnyForks(std::vector<ThreadInfo> const& threads) const {
+        return std::any_of(threads.begin(), threads.end(),
+                           [this](ThreadInfo const& thread) {
+                               return thread.id != launcher.id && !thread.waits;
+                           });
+    }
+
+    // Adds the threads that rest now to `rested`. Returns true if main waits, nobody has
+    // begun a stop, and each item has a thread, which has rested.
+    bool HaveRested(std::vector<ThreadInfo> const& threads,
+                    std::set<pid_t>& rested) const {
+        bool is_certain = threads.size() > items;
+        for (ThreadInfo const& thread : threads) {
+            if (thread.waits_for_child_or_time) {
+                rested.insert(thread.id);
+            }
+            bool const is_fine = thread.id == launcher.id ? thread.waits_for_thread
+                                                          : rested.count(thread.id) != 0;
+            is_certain = is_certain && is_fine && !thread.blocks_sigterm;
+        }
+        return is_certain;
     }
 
     // Root has no limit.
@@ -209,8 +252,7 @@ class LauncherStop {
                 least = left;
                 last_progress = steady_clock::now();
             }
-            bool const is_idle = left == 1;
-            if (steady_clock::now() - last_progress > (is_idle ? kIdle : kNoProgress)) {
+            if (steady_clock::now() - last_progress > kNoProgress) {
                 return false;
             }
         }

@@ -15,9 +15,8 @@ using Say = std::function<void(std::string const& line)>;
 
 // Stops the launcher, and then ends all that it started and that still runs. The steps,
 // each only if the one before was not enough:
-// - SIGCONT if it is suspended, then SIGTERM;
-// - a second SIGTERM, if it is idle after the first or makes no progress;
-// - SIGKILL, if it makes no progress then either;
+// - SIGCONT if it is suspended, and SIGTERM once that can harm nobody else;
+// - SIGKILL, if that does not become certain, or if it makes no progress;
 // - what is in the care of launch-with gets the time that launch-with gives it;
 // - SIGKILL to the rest, again and again until nothing is left.
 //

@@ -2,12 +2,16 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
+#include <condition_variable>
 #include <csignal>
 #include <filesystem>
+#include <mutex>
+#include <thread>
 
 #include "harness/files.h"
 #include "harness/proc.h"
@@ -95,6 +99,80 @@ TEST(ReadProcesses, HasThisProcessOnceAndTheFirst) {
     EXPECT_EQ(count(getpid()), 1);
     EXPECT_EQ(count(1), 1);
     EXPECT_EQ(count(0), 0);
+}
+
+// Returns the only thread of the process once it waits.
+ThreadInfo WaitingThreadOf(Process const& process) {
+    std::vector<ThreadInfo> threads;
+    EXPECT_TRUE(WaitFor([&] {
+        threads = ReadThreads(process.Pid());
+        return threads.size() == 1 && threads[0].waits;
+    }));
+    EXPECT_EQ(threads[0].id, process.Pid());
+    return threads[0];
+}
+
+TEST(ReadThreads, TellsWhatAThreadWaitsFor) {
+    Process const sleeper([] { return usleep(1000'000'000); });
+    EXPECT_TRUE(WaitingThreadOf(sleeper).waits_for_child_or_time);
+    EXPECT_FALSE(WaitingThreadOf(sleeper).waits_for_thread);
+
+    Process const parent([] {
+        pid_t const child = fork();
+        return child == 0 ? pause() : waitpid(child, nullptr, 0);
+    });
+    EXPECT_TRUE(WaitingThreadOf(parent).waits_for_child_or_time);
+    EXPECT_FALSE(WaitingThreadOf(parent).waits_for_thread);
+
+    Process const locked([] {
+        std::mutex mutex;
+        std::condition_variable condition;
+        std::unique_lock<std::mutex> lock(mutex);
+        condition.wait(lock, [] { return false; });
+        return 0;
+    });
+    EXPECT_FALSE(WaitingThreadOf(locked).waits_for_child_or_time);
+    EXPECT_TRUE(WaitingThreadOf(locked).waits_for_thread);
+
+    Process const reader([] {
+        int ends[2] = {};
+        char byte = 0;
+        return pipe(ends) + static_cast<int>(read(ends[0], &byte, 1));
+    });
+    EXPECT_FALSE(WaitingThreadOf(reader).waits_for_child_or_time);
+    EXPECT_FALSE(WaitingThreadOf(reader).waits_for_thread);
+}
+
+TEST(ReadThreads, TellsWhatRunsAndWhatBlocksSigterm) {
+    Process const busy([] {
+        for (volatile unsigned i = 0;; i = i + 1) {
+        }
+        return 0;
+    });
+    std::vector<ThreadInfo> const threads = ReadThreads(busy.Pid());
+    ASSERT_EQ(threads.size(), 1U);
+    EXPECT_FALSE(threads[0].waits);
+    EXPECT_FALSE(threads[0].blocks_sigterm);
+
+    Process const handling([] {
+        std::signal(SIGTERM, [](int) { pause(); });
+        return raise(SIGTERM);
+    });
+    EXPECT_TRUE(WaitingThreadOf(handling).blocks_sigterm);
+    Process const other([] {
+        std::signal(SIGINT, [](int) { pause(); });
+        return raise(SIGINT);
+    });
+    EXPECT_FALSE(WaitingThreadOf(other).blocks_sigterm);
+}
+
+TEST(ReadThreads, HasAllThreads) {
+    Process const process([] {
+        std::thread([] { pause(); }).detach();
+        return pause();
+    });
+    EXPECT_TRUE(WaitFor([&process] { return ReadThreads(process.Pid()).size() == 2; }));
+    EXPECT_TRUE(ReadThreads(4194303).empty());
 }
 
 TEST(DirectoryOf, IsTheCurrentDirectory) {
