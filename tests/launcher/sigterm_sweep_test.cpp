@@ -54,11 +54,12 @@ constexpr char kAbortsInFork[] =
 // ... inside fork, that thread holds locks that the others need to end, so it hangs; ...
 constexpr char kHangsInFork[] = "hung in the handler on a supervising thread inside fork";
 
+// ... a thread in the middle of malloc, main too, may hold such a lock; ...
+constexpr char kHangsInMalloc[] = "hung in the handler on a thread that allocates memory";
+
 // ... and main may add to the table while that thread clears it: the table has no lock.
-constexpr char kLosesItems[] =
-    "ended with 1 and left what main was adding while the table was cleared";
-constexpr char kCrashes[] =
-    "crashed when main added to the table while another thread cleared it";
+constexpr char kLosesItems[] = "ended with 1 and left what main was adding";
+constexpr char kCrashes[] = "crashed when two threads changed the table";
 
 // Returns how often a thread was put to sleep and woken, and how often it was
 // interrupted.
@@ -100,12 +101,15 @@ class TracedRun {
             if (sigterms == 1 && MainWaitsInVain()) {
                 SendSigterm();
             }
-            return IsStuckInFork();
+            return IsStuck();
         });
         if (launcher.HasEnded()) {
             return OutcomeOfEnd();
         }
-        return looks_at_standstill == kLooks ? kHangsInFork : "";
+        if (looks_at_standstill != kLooks) {
+            return "";
+        }
+        return OpenHandler(trace.Calls()).inside_fork ? kHangsInFork : kHangsInMalloc;
     }
 
     // Returns what is known about the launcher.
@@ -184,13 +188,12 @@ class TracedRun {
                WaitsForCondition(SystemCallOf(Pid(), Pid()));
     }
 
-    // Returns whether the launcher hangs: a handler inside fork, on a thread other than
-    // main, waits for a lock, or for the end of a thread that does, and nothing has
-    // changed in many calls of this function.
-    bool IsStuckInFork() {
+    // Returns whether the launcher hangs: a handler waits for a lock, or for the end of a
+    // thread that does, and nothing has changed in many calls of this function.
+    bool IsStuck() {
         std::string standstill;
         TracedCall const handler = OpenHandler(trace.Calls());
-        if (handler.inside_fork && handler.thread != Pid()) {
+        if (handler.kind == CallKind::kHandlerBegins) {
             pid_t waiting = handler.thread;
             SystemCall call = SystemCallOf(Pid(), waiting);
             if (WaitsForThread(call)) {

@@ -43,7 +43,7 @@ def expected_files(prefix):
         of_the_system = ["Tamlin.app/Contents/Frameworks/liblogger.so.1",
                          "lib/systemd/user/tamlin-launcher@.service"]
     return {*completions, *pages, *documents, *examples, *of_the_system,
-            f"{DOCUMENTS}/copyright", "share/tamlin/launch-list.schema.json",
+            f"{DOCUMENTS}/copyright", f"{DOCUMENTS}/tamlin-launcher.cdx.json", "share/tamlin/launch-list.schema.json",
             "share/tamlin/launcher.rules.yml",
             "Tamlin.app/Contents/Info.plist", "Tamlin.app/Contents/MacOS/launcher",
             "Tamlin.app/Contents/Resources/vopapi.ini"}
