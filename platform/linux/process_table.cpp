@@ -172,8 +172,11 @@ std::optional<ProcessInfo> ReadProcess(pid_t id) {
         return std::nullopt;
     }
     process.user = owner.st_uid;
-    process.program = ProgramOf(id);
-    process.arguments = ArgumentsOf(id);
+    // A zombie has neither.
+    if (!process.is_zombie) {
+        process.program = ProgramOf(id);
+        process.arguments = ArgumentsOf(id);
+    }
     return process;
 }
 

@@ -408,6 +408,47 @@ class Comparer {
     Sentences differences;
 };
 
+// Compares what launcher-status said. An item that ends again and again is running at one
+// moment, and waits at another.
+void CompareStatus(RandomList const& list, Observation const& seen,
+                   Sentences& differences) {
+    Json::Value document;
+    std::istringstream text(seen.status);
+    std::string errors;
+    if (!Json::parseFromStream(Json::CharReaderBuilder(), text, &document, &errors) ||
+        document["launchers"].size() != 1) {
+        differences.push_back("launcher-status does not show the launcher");
+        return;
+    }
+    Json::Value const& launcher = document["launchers"][0];
+    std::map<std::string, int> items;
+    for (Json::Value const& item : launcher["items"]) {
+        ++items[item["state"].asString()];
+    }
+    int const unknown = items["unknown"];
+    auto const compare = [&](char const* state, int least, int most) {
+        if (items[state] > most || items[state] + unknown < least) {
+            differences.push_back("launcher-status: " + std::to_string(items[state]) +
+                                  " are " + state + ", seen " + std::to_string(least) +
+                                  " to " + std::to_string(most));
+        }
+    };
+    if (launcher["problem"].isNull()) {
+        int const others = seen.supervisors - seen.chains;
+        compare("chain", seen.chains, seen.chains);
+        compare("given_up", seen.given_up, seen.given_up);
+        compare("running", list.is_steady ? seen.staying : 0, others);
+        compare("waiting", 0, list.is_steady ? others - seen.staying : others);
+    }
+}
+
+void CompareStop(Observation const& seen, Sentences& differences) {
+    if (seen.stop_end != "exit 0" || seen.left_by_stop != 0) {
+        differences.push_back("launcher-stop: " + seen.stop_end + ", and " +
+                              std::to_string(seen.left_by_stop) + " processes are left");
+    }
+}
+
 }  // namespace
 
 Comparison Compare(RandomList const& list, Prediction const& prediction,
@@ -424,6 +465,12 @@ Comparison Compare(RandomList const& list, Prediction const& prediction,
     std::string const end = file["errors"].asInt() > 0 ? "exit 1" : "exit 0";
     if (prediction.end != end) {
         comparison.differences.push_back("launchlist-check ended: " + prediction.end);
+    }
+    if (!seen.status.empty()) {
+        CompareStatus(list, seen, comparison.differences);
+    }
+    if (!seen.stop_end.empty()) {
+        CompareStop(seen, comparison.differences);
     }
     return comparison;
 }

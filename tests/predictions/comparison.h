@@ -37,6 +37,9 @@ struct Comparison {
 //                - end by SIGABRT, if an item leads to that,
 //                - stay with the last item of each name, if two have one name,
 //                - stay and give items up, if processes are too few.
+//
+// What launcher-status said of each item must be what was seen of it; it may also say
+// that it cannot tell. launcher-stop must have ended with 0, and left nothing.
 Comparison Compare(RandomList const& list, Prediction const& prediction,
                    Observation const& seen);
 

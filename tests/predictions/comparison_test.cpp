@@ -307,4 +307,39 @@ TEST(Comparison, NoPredictionDiffers) {
                 ElementsAre(HasSubstr("signal 11")));
 }
 
+std::string StatusOf(std::string const& first, std::string const& second) {
+    return R"({"launchers":[{"problem":null,"items":[{"state":")" + first +
+           R"("},{"state":")" + second + R"("}]}]})";
+}
+
+TEST(Comparison, WhatLauncherStatusSaysIsWhatIsSeen) {
+    Observation seen = BothRun();
+    seen.staying = 2;
+    for (std::string const state : {"running", "unknown"}) {
+        seen.status = StatusOf("running", state);
+        EXPECT_THAT(Differences(Predicted("runs", 2), seen), IsEmpty()) << state;
+    }
+    for (std::string const state : {"chain", "waiting", "given_up"}) {
+        seen.status = StatusOf("running", state);
+        EXPECT_THAT(Differences(Predicted("runs", 2), seen),
+                    testing::Contains(HasSubstr("launcher-status: 1 are " + state)))
+            << state;
+    }
+    seen.status = R"({"launchers":[]})";
+    EXPECT_THAT(Differences(Predicted("runs", 2), seen),
+                ElementsAre("launcher-status does not show the launcher"));
+}
+
+TEST(Comparison, LauncherStopMustLeaveNothing) {
+    Observation seen = BothRun();
+    seen.stop_end = "exit 0";
+    EXPECT_THAT(Differences(Predicted("runs", 2), seen), IsEmpty());
+    seen.left_by_stop = 1;
+    EXPECT_THAT(Differences(Predicted("runs", 2), seen),
+                ElementsAre("launcher-stop: exit 0, and 1 processes are left"));
+    seen.left_by_stop = 0;
+    seen.stop_end = "exit 1";
+    EXPECT_THAT(Differences(Predicted("runs", 2), seen), SizeIs(1));
+}
+
 }  // namespace

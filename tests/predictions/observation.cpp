@@ -234,7 +234,8 @@ void ReadLog(Observation& seen, pid_t launcher) {
 
 }  // namespace
 
-Observation Observe(Process& launcher, ObservedPlaces const& places, bool is_steady) {
+Observation Observe(Process& launcher, ObservedPlaces const& places, bool is_steady,
+                    std::function<void(Observation&)> const& ask) {
     Watch watch(launcher, places);
     Observation seen;
     seen.launcher = watch.UntilSettled();
@@ -243,6 +244,8 @@ Observation Observe(Process& launcher, ObservedPlaces const& places, bool is_ste
     if (seen.launcher == "runs") {
         seen.supervisors = watch.CountAll();
         seen.chains = watch.Count(Fate::kChain);
+        seen.staying = watch.Count(Fate::kExecuted);
+        ask(seen);
         if (is_steady && seen.given_up == 0 && watch.Count(Fate::kEnds) == 0) {
             launcher.Signal(SIGTERM);
             seen.end_by_sigterm = launcher.WaitForEnd();

@@ -5,6 +5,7 @@
 #define TESTS_PREDICTIONS_OBSERVATION_H
 
 #include <filesystem>
+#include <functional>
 #include <set>
 #include <string>
 #include <vector>
@@ -21,6 +22,15 @@ struct Observation {
     int supervisors = 0;
     // For how many of them a chain of processes grows.
     int chains = 0;
+    // How many of them have a program that stays.
+    int staying = 0;
+    // What launcher-status --json said of it then; empty if it was not asked.
+    std::string status = {};
+    // How launcher-stop ended; empty if it was not called. What it said, and how many
+    // processes it left.
+    std::string stop_end = {};
+    std::string stop_output = {};
+    int left_by_stop = 0;
     // The argument vectors that the test program was started with.
     std::set<std::vector<std::string>> started = {};
     // Names, as the log writes them: of chains; of items whose child ended by SIGABRT, or
@@ -45,9 +55,10 @@ struct ObservedPlaces {
 };
 
 // Watches `launcher`, which was just started, until it has ended, or it is clear what
-// becomes of each item that it supervises. In the second case it then sends SIGTERM, if
-// `is_steady` and no program has ended. To be called in the first process of a PID
-// namespace that has no other processes.
-Observation Observe(Process& launcher, ObservedPlaces const& places, bool is_steady);
+// becomes of each item that it supervises. In the second case it then calls `ask`, and
+// sends SIGTERM if `is_steady` and no program has ended. To be called in the first
+// process of a PID namespace that has no other processes.
+Observation Observe(Process& launcher, ObservedPlaces const& places, bool is_steady,
+                    std::function<void(Observation&)> const& ask);
 
 #endif

@@ -17,10 +17,12 @@
 #include <sstream>
 #include <system_error>
 
+#include "harness/proc.h"
 #include "harness/process.h"
 #include "tests/predictions/observation.h"
 #include "tests/predictions/random_list.h"
 #include "tests/support/limited_user.h"
+#include "tests/support/run_program.h"
 
 namespace {
 
@@ -72,9 +74,10 @@ std::filesystem::path CopyBundle(std::filesystem::path const& directory) {
     return directory / "Tamlin.app/Contents/MacOS/launcher";
 }
 
-std::filesystem::path CopyChecker(std::filesystem::path const& directory) {
-    std::filesystem::copy(LAUNCHLIST_CHECK, directory / "launchlist-check");
-    return directory / "launchlist-check";
+std::filesystem::path CopyTool(std::filesystem::path const& tool,
+                               std::filesystem::path const& directory) {
+    std::filesystem::copy(tool, directory / tool.filename());
+    return directory / tool.filename();
 }
 
 // Returns the list and its conditions in words.
@@ -122,21 +125,48 @@ class Trial {
         Prediction const prediction = Predict(list);
         Process launcher({tools.launcher, "random", list.path},
                          [&] { Prepare(list, "/dev/null"); });
-        Observation const seen = Observe(launcher, places, list.is_steady);
+        // The first stop is by hand, the next by launcher-stop.
+        bool const by_hand = seed % 2 == 0;
+        Observation seen =
+            Observe(launcher, places, by_hand && list.is_steady, [&](Observation& it) {
+                if (list.processes == 0) {
+                    it.status = Ask(list, {tools.status, "--json"}).output;
+                }
+            });
+        if (!launcher.HasEnded()) {
+            Stop(launcher, seen);
+        }
         return {seen.launcher, Compare(list, prediction, seen),
                 Describe(list) + "the prediction:\n" + prediction.output +
+                    "launcher-status:\n" + seen.status +
+                    "launcher-stop: " + seen.stop_end + "\n" + seen.stop_output +
                     "the launcher: " + seen.launcher + "; its log:\n" +
                     Shortened(seen.log)};
     }
 
   private:
     Prediction Predict(RandomList const& list) const {
-        std::string const output = kPlace / "prediction";
+        return Ask(list, {tools.checker, "--json", "--all", list.path});
+    }
+
+    // Runs a tool where the launcher runs, as its user.
+    Prediction Ask(RandomList const& list,
+                   std::vector<std::string> const& command) const {
+        std::string const output = kPlace / "answer";
         WriteFile(output, "");
-        Process checker({tools.checker, "--json", "--all", list.path},
-                        [&] { Prepare(list, output); });
-        std::string const end = checker.WaitForEnd();
+        Process tool(command, [&] { Prepare(list, output); });
+        std::string const end = tool.WaitForEnd();
         return {end, ReadFile(output)};
+    }
+
+    // Root may stop every launcher, and always has a process left.
+    void Stop(Process& launcher, Observation& seen) const {
+        ProgramRun const run = RunProgram({tools.stop, std::to_string(launcher.Pid())});
+        seen.stop_end = run.end;
+        seen.stop_output = run.output + run.errors;
+        for (pid_t const pid : AllProcesses()) {
+            seen.left_by_stop += pid != getpid() && !IsGone(pid) ? 1 : 0;
+        }
     }
 
     // Makes this process one that checks or launches the list.
@@ -205,7 +235,9 @@ void TryAsFirstProcess(Tools const& tools, std::uint64_t seed,
 
 Tools::Tools()
     : launcher(CopyBundle(directory.Path())),
-      checker(CopyChecker(directory.Path())),
+      checker(CopyTool(LAUNCHLIST_CHECK, directory.Path())),
+      status(CopyTool(LAUNCHER_STATUS, directory.Path())),
+      stop(CopyTool(LAUNCHER_STOP, directory.Path())),
       test_program(ReadFile(TEST_PROGRAM)) {}
 
 int Try(Tools const& tools, std::uint64_t seed, std::string const& result_file) {

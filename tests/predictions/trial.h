@@ -17,6 +17,8 @@ struct Tools {
     TempDirectory const directory;
     std::filesystem::path const launcher;
     std::filesystem::path const checker;
+    std::filesystem::path const status;
+    std::filesystem::path const stop;
     // The bytes of tests/support/test_program.
     std::string const test_program;
 };
@@ -29,10 +31,11 @@ struct TrialResult {
     std::string description;
 };
 
-// Makes the list of this seed, asks launchlist-check about it, launches it, and writes
-// the result to a file. All of it has a PID namespace and a disk of its own, and nothing
-// that it starts outlives the call. To be called in a process that has nothing else to
-// do; returns its exit code.
+// Makes the list of this seed, asks launchlist-check about it, launches it, asks
+// launcher-status about the launcher, stops it, by launcher-stop or by SIGTERM, and
+// writes the result to a file. All of it has a PID namespace and a disk of its own, and
+// nothing that it starts outlives the call. To be called in a process that has nothing
+// else to do; returns its exit code.
 int Try(Tools const& tools, std::uint64_t seed, std::string const& result_file);
 
 // Reads what Try has written; the result of a failed trial if it has written nothing.

@@ -119,6 +119,20 @@ TEST_F(StopFaultLateForks, AForkThatFailsDuringTheStopHarmsNobody) {
     EXPECT_THAT(RunningPrograms(), testing::IsEmpty());
 }
 
+// With another list than the launcher's, an item without a thread is not missed.
+TEST_F(StopFaultLateForks, AForkThatHasFailedHarmsNobodyIfTheListIsAnother) {
+    setenv("FAILING_FORK", "2", 1);
+    StartWith({"test", list_file});
+    ASSERT_TRUE(WaitFor([this] { return CountInLog("Failed to fork ") == 1; }));
+    WriteFile(list_file, ListText({Item("c")}));
+    std::filesystem::last_write_time(
+        list_file, std::filesystem::file_time_type::clock::now() + std::chrono::hours(1));
+    ProgramRun const run = RunProgram({LAUNCHER_STOP, list_file});
+    EXPECT_EQ(run.end, "exit 0");
+    EXPECT_THAT(run.output, testing::HasSubstr("was ended by SIGKILL: it was not ready"));
+    EXPECT_THAT(RunningPrograms(), testing::IsEmpty());
+}
+
 // In a time namespace the clocks are others, and so are the starts of all processes.
 TEST_F(StopFault, AStopWorksWithClocksThatDifferFromTheLaunchers) {
     if (RunProgram({"/usr/bin/unshare", "--time", "/bin/true"}).end != "exit 0") {

@@ -1,4 +1,4 @@
-// The time that no change of the date touches.
+// A clock that nobody sets.
 
 #ifndef TOOLS_LAUNCH_WITH_CLOCK_H
 #define TOOLS_LAUNCH_WITH_CLOCK_H
@@ -7,7 +7,7 @@
 
 namespace launch_with {
 
-// Returns a time in milliseconds, for differences alone.
+// Returns the milliseconds since some moment. Only differences mean something.
 inline long long Now() noexcept {
     timespec now = {};
     clock_gettime(CLOCK_MONOTONIC, &now);

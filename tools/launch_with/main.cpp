@@ -1,8 +1,9 @@
-// launch-with starts a program and stays beside it, so that it needs no care of the
-// launcher's. There are three processes:
+// launch-with starts a program and stays beside it. It does what the launcher does not:
+// pace, grace, streams. There are three processes:
 //
-//   launch-with   the child of the launcher. Any signal may end it. It has no work but to
-//                 end as the program ended.
+//   launch-with   the child of the launcher. Any signal may end it. It only waits, and
+//   ends
+//                 as the program ended.
 //   the watcher   its child, in a session of its own. It starts the program, and ends it
 //                 when launch-with or the launcher has ended.
 //   the program   a child of the watcher, in a process group of its own.

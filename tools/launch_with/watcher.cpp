@@ -57,7 +57,7 @@ class Family {
 
   private:
     // Returns true if there is somebody in the group. Once it is empty another process
-    // may get its number, so it is asked no more.
+    // may get its number, so it is not signalled again.
     bool SignalGroup(int signal) {
         if (group > 0 && kill(-group, signal) != 0 && errno == ESRCH) {
             group = 0;

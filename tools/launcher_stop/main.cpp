@@ -92,7 +92,7 @@ bool IsBelow(Snapshot const& snapshot, LauncherWithItems const& launcher) {
                        });
 }
 
-// Returns the launchers without the one at `place`.
+// Returns the launchers without this one.
 Launchers Without(Launchers launchers, LauncherWithItems const& left_out) {
     launchers.erase(std::remove_if(launchers.begin(), launchers.end(),
                                    [&left_out](LauncherWithItems const& it) {

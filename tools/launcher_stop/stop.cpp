@@ -17,6 +17,7 @@
 #include "platform/process_handle.h"
 #include "platform/user_processes.h"
 #include "tools/common/printable.h"
+#include "tools/running/launcher_log.h"
 #include "tools/running/watcher.h"
 
 namespace launcher_stop {
@@ -39,8 +40,8 @@ constexpr milliseconds kNoProgress(1000);
 // A suspended process that has got SIGCONT runs on after this long at the most.
 constexpr milliseconds kLongestAwakening(1000);
 
-// A link of a chain forks the next 50 ms after the last one has ended. So only what is
-// not there for longer is gone.
+// A link of a chain forks the next 50 ms after the last one has ended. So nothing is left
+// only if two looks, so far apart, and all between them have found nothing.
 constexpr milliseconds kQuiet(120);
 
 // How much longer than its grace a watcher is waited for.
@@ -87,8 +88,11 @@ class LauncherStop {
   public:
     LauncherStop(running::LauncherWithItems const& stopped, Family& its_family)
         : launcher(stopped.launcher.process),
-          items(running::HasListChanged(stopped.launcher) ? 0
-                                                          : stopped.list.items.size()),
+          items(stopped.list.items.size()),
+          are_items_known(stopped.list.problem.empty() &&
+                          !running::HasListChanged(stopped.launcher)),
+          has_failed_fork(!are_items_known &&
+                          running::LauncherLog(stopped.launcher).HasFailedFork()),
           handle(launcher.id),
           family(its_family) {}
 
@@ -160,7 +164,8 @@ class LauncherStop {
     // Two looks have to agree. In between, a thread whose fork has failed ends, and so
     // does the thread of an item whose name a later item has.
     bool AwaitForks() {
-        return AwaitRest() && (HasEndedIn(kLongerThanPause) || AwaitRest());
+        return !has_failed_fork && AwaitRest() &&
+               (HasEndedIn(kLongerThanPause) || AwaitRest());
     }
 
     // Waits until each item has a thread that has rested, that is, has waited for its
@@ -208,7 +213,7 @@ class LauncherStop {
     // begun a stop, and each item has a thread, which has rested.
     bool HaveRested(std::vector<ThreadInfo> const& threads,
                     std::set<pid_t>& rested) const {
-        bool is_certain = threads.size() > items;
+        bool is_certain = threads.size() > (are_items_known ? items : 0);
         for (ThreadInfo const& thread : threads) {
             if (thread.waits_for_child_or_time) {
                 rested.insert(thread.id);
@@ -270,8 +275,12 @@ class LauncherStop {
     }
 
     ProcessInfo const launcher;
-    // 0 if it is not known how many items the launcher has.
+    // How many items the list has now, and whether the launcher has the same ones.
     std::size_t const items;
+    bool const are_items_known;
+    // The launcher has logged a failed fork. Only read if the items are not known:
+    // without them the thread of such an item is not missed.
+    bool const has_failed_fork;
     ProcessHandle const handle;
     Family& family;
 };
@@ -284,17 +293,20 @@ class FamilyEnd {
 
     // Returns true if nothing is left.
     bool End() {
-        auto last_seen = steady_clock::now();
-        while (steady_clock::now() - last_seen < kQuiet) {
+        std::optional<steady_clock::time_point> quiet_since;
+        auto look = steady_clock::now();
+        while (!quiet_since || look - *quiet_since < kQuiet) {
+            look = steady_clock::now();
             Snapshot const snapshot = Snapshot::Take();
             family.Follow(snapshot);
             Processes const members = family.MembersIn(snapshot);
-            if (!members.empty()) {
-                last_seen = steady_clock::now();
-                if (!EndMembers(members, snapshot)) {
-                    SayWhatWasKilled();
-                    return false;
-                }
+            if (members.empty()) {
+                quiet_since = quiet_since.value_or(look);
+            } else if (!EndMembers(members, snapshot)) {
+                SayWhatWasKilled();
+                return false;
+            } else {
+                quiet_since.reset();
             }
             std::this_thread::sleep_for(kLookEvery);
         }
@@ -309,6 +321,7 @@ class FamilyEnd {
     // Kills the members that no watcher ends, parents before their children. Returns
     // false, after a line for each, if they do not end by that.
     bool EndMembers(Processes const& members, Snapshot const& snapshot) {
+        StopChains(members);
         std::set<ProcessKey> const watched = FindWatched(members, snapshot);
         Processes stubborn;
         for (ProcessInfo const* const process : members) {
@@ -333,6 +346,16 @@ class FamilyEnd {
                 (forbidden.count(KeyOf(*process)) != 0 ? " (not permitted)" : ""));
         }
         return false;
+    }
+
+    // Suspends the links of chains, the last ones first. Otherwise a chain would grow
+    // while its many links are killed, and for ever if that takes longer than a pause.
+    void StopChains(Processes const& members) const {
+        for (auto it = members.rbegin(); it != members.rend(); ++it) {
+            if (running::IsFork(**it) && killed.count(KeyOf(**it)) == 0) {
+                SignalProcess(**it, SIGSTOP);
+            }
+        }
     }
 
     // Returns the watchers that still have time, with all that they watch.

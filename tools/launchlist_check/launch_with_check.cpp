@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 
 #include "tools/launch_with/options.h"
@@ -14,9 +15,18 @@ namespace {
 
 using End = ProgramVerdict::End;
 
-std::string EndsWith(int code) {
-    return "launch-with ends with exit code " + std::to_string(code) +
-           ", and is started again 50 ms later";
+// Says when launch-with is started again. The pace is in milliseconds; 0 for none.
+std::string StartedAgain(long long pace) {
+    char seconds[32];
+    std::snprintf(seconds, sizeof seconds, "%g", static_cast<double>(pace) / 1000);
+    return pace > 50
+               ? std::string("is started again ") + seconds + " s after its last start"
+               : "is started again 50 ms later";
+}
+
+std::string EndsWith(int code, long long pace) {
+    return "launch-with ends with exit code " + std::to_string(code) + ", and " +
+           StartedAgain(pace);
 }
 
 // Adds what becomes of the program that launch-with executes.
@@ -36,21 +46,24 @@ void CheckProgram(launch_with::Options const& options, Json::Value const& place,
         case End::Executed:
             break;
         case End::Refused:
-            report.Error("launch-with-program", place,
-                         "launch-with cannot execute " + quoted + " (" + verdict.reason +
-                             "): " + EndsWith(verdict.error == ENOENT ? 127 : 126));
+            report.Error(
+                "launch-with-program", place,
+                "launch-with cannot execute " + quoted + " (" + verdict.reason + "): " +
+                    EndsWith(verdict.error == ENOENT ? 127 : 126, options.at_most_every));
             break;
         case End::ArgumentsTooLong:
             report.Error("launch-with-program", place,
                          "launch-with cannot execute " + quoted + " (" + verdict.reason +
-                             ", more than the system takes): " + EndsWith(126));
+                             ", more than the system takes): " +
+                             EndsWith(126, options.at_most_every));
             break;
         case End::Killed:
             report.Error("launch-with-program", place,
                          quoted + " cannot be loaded: the system ends it by " +
                              verdict.reason +
                              " before it begins, and launch-with ends "
-                             "likewise, and is started again 50 ms later");
+                             "likewise, and " +
+                             StartedAgain(options.at_most_every));
             break;
     }
 }
@@ -89,12 +102,12 @@ std::string CheckLaunchWith(Json::Value const& item, std::vector<std::string> ar
         report.Error(
             "launch-with-options", place,
             "launch-with does not take its arguments: " + Shorten(complaint.subject) +
-                " " + complaint.text + ": " + EndsWith(125));
+                " " + complaint.text + ": " + EndsWith(125, 0));
         return "";
     }
     if (options.help || options.version) {
         report.Error("launch-with-options", place,
-                     "launch-with only prints a text: " + EndsWith(125));
+                     "launch-with only prints a text: " + EndsWith(125, 0));
         return "";
     }
     std::string const program = options.command[0];
@@ -110,7 +123,7 @@ std::string CheckLaunchWith(Json::Value const& item, std::vector<std::string> ar
         report.Error("launch-with-program", place,
                      "launch-with cannot go to the directory " +
                          Quote(options.directory) + " (" + std::strerror(errno) +
-                         "): " + EndsWith(125));
+                         "): " + EndsWith(125, 0));
     } else if (programs != nullptr) {
         CheckProgram(options, place, *programs, report);
     }

@@ -1,10 +1,10 @@
 // Totals that never fall, though logs are rotated away and this program is started again.
 //
-//   LineCounter counter(ReadMetrics(old_file), path_of_log);
+//   LineCounter counter(carried, path_of_log);   // what the old file holds
 //   counter.TakeLine(line, true, 0);    // for each line of log number 0
 //   counter.TakeEvent(event, 0);        // if it is a launcher's line
 //   counter.FinishFirstRead();          // after all that is there
-//   counter.Totals();
+//   counter.Result();
 
 #ifndef TOOLS_LAUNCHLOG_REPORT_LINE_COUNTER_H
 #define TOOLS_LAUNCHLOG_REPORT_LINE_COUNTER_H

@@ -189,7 +189,7 @@ int Main(int argc, char** argv) {
     }
     std::vector<std::string> const paths =
         options.logs.empty() ? FindLogs(GetHomePath()) : options.logs;
-    if (paths.empty()) {
+    if (paths.empty() && options.metrics.empty()) {
         Complain("there is no launcher log in " + GetHomePath() +
                  "/Library/Logs; name one");
         return 1;

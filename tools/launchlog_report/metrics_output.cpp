@@ -1,4 +1,5 @@
 #include "tools/launchlog_report/metrics_output.h"
+#include "common/config/app_locations.h"
 
 #include <cerrno>
 #include <cstring>
@@ -8,6 +9,7 @@
 #include <utility>
 
 #include "tools/common/printable.h"
+#include "tools/launchlog_report/log_files.h"
 #include "tools/launchlog_report/logs.h"
 #include "tools/launchlog_report/metrics.h"
 #include "tools/launchlog_report/output_file.h"
@@ -125,8 +127,14 @@ std::string AbsolutePath(std::string const& path) {
 
 }  // namespace
 
-int WriteMetrics(std::vector<std::string> const& paths, Options const& options,
+int WriteMetrics(std::vector<std::string> paths, Options const& options,
                  Complain const& complain) {
+    std::string const problem =
+        options.list.empty() ? "" : running::ReadLaunchItems(options.list).problem;
+    if (!problem.empty()) {
+        complain(options.list + ": " + problem);
+        return 1;
+    }
     std::optional<Carried> carried = ReadCarried(options.metrics, complain);
     if (!carried) {
         return 1;
@@ -145,15 +153,22 @@ int WriteMetrics(std::vector<std::string> const& paths, Options const& options,
         [&counter](std::string const& line, bool is_understood, std::size_t log) {
             counter.TakeLine(line, is_understood, log);
         });
+    Writer writer(options.metrics, complain);
+    bool is_written = true;
+    Signals signals;
+    // A launcher makes its log with the first line, which may come late.
+    while (options.follow && paths.empty() && !signals.IsEndAsked()) {
+        is_written = writer.Write(ToText(MakeMetrics(counter, summary, options)));
+        signals.Wait(kMillisecondsBetweenReads);
+        paths = FindLogs(GetHomePath());
+    }
     logs.Read(paths, true);
     counter.FinishFirstRead();
-    for (std::string const& problem : logs.Problems()) {
-        complain(problem);
+    for (std::string const& unread : logs.Problems()) {
+        complain(unread);
     }
-    Writer writer(options.metrics, complain);
-    bool is_written = writer.Write(ToText(MakeMetrics(counter, summary, options)));
+    is_written = writer.Write(ToText(MakeMetrics(counter, summary, options)));
     if (options.follow) {
-        Signals signals;
         while (!signals.IsEndAsked()) {
             signals.Wait(kMillisecondsBetweenReads);
             logs.ReadOn();

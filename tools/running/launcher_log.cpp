@@ -51,6 +51,7 @@ void LauncherLog::Take(LogEvent const& event) {
         return;
     }
     if (event.process == process || event.process.empty()) {
+        has_failed_fork = has_failed_fork || event.kind == LogEventKind::FailedFork;
         histories.try_emplace(event.name, start, launchlog_report::TimeRange())
             .first->second.Add(event, true);
     } else if (event.kind == LogEventKind::Start) {

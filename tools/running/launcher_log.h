@@ -27,6 +27,9 @@ class LauncherLog {
     // Returns what the launcher logged about the item; null without a line.
     launchlog_report::ItemHistory const* Find(std::string const& item) const;
 
+    // Returns whether the launcher has logged that a fork failed.
+    bool HasFailedFork() const { return has_failed_fork; }
+
     // Returns the name of the item of which this process, a link of a chain, has logged a
     // start; an empty string without such a line. It takes the level DEBUG.
     std::string ItemOfLink(pid_t link) const;
@@ -35,6 +38,7 @@ class LauncherLog {
     void Take(launchlog_report::LogEvent const& event);
 
     std::string const process;
+    bool has_failed_fork = false;
     launchlog_report::Time const start;
     std::map<std::string, launchlog_report::ItemHistory> histories;
     // The items that processes logged a start of, by their ids.

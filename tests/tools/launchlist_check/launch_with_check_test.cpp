@@ -34,6 +34,16 @@ TEST(LaunchListCheck, SeesThroughLaunchWith) {
                                               kAgain + " [launch-with-program]\n");
 }
 
+TEST(LaunchListCheck, TellsThePaceOfLaunchWith) {
+    for (std::string const pace : {"5", "0.1"}) {
+        EXPECT_THAT(CheckWith({"--at-most-every", pace, "--", "/nothing/here"}),
+                    testing::HasSubstr("is started again " + pace +
+                                       " s after its last start [launch-with-program]"));
+    }
+    EXPECT_THAT(CheckWith({"--at-most-every", "0.05", "--", "/nothing/here"}),
+                testing::HasSubstr("is started again 50 ms later"));
+}
+
 TEST(LaunchListCheck, ChecksTheProgramWithItsOwnArguments) {
     EXPECT_NE(
         CheckWith({"--", "/bin/true", std::string(200'000, 'x')}).find("arguments-size"),

@@ -2,7 +2,12 @@
 
 #include <gmock/gmock.h>
 
+#include <filesystem>
+
+#include "harness/files.h"
 #include "harness/passwd_entry.h"
+#include "harness/process.h"
+#include "harness/wait_for.h"
 #include "tests/support/run_program.h"
 
 namespace {
@@ -25,6 +30,37 @@ TEST(OwnLogs, AreReadIfNoLogIsNamed) {
     EXPECT_EQ(run.errors, "");
     EXPECT_THAT(run.output, testing::AllOf(testing::HasSubstr("\n  a "),
                                            testing::HasSubstr("\n  b ")));
+}
+
+TEST(OwnLogs, MetricsAreWrittenBeforeThereIsALog) {
+    TempDirectory const home;
+    PasswdEntry const user(home.Path());
+    std::string const list = home.Write("list.json", R"({"0": {"name": "a"}})");
+    std::string const metrics = home.Path() / "launcher.prom";
+    Process follower(
+        {LAUNCHLOG_REPORT, "--follow", "--metrics", metrics, "--list", list});
+    EXPECT_TRUE(WaitFor([&metrics] {
+        return ReadFile(metrics).find("\nlauncher_up 0\n") != std::string::npos;
+    }));
+    EXPECT_THAT(ReadFile(metrics), testing::HasSubstr("{item=\"a\"} 0\n"));
+    home.Write("Library/Logs/Tamlin/voplog/launcher.log",
+               "[LAUNCHER  ] b 7 is killed. ret = 7, status = 256\n");
+    EXPECT_TRUE(WaitFor([&metrics] {
+        return ReadFile(metrics).find("{item=\"b\"}") != std::string::npos;
+    }));
+    EXPECT_FALSE(follower.HasEnded());
+}
+
+TEST(OwnLogs, MetricsNeedTheListThatIsNamed) {
+    TempDirectory const home;
+    PasswdEntry const user(home.Path());
+    std::string const metrics = home.Path() / "launcher.prom";
+    std::string const list = home.Path() / "no.json";
+    ProgramRun const run =
+        RunProgram({LAUNCHLOG_REPORT, "--metrics", metrics, "--list", list});
+    EXPECT_EQ(run.end, "exit 1");
+    EXPECT_THAT(run.errors, testing::StartsWith("launchlog-report: " + list + ": "));
+    EXPECT_FALSE(std::filesystem::exists(metrics));
 }
 
 }  // namespace
