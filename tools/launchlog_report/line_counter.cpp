@@ -46,8 +46,10 @@ LineCounter::Log& LineCounter::Find(std::size_t number) {
     if (is_new) {
         log.path = path_of(number);
         auto const position = carried.positions.find(log.path);
-        if (is_first_read && position != carried.positions.end()) {
+        if (position != carried.positions.end() && is_first_read) {
             log.searched = position->second;
+        } else if (position != carried.positions.end()) {
+            log.counted_until = position->second.time;
         }
     }
     return log;
@@ -60,6 +62,9 @@ void LineCounter::TakeLine(std::string const& line, bool is_understood,
     // Lines without a time are often equal, so the lines before them count, too.
     std::uint64_t const before = time ? 14695981039346656037U : log.last.hash;
     log.last = {HashOf(line, before), time ? time : log.last.time};
+    if (log.counted_until && time && *time > *log.counted_until) {
+        log.counted_until.reset();
+    }
     log.is_position = log.searched && log.searched->hash == log.last.hash;
     log.is_later =
         log.searched && (!time || !log.searched->time || *time > *log.searched->time);
@@ -74,7 +79,7 @@ void LineCounter::TakeLine(std::string const& line, bool is_understood,
 
 // Counts the line that was taken last.
 void LineCounter::Count(Log& log, std::function<void(Totals& totals)> const& count) {
-    if (log.is_position) {
+    if (log.is_position || log.counted_until) {
         return;
     }
     count(log.after);

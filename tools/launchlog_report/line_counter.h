@@ -57,7 +57,7 @@ struct Carried {
 
 // Counts each line of the logs once over all runs. In what is left of a log, the lines up
 // to the last one that was counted are skipped. If that line is not there any more, the
-// lines up to its time are skipped.
+// lines up to its time are skipped; also if the log comes back later.
 class LineCounter {
   public:
     using PathOf = std::function<std::string(std::size_t log)>;
@@ -81,6 +81,9 @@ class LineCounter {
         // The position of the run before, as long as it is looked for.
         std::optional<Position> searched;
         bool is_found = false;
+        // For a log that was not there at the first read: lines up to this time were
+        // counted by the run before. Empty once a later line has come.
+        std::optional<Time> counted_until;
         // Of the lines after the last one that fits the position.
         Totals after;
         // Of the lines that are later than the position.

@@ -141,7 +141,9 @@ bool WritePage(Report const& report, Timeline& timeline, Logs const& logs,
 bool Output(Report const& report, Collected& collected, Logs const& logs,
             Options const& options) {
     if (!options.html.empty()) {
-        return WritePage(report, collected.timeline, logs, options.html);
+        // A good page stays.
+        return !IsUnreadable(report, logs) &&
+               WritePage(report, collected.timeline, logs, options.html);
     }
     if (options.ends) {
         collected.ends.Print();

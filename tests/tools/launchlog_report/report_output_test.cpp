@@ -279,6 +279,14 @@ TEST_F(LaunchlogReport, APageThatCannotBeWrittenIsAnError) {
     EXPECT_EQ(run.end, "exit 1");
 }
 
+TEST_F(LaunchlogReport, APageStaysIfNoLogCanBeRead) {
+    std::string const page = directory.Write("page.html", "a good page");
+    ProgramRun const run = Run({"--html", page, directory.Path() / "no.log"});
+    EXPECT_THAT(run.errors, HasSubstr("no.log"));
+    EXPECT_EQ(run.end, "exit 1");
+    EXPECT_EQ(ReadFile(page), "a good page");
+}
+
 TEST_F(LaunchlogReport, ANameCannotForgeALine) {
     Append("launcher.log", Line("a\x1B[2J\rb\xFF", 0));
     EXPECT_THAT(Run({log}).output, HasSubstr("\n  a\\x1B[2J\\x0Db\\xFF "));
