@@ -249,6 +249,25 @@ def test_the_filter_and_the_order_hold_for_the_table_and_the_timeline(sparse):
     assert by_name == [[f"program-{n}" for n in (3, 2, 1, 0)]] * 2
 
 
+def test_after_the_filter_tab_still_reaches_a_row(sparse):
+    reachable = """[...document.querySelectorAll('#rows > .row:not([hidden]) .track')]
+      .filter((it) => it.tabIndex === 0).length"""
+    before, after = sparse.drive(
+        ["focus", "#row-1 .track"], ["value", reachable],
+        ["type", "#filter", "M-2"], ["value", reachable])
+    assert (before, after) == (1, 1)
+
+
+def test_beside_an_end_that_is_left_out_another_is_still_one_end(make_report):
+    # Too close to be drawn apart in a view of an hour.
+    report = make_report(line("a", 0, 0), line("a", 100, 768), line("a", 3600000, 0))
+    [row], single = report.drive(
+        ["click", "#legend button:nth-child(2)"], ["value", ROWS],
+        ["value", "items[0].columns[0].isOne"])
+    assert row["shown"][:2] == [2, 0]
+    assert single
+
+
 def test_a_kind_of_end_can_be_left_out(sparse):
     rows, pressed = sparse.drive(
         ["click", "#legend button:nth-child(2)"], ["value", ROWS],
