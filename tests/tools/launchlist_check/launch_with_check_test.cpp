@@ -1,5 +1,6 @@
 #include "tools/launchlist_check/launch_with_check.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
