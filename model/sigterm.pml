@@ -36,7 +36,7 @@ active proctype Judge() {
             printf("outcome: aborted in the handler on a supervising thread\n")
         :: end == aborted_in_fork ->
             printf("outcome: aborted in the handler on a supervising thread inside fork\n")
-        :: end == crashed -> printf("outcome: crashed when two threads changed the table\n")
+        :: end == crashed -> printf("outcome: crashed when the table was changed twice at a time\n")
         :: end == exit_0 && !is_any_alive -> printf("outcome: ended with 0\n")
         :: end == exit_0 && is_any_alive -> printf("outcome: ended with 0 and left programs\n")
         :: end == exit_1 && is_any_alive ->

@@ -58,8 +58,9 @@ constexpr char kHangsInFork[] = "hung in the handler on a supervising thread ins
 constexpr char kHangsInMalloc[] = "hung in the handler on a thread that allocates memory";
 
 // ... and main may add to the table while that thread clears it: the table has no lock.
+// Or the handler interrupts main itself while it adds.
 constexpr char kLosesItems[] = "ended with 1 and left what main was adding";
-constexpr char kCrashes[] = "crashed when two threads changed the table";
+constexpr char kCrashes[] = "crashed when the table was changed twice at a time";
 
 // Returns how often a thread was put to sleep and woken, and how often it was
 // interrupted.
@@ -288,7 +289,7 @@ class TracedRun {
         // AddressSanitizer ends it before the memory it has spoilt does.
         if ((end == "signal 11" || end == "signal 6" ||
              (UNDER_ASAN && end == "exit 99")) &&
-            MainAddsToWhatIsCleared(calls)) {
+            (MainAddsToWhatIsCleared(calls) || MainIsInterruptedWhileItAdds(calls))) {
             return kCrashes;
         }
         return "";

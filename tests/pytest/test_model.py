@@ -23,7 +23,7 @@ HANGS_IN_TWO = "hung in two handlers that wait for each other's threads"
 WAITS = "waits for a program that had just been started again"
 LOSES = "ended with 1 and left what main was adding"
 LEAVES_LINKS = "ended with 1 and left the links of a chain"
-CRASHES = "crashed when two threads changed the table"
+CRASHES = "crashed when the table was changed twice at a time"
 ZERO = "ended with 0"
 ZERO_LEAVES = "ended with 0 and left programs"
 
