@@ -109,8 +109,8 @@ std::vector<std::string> ArgumentsOf(pid_t id) {
     return arguments;
 }
 
-// Returns the rest of the line of this name in /proc/PID/status; an empty string if there
-// is none.
+// Returns the rest of the line of this name in /proc/PID/status; an empty string without
+// such a line.
 std::string ValueIn(std::string const& status, std::string const& name) {
     std::size_t const line = status.find("\n" + name + ":\t");
     if (line == std::string::npos) {

@@ -305,14 +305,7 @@ class TracedRun {
 
 class SigtermSweep : public LauncherTest {
   protected:
-    SigtermSweep() {
-        std::filesystem::path const app = directory.Path() / "Tamlin.app";
-        std::filesystem::copy(std::filesystem::path(BUNDLE).parent_path(), app,
-                              std::filesystem::copy_options::recursive);
-        launcher_program = app / "Contents/MacOS/launcher";
-        std::filesystem::copy_file(TRACED_LAUNCHER, launcher_program,
-                                   std::filesystem::copy_options::overwrite_existing);
-    }
+    SigtermSweep() { PutIntoTheBundle(TRACED_LAUNCHER); }
 
     // Stops 200 launchers with this list, from 0 to 100 ms after their starts, and prints
     // how often there was each outcome.

@@ -88,12 +88,7 @@ TEST_F(StopFault, PaceAndGraceDoNotDependOnTheTimeOfDay) {
 class StopFaultLateForks : public StopFault {
   protected:
     StopFaultLateForks() {
-        std::filesystem::path const app = directory.Path() / "Tamlin.app";
-        std::filesystem::copy(std::filesystem::path(BUNDLE).parent_path(), app,
-                              std::filesystem::copy_options::recursive);
-        launcher_program = app / "Contents/MacOS/launcher";
-        std::filesystem::copy_file(LATE_LAUNCHER, launcher_program,
-                                   std::filesystem::copy_options::overwrite_existing);
+        PutIntoTheBundle(LATE_LAUNCHER);
         WriteFile(list_file, ListText({Item("a"), Item("b")}));
     }
 };

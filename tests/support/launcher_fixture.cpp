@@ -125,6 +125,15 @@ void LauncherTest::StartWith(std::vector<std::string> arguments,
     launcher = std::make_unique<Process>(arguments, std::move(prepare));
 }
 
+void LauncherTest::PutIntoTheBundle(std::filesystem::path const& program) {
+    std::filesystem::path const app = directory.Path() / "Tamlin.app";
+    std::filesystem::copy(std::filesystem::path(BUNDLE).parent_path(), app,
+                          std::filesystem::copy_options::recursive);
+    launcher_program = app / "Contents/MacOS/launcher";
+    std::filesystem::copy_file(program, launcher_program,
+                               std::filesystem::copy_options::overwrite_existing);
+}
+
 bool LauncherTest::WaitUntilMainWaits() const {
     return WaitFor([this] {
         return WaitsForCondition(SystemCallOf(launcher->Pid(), launcher->Pid()));

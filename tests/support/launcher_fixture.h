@@ -68,6 +68,9 @@ class LauncherTest : public testing::Test {
     void StartWith(std::vector<std::string> arguments,
                    std::function<void()> prepare = {});
 
+    // Takes this program for the launcher, in a copy of the bundle.
+    void PutIntoTheBundle(std::filesystem::path const& program);
+
     // Waits until main has walked the whole list and waits on its condition for a stop.
     bool WaitUntilMainWaits() const;
 
