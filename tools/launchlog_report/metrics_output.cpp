@@ -154,11 +154,10 @@ int WriteMetrics(std::vector<std::string> paths, Options const& options,
             counter.TakeLine(line, is_understood, log);
         });
     Writer writer(options.metrics, complain);
-    bool is_written = true;
     Signals signals;
     // A launcher makes its log with the first line, which may come late.
     while (options.follow && paths.empty() && !signals.IsEndAsked()) {
-        is_written = writer.Write(ToText(MakeMetrics(counter, summary, options)));
+        writer.Write(ToText(MakeMetrics(counter, summary, options)));
         signals.Wait(kMillisecondsBetweenReads);
         paths = FindLogs(GetHomePath());
     }
@@ -167,7 +166,7 @@ int WriteMetrics(std::vector<std::string> paths, Options const& options,
     for (std::string const& unread : logs.Problems()) {
         complain(unread);
     }
-    is_written = writer.Write(ToText(MakeMetrics(counter, summary, options)));
+    bool is_written = writer.Write(ToText(MakeMetrics(counter, summary, options)));
     if (options.follow) {
         while (!signals.IsEndAsked()) {
             signals.Wait(kMillisecondsBetweenReads);
