@@ -298,9 +298,9 @@ def test_a_log_that_cannot_be_written_is_reported(home, log, steady_list):
         0, f"scripts/run: there is no log: {log.parent} cannot be written.*")
 
 
-def test_a_launcher_that_hangs_is_killed(fifo):
+def test_a_launcher_that_waits_for_its_list_is_killed(fifo):
     run(SCRIPT, "--anyway", "--seconds", 1, fifo).expect(
-        1, r"scripts/run: launcher [0-9]+ \(demo\) hung, and was ended by SIGKILL",
+        1, r"scripts/run: launcher [0-9]+ \(demo\) was ended by SIGKILL: it was not ready .*",
         "scripts/run: the launcher was ended by signal 9")
 
 
