@@ -147,14 +147,19 @@ ThreadInfo ReadThread(pid_t process, pid_t thread) {
 }  // namespace
 
 std::vector<ProcessInfo> ReadProcesses() {
-    std::vector<ProcessInfo> processes;
+    // The list of ids grows at its end. To read a process takes longer than to fork one,
+    // so a look at each before the next id might never come to the end.
+    std::vector<pid_t> ids;
     std::unique_ptr<DIR, int (*)(DIR*)> const directory(opendir("/proc"), closedir);
     while (directory) {
         dirent const* const entry = readdir(directory.get());
         if (entry == nullptr) {
             break;
         }
-        int const id = std::atoi(entry->d_name);
+        ids.push_back(std::atoi(entry->d_name));
+    }
+    std::vector<ProcessInfo> processes;
+    for (pid_t const id : ids) {
         if (std::optional<ProcessInfo> process =
                 id > 0 ? ReadProcess(id) : std::nullopt) {
             processes.push_back(std::move(*process));
