@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cstdio>
 #include <optional>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "common/config/app_locations.h"
@@ -24,6 +26,7 @@
 #include "tools/launchlog_report/table.h"
 #include "tools/launchlog_report/terminal.h"
 #include "tools/launchlog_report/timeline.h"
+#include "tools/running/launch_items.h"
 
 // This program has no log of its own.
 ILog* logger = nullptr;
@@ -125,14 +128,44 @@ struct Collected {
     Timeline timeline;
 };
 
+// Returns the rows with those of the programs that never ended: the items of the list,
+// and what the log shows running.
+std::vector<Row> WithProgramsThatNeverEnded(std::vector<Row> rows,
+                                            Timeline const& timeline,
+                                            std::string const& list) {
+    std::set<std::string> names;
+    for (auto const& [name, item] : timeline.Items()) {
+        names.insert(name);
+    }
+    if (!list.empty()) {
+        for (running::LaunchItem const& item : running::ReadLaunchItems(list).items) {
+            names.insert(item.name);
+        }
+    }
+    for (Row const& row : rows) {
+        names.erase(row.name);
+    }
+    for (std::string const& name : names) {
+        Row row;
+        row.name = name;
+        row.restarts_per_minute = 0;
+        rows.push_back(row);
+    }
+    return rows;
+}
+
 // Writes the page to its file. Returns whether it could.
-bool WritePage(Report const& report, Timeline& timeline, Logs const& logs,
-               std::string const& file) {
+bool WritePage(Report report, Timeline& timeline, Logs const& logs,
+               Options const& options) {
     timeline.Finish();
     timeline.Limit(kMostMarks);
-    std::string const problem = ReplaceFile(file, ToPage(report, timeline, logs.Paths()));
+    report.items =
+        WithProgramsThatNeverEnded(std::move(report.items), timeline, options.list);
+    Sort(report.items, options.sort.value_or(SortKey::Marked));
+    std::string const problem =
+        ReplaceFile(options.html, ToPage(report, timeline, logs.Paths()));
     if (!problem.empty()) {
-        Complain(file + ": " + problem);
+        Complain(options.html + ": " + problem);
     }
     return problem.empty();
 }
@@ -143,7 +176,7 @@ bool Output(Report const& report, Collected& collected, Logs const& logs,
     if (!options.html.empty()) {
         // A good page stays.
         return !IsUnreadable(report, logs) &&
-               WritePage(report, collected.timeline, logs, options.html);
+               WritePage(report, collected.timeline, logs, options);
     }
     if (options.ends) {
         collected.ends.Print();
@@ -188,6 +221,12 @@ int Main(int argc, char** argv) {
         tools::AnswerForTool(options.line, kProgram, HelpText());
     if (code) {
         return *code;
+    }
+    std::string const problem =
+        options.list.empty() ? "" : running::ReadLaunchItems(options.list).problem;
+    if (!problem.empty()) {
+        Complain(options.list + ": " + problem);
+        return 1;
     }
     std::vector<std::string> const paths =
         options.logs.empty() ? FindLogs(GetHomePath()) : options.logs;

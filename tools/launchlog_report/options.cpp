@@ -22,7 +22,8 @@ themselves. Without a LOG it reads the user's own, ~/Library/Logs/*/voplog/launc
   --ends            print each end as a JSON object on a line of its own
   --html FILE       write a page for a browser, with a timeline of all programs
   --metrics FILE    write metrics for Prometheus; with --follow, again and again
-  --list LIST.json  with --metrics: the items of this list, those that never ended too
+  --list LIST.json  with --html or --metrics: the items of this list, those that never
+                    ended too
   --sort KEY        sort items by marked (the default of a table), name (the default of
                     JSON), restarts, per-minute, first-end or last-end
   --fail-if-marked  exit with 3 if an item is marked, for monitoring
@@ -103,8 +104,8 @@ std::string ReadRange(Options& options) {
 
 std::string FindConflictOfMetrics(Options const& options) {
     tools::CommandLine const& line = options.line;
-    if (line.Has("list") && !line.Has("metrics")) {
-        return "--list needs --metrics";
+    if (line.Has("list") && !line.Has("metrics") && !line.Has("html")) {
+        return "--list needs --html or --metrics";
     }
     if (!line.Has("metrics")) {
         return "";

@@ -23,7 +23,7 @@ struct Options {
     bool ends = false;
     // The file to write the metrics to; empty for no metrics.
     std::string metrics;
-    // The launch list whose items the metrics have; empty for those of all launchers.
+    // The launch list whose items are shown, though they never ended; empty for none.
     std::string list;
     // The file to write the page to; empty for no page.
     std::string html;

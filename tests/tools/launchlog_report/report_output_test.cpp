@@ -2,7 +2,10 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 #include <unistd.h>
+
+#include <thread>
 
 #include "tests/tools/launchlog_report/report_fixture.h"
 
@@ -259,6 +262,33 @@ TEST_F(LaunchlogReport, PrintsTheEndsOfTheRangeInTheirOrder) {
                 HasSubstr("\"cause\":\"stop\""));
 }
 
+TEST_F(LaunchlogReport, TheEndsAreTheSameWithJsonAndAnyOrder) {
+    Append("launcher.log", Line("b", 0, 1) + Line("a", 0, 2));
+    EXPECT_EQ(Run({"--ends", "--json", "--sort=name", log}).output,
+              Run({"--ends", log}).output);
+}
+
+TEST_F(LaunchlogReport, ReadsALogOnce) {
+    // What was read from a pipe is gone.
+    for (std::vector<std::string> const& form :
+         {std::vector<std::string>{"--html", "/dev/stdout"}, {"--ends"}, {"--json"}}) {
+        std::string const pipe = directory.Path() / "pipe";
+        ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+        std::thread writer([&pipe] {
+            int const file = open(pipe.c_str(), O_WRONLY);
+            std::string const text = Line("a", 0, 1) + Line("a", 768, 2);
+            EXPECT_EQ(write(file, text.data(), text.size()),
+                      static_cast<ssize_t>(text.size()));
+            close(file);
+        });
+        std::vector<std::string> arguments = form;
+        arguments.push_back(pipe);
+        EXPECT_THAT(Run(arguments).output, HasSubstr("exit 3")) << form[0];
+        writer.join();
+        unlink(pipe.c_str());
+    }
+}
+
 TEST_F(LaunchlogReport, WritesAPageInsteadOfTheTable) {
     Append("launcher.log", Line("</script><b>&", 768, 1) + Line("b", 0, 2));
     std::string const page = directory.Path() / "page.html";
@@ -270,6 +300,33 @@ TEST_F(LaunchlogReport, WritesAPageInsteadOfTheTable) {
                 HasSubstr("\"name\":\"\\u003c/script\\u003e\\u003cb\\u003e\\u0026\""));
     EXPECT_THAT(text, testing::Not(HasSubstr("\"name\":\"b\"")));
     EXPECT_THAT(text, testing::Not(HasSubstr("{{")));
+}
+
+TEST_F(LaunchlogReport, APageHasTheProgramsThatNeverEnded) {
+    Append("launcher.log",
+           Message("181", 1000, "Start to fork steady") + Line("a", 768, 2));
+    std::string const list =
+        directory.Write("list.json", R"({"0": {"name": "listed"}, "1": {"name": "a"}})");
+    std::string const page = directory.Path() / "page.html";
+    ASSERT_EQ(Run({"--html", page, "--list", list, log}).end, "exit 0");
+    std::string const text = ReadFile(page);
+    std::size_t const a = text.find(R"("name":"a")");
+    std::size_t const listed = text.find(R"("name":"listed")");
+    std::size_t const steady = text.find(R"("name":"steady")");
+    EXPECT_LT(a, listed);
+    EXPECT_LT(listed, steady);
+    EXPECT_LT(steady, std::string::npos);
+    EXPECT_EQ(text.find(R"("name":"a")", a + 1), std::string::npos);
+}
+
+TEST_F(LaunchlogReport, AListThatCannotBeReadIsAnError) {
+    Append("launcher.log", Line("a", 0));
+    std::string const page = directory.Path() / "page.html";
+    std::string const list = directory.Path() / "no.json";
+    ProgramRun const run = Run({"--html", page, "--list", list, log});
+    EXPECT_EQ(run.end, "exit 1");
+    EXPECT_THAT(run.errors, StartsWith("launchlog-report: " + list + ": "));
+    EXPECT_FALSE(std::filesystem::exists(page));
 }
 
 TEST_F(LaunchlogReport, APageThatCannotBeWrittenIsAnError) {
@@ -318,7 +375,7 @@ TEST_F(LaunchlogReport, AWrongCommandLineGivesTwo) {
         {{"--follow", "--until", "now"},
          "--ends, --html and --until are for what has happened, not for --follow"},
         {{"--html", "a", "--json"}, "--html cannot be combined with --json or --ends"},
-        {{"--list", "a"}, "--list needs --metrics"},
+        {{"--list", "a"}, "--list needs --html or --metrics"},
         {{"--metrics="}, "--metrics needs a file"},
         {{"--metrics", "a", "-"}, "--metrics is for files, not for the standard input"},
         {{"--metrics", "a", "--until", "now"},
