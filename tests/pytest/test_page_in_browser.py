@@ -164,6 +164,28 @@ def test_what_the_log_does_not_tell_is_drawn_as_unknown(make_report):
     assert runs == [tuple(pytest.approx(time, abs=200) for time in run) for run in expected]
 
 
+def test_a_program_that_never_ended_has_a_row(make_report):
+    start = "2026-11-21T12:00:01.000Z DEBUG 181 [LAUNCHER  ] Start to fork steady\n"
+    report = make_report(start, line("a", 5000, 0), line("a", 11000, 0))
+    rows, runs, table, label = report.drive(
+        ["value", ROWS], ["value", "items.map((row) => row.times.runs)"], ["value", TABLE],
+        ["value", "items[1].track.getAttribute('aria-label')"])
+    assert [row["name"] for row in rows] == ["a", "steady"]
+    assert runs[1] == [[NOON + 1000, NOON + 11000]]
+    assert table[1] == ["steady", "-", "0", "0", "0", *["0"] * 6, "-", "-"]
+    assert label == "steady: 0 ends, 0 restarts, no end in the log"
+
+
+def test_no_bar_crosses_a_stop_though_many_ends_are_one_mark(make_report):
+    # The launcher is stopped in the middle of a storm, and another one starts soon after.
+    storm = [line("a", 55 * i, 768) for i in range(9999)]
+    report = make_report(*storm, line("a", 550000, 9),
+                         *[line("a", 550400 + 55 * i, 768, launcher=182) for i in range(9999)])
+    [runs] = report.drive(["value", "items[0].times.runs"])
+    assert len(runs) > 900
+    assert [run for run in runs if run[0] < NOON + 550010 and run[1] > NOON + 550390] == []
+
+
 def test_a_storm_is_drawn_as_density(make_report):
     report = make_report(*[line("storm", 55 * i, 768 if i % 10 else 139, 1000 + i)
                            for i in range(20000)])

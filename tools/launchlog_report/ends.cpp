@@ -57,26 +57,51 @@ char const* CauseName(Cause cause) {
     return "unknown";
 }
 
-void Ends::Add(LogEvent const& event, std::size_t log) {
+std::size_t Ends::Add(LogEvent const& event, std::size_t log) {
+    std::size_t const life = lives.Add(event, log);
     if (event.kind != LogEventKind::Start && event.kind != LogEventKind::End &&
         event.kind != LogEventKind::FailedFork) {
-        return;
+        return life;
+    }
+    Run& run = FindRun(event, log, life);
+    if (event.kind == LogEventKind::End) {
+        AddEnd(event, log, run);
+    } else {
+        run.start.reset();
+        if (event.kind == LogEventKind::Start) {
+            run.start = event.time;
+        }
+    }
+    return life;
+}
+
+// Returns the run that the line is about. Its start is unknown if another process has
+// logged a line of the item since.
+Ends::Run& Ends::FindRun(LogEvent const& event, std::size_t log, std::size_t life) {
+    std::string& last =
+        last_processes.try_emplace({log, event.name}, event.process).first->second;
+    if (last != event.process) {
+        Run& doubtful = runs[{log, last, event.name}];
+        doubtful.doubted = doubtful.doubted ? doubtful.doubted : event.time.value_or(0);
+        last = event.process;
     }
     Run& run = runs[{log, event.process, event.name}];
-    if (event.kind == LogEventKind::Start) {
-        run.start = event.time;
-        return;
-    }
-    if (event.kind == LogEventKind::FailedFork) {
+    if (run.doubted || run.life != life) {
         run.start.reset();
-        return;
     }
+    run.doubted.reset();
+    run.life = life;
+    return run;
+}
+
+void Ends::AddEnd(LogEvent const& event, std::size_t log, Run& run) {
     if (run.possible_stop) {
         take(*run.possible_stop);
         run.possible_stop.reset();
     }
     ProgramRunEnd end = MakeEnd(event, run.start, ++ends);
     end.log = log;
+    end.life = run.life;
     run.start.reset();
     if (event.time) {
         run.start = *event.time + kPause;
@@ -102,9 +127,8 @@ void Ends::Finish() {
 std::vector<OpenProgramRun> Ends::OpenRuns() const {
     std::vector<OpenProgramRun> open_runs;
     for (auto const& [key, run] : runs) {
-        auto const& [log, launcher, item] = key;
         if (run.start) {
-            open_runs.push_back({item, log, launcher, *run.start});
+            open_runs.push_back({std::get<2>(key), run.life, *run.start, run.doubted});
         }
     }
     return open_runs;

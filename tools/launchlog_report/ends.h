@@ -16,6 +16,7 @@
 #include <utility>
 #include <vector>
 
+#include "tools/launchlog_report/launcher_lives.h"
 #include "tools/launchlog_report/log_line.h"
 #include "tools/launchlog_report/wait_status.h"
 
@@ -40,9 +41,12 @@ char const* CauseName(Cause cause);
 // launcher could not wait for.
 Cause CauseOf(std::optional<ProgramEnd> const& status);
 
+// One end of a program.
 struct ProgramRunEnd {
     std::string item;
     std::size_t log = 0;
+    // The number of its launcher's life; see LauncherLives.
+    std::size_t life = 0;
     // The ids of the program's process and of the launcher's; empty if unknown.
     std::string process;
     std::string launcher;
@@ -59,15 +63,19 @@ struct ProgramRunEnd {
 // A run of a program that did not end in the log.
 struct OpenProgramRun {
     std::string item;
-    std::size_t log;
-    std::string launcher;
+    // The number of its launcher's life.
+    std::size_t life;
     Time start;
+    // When another process logged a line of the item: from then on nobody knows.
+    std::optional<Time> doubted;
 };
 
 // Makes the ends from the lines of logs.
 //
 // A program started when its launcher logged that, at level DEBUG. At level ERROR it
-// started 50 ms after the end before it, if the same launcher logged that.
+// started 50 ms after the end before it, if the same launcher logged that. Its start is
+// unknown if another process has logged a line of the item since: that is a link of a
+// chain, so the program was not executed, or it is another launcher.
 class Ends {
   public:
     using Taker = std::function<void(ProgramRunEnd const& end)>;
@@ -77,8 +85,9 @@ class Ends {
     // one launcher and item.
     explicit Ends(Taker taker) : take(std::move(taker)) {}
 
-    // Takes a line. The lines of one log come in their order.
-    void Add(LogEvent const& event, std::size_t log);
+    // Takes a line. The lines of one log come in their order. Returns the number of the
+    // launcher's life that it belongs to.
+    std::size_t Add(LogEvent const& event, std::size_t log);
 
     // Passes on the ends that were stops.
     void Finish();
@@ -91,13 +100,21 @@ class Ends {
     // The log, the launcher and the item.
     using Key = std::tuple<std::size_t, std::string, std::string>;
     struct Run {
+        std::size_t life = 0;
         std::optional<Time> start;
+        std::optional<Time> doubted;
         // An end by SIGKILL that may turn out to be a stop.
         std::optional<ProgramRunEnd> possible_stop;
     };
 
+    Run& FindRun(LogEvent const& event, std::size_t log, std::size_t life);
+    void AddEnd(LogEvent const& event, std::size_t log, Run& run);
+
     Taker take;
+    LauncherLives lives;
     std::map<Key, Run> runs;
+    // Which process logged the last line of an item, by the log and the item.
+    std::map<std::pair<std::size_t, std::string>, std::string> last_processes;
     long long ends = 0;
 };
 

@@ -35,9 +35,9 @@ std::size_t CauseOf(Mark const& mark) {
 }
 
 // Returns a mark as an array, which is short: the time since the mark before, and how
-// long the program ran (null if that is unknown). Then for one end its cause, its status
-// and its process; for several the time from the first to the last, and the counts of
-// the causes.
+// long before it the program is known to have run from (null if that is unknown). Then
+// for one end its cause, its status and its process; for several the time from the first
+// to the last, the counts of the causes, and how long after the first the known run ends.
 Json::Value ToArray(Mark const& mark, Time before) {
     Json::Value value(Json::arrayValue);
     value.append(Number(mark.first - before));
@@ -49,6 +49,7 @@ Json::Value ToArray(Mark const& mark, Time before) {
     } else {
         value.append(Number(mark.last - mark.first));
         value.append(Counts(mark.causes));
+        value.append(Number(mark.until - mark.first));
     }
     return value;
 }

@@ -11,10 +11,14 @@ namespace {
 constexpr std::size_t kMostMarks = 2000;
 constexpr std::size_t kMostOpenRuns = 200;
 constexpr std::size_t kMostLaunchers = 500;
+// A launcher starts a program again after 50 ms, on a busy machine later. After a longer
+// time the machine slept, or lines are missing.
+constexpr Time kLongestPause = 1000;
 
 Mark MakeMark(ProgramRunEnd const& end) {
     Mark mark;
-    mark.first = mark.last = end.time.value_or(0);
+    mark.first = mark.last = mark.until = end.time.value_or(0);
+    mark.life = end.life;
     if (end.uptime) {
         mark.start = mark.first - *end.uptime;
     }
@@ -22,6 +26,27 @@ Mark MakeMark(ProgramRunEnd const& end) {
     mark.process = end.process;
     mark.status = DescribeStatus(end.status);
     return mark;
+}
+
+// Leaves in `mark` the longest known run of the two. Runs become one only if they
+// overlap, or if nothing is between them but the pause of one launcher.
+void JoinRuns(Mark& mark, Mark const& other) {
+    if (!other.start) {
+        return;
+    }
+    bool const do_overlap =
+        mark.start && *other.start <= mark.until && *mark.start <= other.until;
+    bool const is_next = mark.start && mark.life == other.life &&
+                         *other.start > mark.until &&
+                         *other.start - mark.until <= kLongestPause;
+    if (do_overlap || is_next) {
+        mark.start = std::min(*mark.start, *other.start);
+        mark.until = std::max(mark.until, other.until);
+    } else if (!mark.start || other.until - *other.start > mark.until - *mark.start) {
+        mark.start = other.start;
+        mark.until = other.until;
+        mark.life = other.life;
+    }
 }
 
 // Leaves the `most` longest, in any order. `Length` returns the length of one.
@@ -73,10 +98,8 @@ bool Marks::IsCloseToLast(Mark const& mark) const {
 
 void Marks::MergeIntoLast(Mark const& mark) {
     Mark& last = marks.back();
-    if (mark.first < last.first) {
-        last.first = mark.first;
-        last.start = mark.start;
-    }
+    JoinRuns(last, mark);
+    last.first = std::min(last.first, mark.first);
     last.last = std::max(last.last, mark.last);
     for (std::size_t i = 0; i < kCauses; ++i) {
         last.causes[i] += mark.causes[i];
@@ -92,9 +115,9 @@ void Timeline::Add(LogEvent const& event, std::size_t log) {
     if (!range.IsNotAfter(event)) {
         return;
     }
-    ends.Add(event, log);
+    std::size_t const life = ends.Add(event, log);
     if (event.time) {
-        AddLife(event, log);
+        AddLife(event, log, life);
     }
 }
 
@@ -107,13 +130,13 @@ void Timeline::AddEnd(ProgramRunEnd const& end) {
     if (end.time) {
         item.marks.Add(MakeMark(end));
     }
-    auto const life = lives.find({end.log, end.launcher});
+    auto const life = lives.find(end.life);
     if (end.cause == Cause::Stop && life != lives.end()) {
         life->second.last_stop = std::max(life->second.last_stop, end.time);
     }
 }
 
-void Timeline::AddLife(LogEvent const& event, std::size_t log) {
+void Timeline::AddLife(LogEvent const& event, std::size_t log, std::size_t number) {
     if (range.Has(event.time)) {
         first_line = std::min(first_line.value_or(*event.time), *event.time);
         last_line = std::max(last_line.value_or(*event.time), *event.time);
@@ -121,10 +144,9 @@ void Timeline::AddLife(LogEvent const& event, std::size_t log) {
     if (event.process.empty()) {
         return;
     }
-    Life& life =
-        lives.try_emplace({log, event.process}, Life{*event.time, *event.time, false, {}})
-            .first->second;
-    life.last = std::max(life.last, *event.time);
+    Life const begun = {{log, event.process, *event.time, *event.time, false}, false, {}};
+    Life& life = lives.try_emplace(number, begun).first->second;
+    life.drawn.last = std::max(life.drawn.last, *event.time);
     life.is_launcher = life.is_launcher || event.kind == LogEventKind::End ||
                        event.kind == LogEventKind::NamelessItem ||
                        event.kind == LogEventKind::UnreadableList;
@@ -132,13 +154,17 @@ void Timeline::AddLife(LogEvent const& event, std::size_t log) {
 
 // A program runs at least until the last line of its launcher.
 void Timeline::AddOpenRun(OpenProgramRun const& run) {
-    auto const life = lives.find({run.log, run.launcher});
-    if (life == lives.end() || life->second.last <= run.start ||
-        !range.IsNotBefore(life->second.last)) {
+    auto const life = lives.find(run.life);
+    if (life == lives.end()) {
+        return;
+    }
+    Time const last = life->second.drawn.last;
+    bool const is_doubtful = run.doubted && *run.doubted <= last;
+    if (last <= run.start || is_doubtful || !range.IsNotBefore(last)) {
         return;
     }
     std::vector<OpenRun>& open_runs = items[run.item].open_runs;
-    open_runs.push_back({run.start, life->second.last});
+    open_runs.push_back({run.start, last});
     if (open_runs.size() > 2 * kMostOpenRuns) {
         KeepLongest(open_runs, kMostOpenRuns,
                     [](OpenRun const& it) { return it.to - it.from; });
@@ -154,10 +180,10 @@ void Timeline::Finish() {
 }
 
 void Timeline::MakeLaunchers() {
-    for (auto const& [key, life] : lives) {
-        if (life.is_launcher && range.IsNotBefore(life.last)) {
-            launchers.push_back({key.first, key.second, life.first, life.last,
-                                 life.last_stop == life.last});
+    for (auto const& [number, life] : lives) {
+        if (life.is_launcher && range.IsNotBefore(life.drawn.last)) {
+            launchers.push_back(life.drawn);
+            launchers.back().is_stopped = life.last_stop == life.drawn.last;
         }
     }
     KeepLongest(launchers, kMostLaunchers,

@@ -17,7 +17,6 @@
 #include <map>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "tools/launchlog_report/ends.h"
@@ -31,8 +30,13 @@ using CauseCounts = std::array<long long, kCauses>;
 
 // One end, or several that are close to each other.
 struct Mark {
-    // When the program started that ended first; std::nullopt if that is unknown.
+    // The longest time in which the program is known to have run, but for the pauses of
+    // its launcher; without a `start` there is none. For one end it begins with the
+    // start of the program and lasts until the end.
     std::optional<Time> start;
+    Time until = 0;
+    // The number of the life of the launcher in that time.
+    std::size_t life = 0;
     // The times of the first and of the last end.
     Time first = 0;
     Time last = 0;
@@ -41,6 +45,7 @@ struct Mark {
     std::string process;
     std::string status;
 
+    // Returns how many ends it stands for.
     long long Ends() const;
 };
 
@@ -72,6 +77,7 @@ struct OpenRun {
     Time to;
 };
 
+// What the page draws of one item.
 struct ItemTimeline {
     // All ends of the range, those without a time too.
     CauseCounts causes = {};
@@ -79,7 +85,8 @@ struct ItemTimeline {
     std::vector<OpenRun> open_runs;
 };
 
-// What a log tells of the life of a launcher.
+// What a log tells of the life of a launcher. A process id that was used again has
+// several lives.
 struct LauncherLife {
     std::size_t log = 0;
     std::string process;
@@ -90,6 +97,7 @@ struct LauncherLife {
     bool is_stopped = false;
 };
 
+// Collects what a page draws, from the lines of all logs.
 class Timeline {
   public:
     explicit Timeline(TimeRange const& covered);
@@ -115,24 +123,24 @@ class Timeline {
     std::optional<Time> LastLine() const { return last_line; }
 
   private:
+    // What is known of a process; those that are no launchers are not drawn.
     struct Life {
-        Time first;
-        Time last;
+        LauncherLife drawn;
         bool is_launcher = false;
         std::optional<Time> last_stop;
     };
-    using LifeKey = std::pair<std::size_t, std::string>;
 
     void AddEnd(ProgramRunEnd const& end);
     void AddOpenRun(OpenProgramRun const& run);
-    void AddLife(LogEvent const& event, std::size_t log);
+    void AddLife(LogEvent const& event, std::size_t log, std::size_t number);
     void MakeLaunchers();
     std::size_t CountMarks() const;
 
     TimeRange range;
     Ends ends;
     std::map<std::string, ItemTimeline> items;
-    std::map<LifeKey, Life> lives;
+    // By their numbers; see LauncherLives.
+    std::map<std::size_t, Life> lives;
     std::vector<LauncherLife> launchers;
     std::optional<Time> first_line;
     std::optional<Time> last_line;

@@ -47,9 +47,22 @@ TEST(Ends, TheLastSigkillOfALauncherIsAStop) {
 
 TEST(Ends, TheUptimeBeginsWithTheStartOrAfterThePause) {
     EXPECT_THAT(EndsOf({End(0, 1000), End(0, 2000), Start(2060), End(0, 3000),
-                        Start(3050, "2"), End(0, 4000), End(0, 3999)}),
+                        End(0, 4000), End(0, 3999)}),
                 ElementsAre("1 exit_0 -", "2 exit_0 950", "3 exit_0 940", "4 exit_0 950",
                             "5 exit_0 -"));
+}
+
+TEST(Ends, AfterALineOfAnotherProcessTheStartIsUnknown) {
+    EXPECT_THAT(
+        EndsOf({End(0, 1000), Start(1060), Start(1120, "7"), End(9, 2000), End(0, 3000)}),
+        ElementsAre("1 exit_0 -", "2 signal -", "3 exit_0 950"))
+        << "the second program was not executed, or another launcher has the item";
+}
+
+TEST(Ends, ALaterLauncherWithTheSameProcessIdDoesNotTellWhenAProgramStarted) {
+    LogEvent const failed = {LogEventKind::UnreadableList, "", "", 0, 0, 1500, "1"};
+    EXPECT_THAT(EndsOf({End(0, 1000), failed, End(0, 3000), End(0, 4000)}),
+                ElementsAre("1 exit_0 -", "2 exit_0 -", "3 exit_0 950"));
 }
 
 TEST(Ends, AnotherLauncherDoesNotTellWhenAProgramStarted) {

@@ -12,6 +12,10 @@ LogEvent End(long long status, Time time, std::string const& launcher = "1",
     return {LogEventKind::End, name, "7", 7, status, time, launcher};
 }
 
+LogEvent Start(Time time, std::string const& launcher = "1") {
+    return {LogEventKind::Start, "a", "", 0, 0, time, launcher};
+}
+
 // A timeline of these lines of one log.
 struct Drawn {
     explicit Drawn(std::vector<LogEvent> const& events, TimeRange const& range = {})
@@ -29,6 +33,18 @@ struct Drawn {
             texts.push_back((mark.start ? std::to_string(*mark.start) : "?") + "-" +
                             std::to_string(mark.first) + "-" + std::to_string(mark.last) +
                             ":" + std::to_string(mark.Ends()));
+        }
+        return texts;
+    }
+
+    // Returns "start-until" of the known run of each mark.
+    std::vector<std::string> RunsOf(std::string const& name = "a") const {
+        std::vector<std::string> texts;
+        for (Mark const& mark : timeline.Items().at(name).marks.List()) {
+            if (mark.start) {
+                texts.push_back(std::to_string(*mark.start) + "-" +
+                                std::to_string(mark.until));
+            }
         }
         return texts;
     }
@@ -87,7 +103,7 @@ TEST(Timeline, ALimitLeavesEndsAloneThatAreFarFromOthers) {
 TEST(Timeline, AClockThatIsSetBackChangesOnlyTheOrder) {
     Drawn drawn({End(0, 5000), End(0, 2000), End(0, 5001)});
     drawn.timeline.Limit(2);
-    EXPECT_THAT(drawn.MarksOf(), ElementsAre("?-2000-2000:1", "?-5000-5001:2"));
+    EXPECT_THAT(drawn.MarksOf(), ElementsAre("?-2000-2000:1", "2050-5000-5001:2"));
 }
 
 TEST(Timeline, AProgramRunsUntilTheLastLineOfItsLauncher) {
@@ -97,6 +113,46 @@ TEST(Timeline, AProgramRunsUntilTheLastLineOfItsLauncher) {
     EXPECT_THAT(drawn.OpenRuns(), ElementsAre("1050-5200"));
     EXPECT_THAT(drawn.OpenRuns("b"), ElementsAre("4050-5200"));
     EXPECT_THAT(drawn.OpenRuns("stopped"), ElementsAre());
+}
+
+TEST(Timeline, TheRunOfAMergedMarkCrossesPausesOfItsLauncherAlone) {
+    Drawn pauses({End(0, 1000), End(0, 2000), End(0, 3000)});
+    pauses.timeline.Limit(1);
+    EXPECT_THAT(pauses.RunsOf(), ElementsAre("1050-3000"));
+
+    Drawn stop({End(0, 1000), End(9, 5000), Start(5100, "2"), End(0, 6000, "2"),
+                End(0, 7000, "2")});
+    stop.timeline.Limit(1);
+    EXPECT_THAT(stop.RunsOf(), ElementsAre("1050-5000")) << "the longest of two";
+
+    Drawn sleep({Start(1000), End(0, 1100), Start(2101), End(0, 3000)});
+    sleep.timeline.Limit(1);
+    EXPECT_THAT(sleep.RunsOf(), ElementsAre("2101-3000"));
+}
+
+TEST(Timeline, AProcessIdThatIsUsedAgainIsAnotherLauncher) {
+    Drawn const drawn({End(0, 1000), End(0, 1000, "1", "b"), End(9, 3000),
+                       End(9, 3100, "1", "b"), End(0, 800'000), End(0, 800'000, "1", "b"),
+                       End(0, 900'000)});
+    EXPECT_THAT(drawn.RunsOf(), ElementsAre("1050-3000", "800050-900000"));
+    std::vector<LauncherLife> const& launchers = drawn.timeline.Launchers();
+    ASSERT_EQ(launchers.size(), 2U);
+    EXPECT_EQ(launchers[0].last, 3100);
+    EXPECT_EQ(launchers[1].first, 800'000);
+}
+
+TEST(Timeline, AProgramThatWasStartedAndDidNotEndRuns) {
+    Drawn const drawn({Start(500), End(0, 1000, "1", "b")});
+    EXPECT_THAT(drawn.OpenRuns(), ElementsAre("500-1000"));
+    // The launcher is dead, and another one starts the program.
+    Drawn const again({Start(500), End(0, 1000, "1", "b"), Start(2000, "2")});
+    EXPECT_THAT(again.OpenRuns(), ElementsAre("500-1000"));
+}
+
+TEST(Timeline, TheProgramOfAChainDoesNotRun) {
+    Drawn const drawn(
+        {Start(500), Start(560, "77"), Start(620, "78"), End(0, 1000, "1", "b")});
+    EXPECT_EQ(drawn.timeline.Items().count("a"), 0U);
 }
 
 TEST(Timeline, AFailedForkEndsTheRuns) {
