@@ -11,7 +11,11 @@
 //   ["click", SELECTOR], ["focus", SELECTOR], ["type", SELECTOR, TEXT]
 //   ["hover", SELECTOR, X]          moves the pointer there; X is a part of the width
 //   ["drag", SELECTOR, X, Y]        drags from part X of the width to part Y
-//   ["axe"]                         what axe-core finds
+//   ["window", WIDTH]               makes the window so wide
+//   ["paper", WIDTH]                makes the window a paper of this width, with the styles
+//                                   for printers, as if the page were printed
+//   ["axe"]                         what axe-core finds, and the rules of which it cannot
+//                                   decide whether they are kept
 //   ["print"]                       prints the page; the size of the PDF
 //   ["work"]                        the processor time of the page so far, in milliseconds
 //   ["picture", FILE]               takes a picture of the window
@@ -45,8 +49,15 @@ async function drag(page, selector, from, to) {
 // The page's policy would refuse the checker's script, so the browser evaluates its text.
 async function check(page) {
     await page.evaluate(fs.readFileSync(axe, 'utf8'));
-    const { violations } = await page.evaluate('axe.run()');
-    return violations.map((it) => `${it.id}: ${it.nodes[0].html} ${it.nodes[0].failureSummary}`);
+    const { violations, incomplete } = await page.evaluate('axe.run()');
+    const words = (it) => `${it.id}: ${it.nodes[0].html} ${it.nodes[0].failureSummary}`;
+    return [violations.map(words), incomplete.map((it) => it.id)];
+}
+
+async function layOnPaper(page, width) {
+    await page.evaluate("window.dispatchEvent(new Event('beforeprint'))");
+    await page.emulateMediaType('print');
+    await page.setViewport({ width, height: 900 });
 }
 
 const STEPS = {
@@ -61,6 +72,8 @@ const STEPS = {
         await page.mouse.move(...await place(page, selector, share));
     },
     drag,
+    window: (page, width) => page.setViewport({ width, height: 900 }),
+    paper: layOnPaper,
     axe: check,
     print: async (page) => (await page.pdf({ format: 'A4', landscape: true })).length,
     work: async (page) => {
