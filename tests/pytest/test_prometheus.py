@@ -3,9 +3,12 @@ of text files, and itself with the alerts. All listen on the loopback interface 
 
 import contextlib
 import json
+import pathlib
+import re
 import shutil
 import signal
 import socket
+import time
 import urllib.error
 import urllib.parse
 import urllib.request
@@ -16,6 +19,9 @@ from support import ROOT, Command, item, run, steady_item, stop_launcher, wait_u
 
 RULES = ROOT / "packaging/prometheus/launcher.rules.yml"
 TESTS = ROOT / "tests/pytest/prometheus/rules_test.yml"
+CONFIGURATION_OF_DEBIAN = pathlib.Path("/etc/prometheus/prometheus.yml")
+SECTION = re.search("^### Watch it with Prometheus\n(.*?)^## ",
+                    (ROOT / "docs/operating.md").read_text(), re.M | re.S)[1]
 CONFIGURATION = """
 global: {{ scrape_interval: 1s, evaluation_interval: 1s }}
 rule_files: [{rules}]
@@ -30,8 +36,8 @@ def report(build):
     return build / "tools/launchlog_report/launchlog-report"
 
 
-def line(name, number, status=768, second=0):
-    return (f"2026-11-21T11:{number // 60:02}:{number % 60:02}.{second:03}Z ERROR 181 "
+def line(name, number, status=768, launcher=181):
+    return (f"2026-11-21T11:{number // 60:02}:{number % 60:02}.000Z ERROR {launcher} "
             f"[LAUNCHER  ] {name} {number + 300} is killed. ret = 7, status = {status}\n")
 
 
@@ -49,6 +55,54 @@ def test_the_rules_are_right_and_do_what_their_tests_say(tmp_path):
         shutil.copy(file, tmp_path)
     run("promtool", "check", "rules", RULES).expect(0)
     run("promtool", "test", "rules", tmp_path / TESTS.name).expect(0)
+
+
+def commands_of_manual(beginning):
+    """Returns the commands of the manual's section that begin so."""
+    return [text for text in re.findall(r"^\$ (.*)", SECTION, re.M) if text.startswith(beginning)]
+
+
+def block_of_manual(kind):
+    return re.search(rf"^```{kind}\n(.*?)^```", SECTION, re.M | re.S)[1]
+
+
+def test_the_manual_names_the_folder_and_the_ports_of_the_packages():
+    node = run("prometheus-node-exporter", "--help").output
+    folder = re.search(r'textfile\.directory="(.*?)"', node)[1]
+    assert SECTION.count(f"--metrics {folder}/launcher.prom --list ") == 2
+    [install] = commands_of_manual("install")
+    assert install == f"install -d -g alice -m 775 {folder}"
+    assert re.search(r"listen-address=:9100 ", node)
+    assert re.search(r'listen-address="0.0.0.0:9090" ', run("prometheus", "--help").output)
+    assert "'localhost:9100'" in CONFIGURATION_OF_DEBIAN.read_text()
+
+
+def test_the_configuration_of_the_manual_is_right(tmp_path):
+    edited = tmp_path / "prometheus.yml"
+    shutil.copy(CONFIGURATION_OF_DEBIAN, edited)
+    for command in commands_of_manual("sed") + commands_of_manual("promtool"):
+        command = command.replace(str(CONFIGURATION_OF_DEBIAN), str(edited))
+        checked = run("bash", "-c", command.replace("/usr/share/tamlin", str(RULES.parent)))
+        checked.expect(0)
+    assert "SUCCESS: 1 rule files found" in checked.output
+    written = tmp_path / "written.yml"
+    written.write_text(block_of_manual("yaml").replace("/usr/share/tamlin", str(RULES.parent)))
+    run("promtool", "check", "config", written).expect(0)
+
+
+def test_the_unit_of_the_manual_writes_metrics(tmp_path, report, log):
+    unit = tmp_path / "launcher-metrics.service"
+    unit.write_text(block_of_manual("ini").replace("/usr/bin/launchlog-report", str(report)))
+    run("systemd-analyze", "--user", "verify", unit,
+        env={"XDG_RUNTIME_DIR": tmp_path}).expect(0).expect_no("launcher-metrics")
+    start = re.search("^ExecStart=(.*)", unit.read_text(), re.M)[1]
+    (tmp_path / "tamlin").mkdir()
+    write_list(tmp_path / "tamlin/main.json", item("steady", "/bin/sleep", "1000"))
+    start = start.replace("/var/lib/prometheus/node-exporter", str(tmp_path))
+    metrics = tmp_path / "launcher.prom"
+    with Command("bash", "-c", f"exec {start.replace('%E', str(tmp_path))}"):
+        wait_until(metrics.exists)
+        assert value_in(metrics, "launcher_item_restarts_total", item="steady") == 0
 
 
 def test_promtool_finds_nothing_wrong_with_the_metrics(tmp_path, report):
@@ -82,6 +136,37 @@ def test_totals_never_fall_and_grow_by_what_is_new(tmp_path, report):
     assert total() == 908
 
 
+def failed_fork(name, launcher=181):
+    return f"2026-11-21T10:00:00.000Z ERROR {launcher} [LAUNCHER  ] Failed to fork {name}\n"
+
+
+def test_an_item_stays_given_up_until_a_newer_launcher_writes(tmp_path, report):
+    log, metrics = tmp_path / "launcher.log", tmp_path / "launcher.prom"
+
+    def is_given_up(*lines):
+        log.write_text("".join(lines))
+        run(report, "--metrics", metrics, log).expect(0)
+        return value_in(metrics, "launcher_item_given_up", item="a")
+
+    assert is_given_up(failed_fork("a"), line("b", 1)) == 1
+    # The line was rotated away, then there is no line at all.
+    assert is_given_up(line("b", 2)) == 1
+    assert is_given_up() == 1
+    assert is_given_up(line("b", 2), line("b", 3, launcher=182)) == 0
+    # A launcher's later end of the item shows that it has the same process id as the first.
+    metrics.unlink()
+    assert is_given_up(failed_fork("a"), line("a", 4)) == 0
+
+
+def test_the_file_tells_when_it_was_written(tmp_path, report):
+    log, metrics = tmp_path / "launcher.log", tmp_path / "any.prom"
+    log.write_text(line("a", 1))
+    before = time.time()
+    run(report, "--metrics", metrics, log).expect(0)
+    written = value_in(metrics, "launcher_metrics_written_timestamp_seconds")
+    assert before - .01 <= written <= time.time()
+
+
 def test_a_file_of_somebody_else_is_not_replaced(tmp_path, report):
     log, metrics = tmp_path / "launcher.log", tmp_path / "other.prom"
     log.write_text(line("a", 1))
@@ -90,6 +175,23 @@ def test_a_file_of_somebody_else_is_not_replaced(tmp_path, report):
         1, "launchlog-report: .*/other.prom: this was not written by --metrics, so it is "
            "not replaced")
     assert metrics.read_text() == "other 1\n"
+
+
+def test_a_launcher_that_runs_is_the_newest(tmp_path, build, report, log):
+    launch_list = write_list(tmp_path / "list.json", steady_item(tmp_path / "pid"))
+    metrics = tmp_path / "launcher.prom"
+
+    def state(name):
+        run(report, "--metrics", metrics, "--list", launch_list).expect(0)
+        return value_in(metrics, f"launcher_item_{name}", item="steady")
+
+    log.parent.mkdir(parents=True)
+    log.write_text(failed_fork("steady", 99999))
+    assert state("given_up") == 1
+    # It has nothing to log while its program runs.
+    with Command(build / "Tamlin.app/Contents/MacOS/launcher", "demo", launch_list):
+        wait_until(lambda: state("running"))
+        assert state("given_up") == 0
 
 
 def free_port():

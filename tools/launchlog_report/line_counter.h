@@ -19,10 +19,11 @@
 #include <utility>
 
 #include "tools/launchlog_report/ends.h"
+#include "tools/launchlog_report/summary.h"
 
 namespace launchlog_report {
 
-// The totals of one item.
+// The totals of one item, over all logs and runs.
 struct ItemTotals {
     // By the numbers of the causes. A stop counts as a signal.
     std::array<long long, kCauses> ends = {};
@@ -30,12 +31,14 @@ struct ItemTotals {
     std::optional<Time> last_end;
 };
 
+// What never falls.
 struct Totals {
     // By the names of the items, in UTF-8.
     std::map<std::string, ItemTotals> items;
     // Lines of the logs that are not a launcher's.
     long long lines_not_understood = 0;
 
+    // Adds the totals of `other`.
     void Add(Totals const& other);
 };
 
@@ -53,6 +56,7 @@ struct Carried {
     Totals totals;
     // By the paths of the logs.
     std::map<std::string, Position> positions;
+    std::map<std::string, GivenUpItems> given_up;
 };
 
 // Counts each line of the logs once over all runs. In what is left of a log, the lines up

@@ -19,6 +19,7 @@ constexpr std::string_view kFirstLine =
     "# Written by launchlog-report, which reads its totals and its positions in the logs "
     "from here.";
 constexpr std::string_view kPosition = "# position ";
+constexpr std::string_view kGivenUp = "# given up ";
 constexpr std::string_view kEnds = "launcher_item_ends_total";
 constexpr std::string_view kRestarts = "launcher_item_restarts_total";
 constexpr std::string_view kLastEnd = "launcher_item_last_end_timestamp_seconds";
@@ -112,6 +113,25 @@ std::string PositionLines(std::map<std::string, Position> const& positions) {
     return text;
 }
 
+std::string GivenUpLines(std::map<std::string, GivenUpItems> const& logs) {
+    std::string text;
+    for (auto const& [log, given_up] : logs) {
+        Json::Value value(Json::objectValue);
+        value["log"] = log;
+        value["newest_launcher"] = given_up.newest_launcher;
+        value["items"] = Json::Value(Json::objectValue);
+        for (auto const& [name, item] : given_up.items) {
+            Json::Value& added = value["items"][name];
+            added["launcher"] = item.launcher;
+            if (item.time) {
+                added["time"] = static_cast<Json::Int64>(*item.time);
+            }
+        }
+        text += std::string(kGivenUp) + JsonObject(value).ToText() + "\n";
+    }
+    return text;
+}
+
 // Takes the value of a label off the beginning of `text`, with its quotation marks.
 std::optional<std::string> TakeQuoted(std::string_view& text) {
     std::string value;
@@ -179,18 +199,46 @@ bool ReadRestarts(std::string_view text, ItemTotals& item) {
     return number && text.empty();
 }
 
-bool ReadPosition(std::string_view text, std::map<std::string, Position>& positions) {
+// Returns the object that the text is; an empty one if it is none, or names no log.
+Json::Value ReadObject(std::string_view text) {
     Json::Value value;
     std::istringstream stream{std::string(text)};
     std::string errors;
-    if (!Json::parseFromStream(Json::CharReaderBuilder(), stream, &value, &errors) ||
-        !value.isObject() || !value["log"].isString() || !value["hash"].isString()) {
+    bool const is_json =
+        Json::parseFromStream(Json::CharReaderBuilder(), stream, &value, &errors);
+    bool const is_about_log = is_json && value.isObject() && value["log"].isString();
+    return is_about_log ? value : Json::Value(Json::objectValue);
+}
+
+std::optional<Time> TimeIn(Json::Value const& value) {
+    return value["time"].isInt64() ? std::optional<Time>(value["time"].asInt64())
+                                   : std::nullopt;
+}
+
+bool ReadPosition(std::string_view text, std::map<std::string, Position>& positions) {
+    Json::Value const value = ReadObject(text);
+    if (!value["hash"].isString()) {
         return false;
     }
-    Position& position = positions[value["log"].asString()];
-    position.hash = std::strtoull(value["hash"].asCString(), nullptr, 10);
-    if (value["time"].isInt64()) {
-        position.time = value["time"].asInt64();
+    positions[value["log"].asString()] = {
+        std::strtoull(value["hash"].asCString(), nullptr, 10), TimeIn(value)};
+    return true;
+}
+
+bool ReadGivenUp(std::string_view text, std::map<std::string, GivenUpItems>& logs) {
+    Json::Value const value = ReadObject(text);
+    Json::Value const& items = value["items"];
+    if (!value["newest_launcher"].isString() || !items.isObject()) {
+        return false;
+    }
+    GivenUpItems& given_up = logs[value["log"].asString()];
+    given_up.newest_launcher = value["newest_launcher"].asString();
+    for (std::string const& name : items.getMemberNames()) {
+        Json::Value const& item = items[name];
+        if (!item.isObject() || !item["launcher"].isString()) {
+            return false;
+        }
+        given_up.items[name] = {item["launcher"].asString(), TimeIn(item)};
     }
     return true;
 }
@@ -198,6 +246,9 @@ bool ReadPosition(std::string_view text, std::map<std::string, Position>& positi
 bool ReadSample(std::string_view line, Carried& carried) {
     if (Take(line, kPosition)) {
         return ReadPosition(line, carried.positions);
+    }
+    if (Take(line, kGivenUp)) {
+        return ReadGivenUp(line, carried.given_up);
     }
     if (Take(line, kNotUnderstood)) {
         std::optional<long long> const number =
@@ -236,7 +287,8 @@ std::string ToText(Metrics const& metrics) {
            Gauge(metrics, totals, "launcher_item_running",
                  "Whether the item's program runs.", &ItemState::is_running) +
            Gauge(metrics, totals, "launcher_item_given_up",
-                 "Whether the launcher has given the item up, because a fork failed.",
+                 "Whether the newest launcher has given the item up, because a fork "
+                 "failed.",
                  &ItemState::is_given_up) +
            Gauge(metrics, totals, "launcher_item_without_program",
                  "Whether the item has no program.", &ItemState::has_no_program) +
@@ -248,7 +300,14 @@ std::string ToText(Metrics const& metrics) {
            Header(kNotUnderstood, "counter",
                   "Lines of the logs that are not a launcher's.") +
            Sample(kNotUnderstood, "", totals.lines_not_understood) +
-           PositionLines(metrics.counted.positions);
+           PositionLines(metrics.counted.positions) +
+           GivenUpLines(metrics.counted.given_up);
+}
+
+std::string WrittenAt(Time time) {
+    constexpr std::string_view name = "launcher_metrics_written_timestamp_seconds";
+    return Header(name, "gauge", "When this was written, in seconds since 1970.") +
+           Sample(name, "", Seconds(time));
 }
 
 std::optional<Carried> ReadMetrics(std::string const& text) {

@@ -21,7 +21,9 @@ struct ItemState {
     bool is_chain = false;
 };
 
+// All that the text has.
 struct Metrics {
+    // The totals, and what the next run of this program needs.
     Carried counted;
     bool is_launcher_up = false;
     // By the names of the items, in UTF-8. Those that are only in the totals have no
@@ -29,10 +31,14 @@ struct Metrics {
     std::map<std::string, ItemState> states;
 };
 
-// Returns the text. It also holds, in comments, the positions in the logs.
+// Returns the text. It also holds, in comments, the positions in the logs, and which
+// launchers have given items up.
 std::string ToText(Metrics const& metrics);
 
-// Reads the totals and the positions back from such a text. An empty text has none.
+// Returns the metric that tells when the text is written, to be added to it.
+std::string WrittenAt(Time time);
+
+// Reads back from such a text what the next run needs. An empty text has nothing.
 // Returns std::nullopt if it is another text.
 std::optional<Carried> ReadMetrics(std::string const& text);
 

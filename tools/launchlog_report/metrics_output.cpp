@@ -1,11 +1,13 @@
 #include "tools/launchlog_report/metrics_output.h"
 #include "common/config/app_locations.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <set>
 #include <utility>
 
 #include "tools/common/printable.h"
@@ -46,38 +48,132 @@ std::optional<Carried> ReadCarried(std::string const& file, Complain const& comp
     return carried;
 }
 
+using GivenUpByLog = std::map<std::string, GivenUpItems>;
+
+// The start of a process is known to some milliseconds, and lines may have full seconds.
+constexpr Time kTolerance = 1000;
+
+// Returns whether this launcher has given the item up, not an earlier one with the same
+// process id.
+bool HasGivenUp(GivenUpByLog const& logs, running::Launcher const& launcher,
+                std::string const& item) {
+    Time const start = launcher.process.start_time - kTolerance;
+    return std::any_of(logs.begin(), logs.end(), [&](auto const& log) {
+        auto const entry = log.second.items.find(item);
+        return entry != log.second.items.end() &&
+               entry->second.launcher == std::to_string(launcher.process.id) &&
+               entry->second.time.value_or(start) >= start;
+    });
+}
+
+// Adds what the newest launchers of the logs have given up.
+void AddGivenUp(std::map<std::string, ItemState>& states, GivenUpByLog const& logs) {
+    for (auto const& [log, given_up] : logs) {
+        for (auto const& [name, item] : given_up.items) {
+            ItemState& state = states[name];
+            state.is_given_up =
+                state.is_given_up || item.launcher == given_up.newest_launcher;
+        }
+    }
+}
+
 // Adds what the running launchers do. Returns whether there is one.
-bool AddRunning(std::map<std::string, ItemState>& states, std::string const& list) {
+bool AddRunning(std::map<std::string, ItemState>& states, GivenUpByLog const& logs,
+                std::string const& list) {
     running::Snapshot const now = running::Snapshot::Take();
     std::vector<running::LauncherWithItems> launchers =
         running::FindLaunchersWithItems(now);
     if (!list.empty()) {
         launchers = running::WithList(launchers, list);
     }
-    running::LogAnswers const log = {
-        [&states](std::string const& item) {
-            auto const entry = states.find(tools::ToUtf8(item));
-            return entry != states.end() && entry->second.is_given_up;
-        },
-        [](pid_t) { return std::string(); }};
+    // A launcher that runs is the newest, though it may not have logged a line yet.
     for (running::LauncherWithItems const& it : launchers) {
+        for (running::LaunchItem const& item : it.list.items) {
+            states[tools::ToUtf8(item.name)].is_given_up = false;
+        }
+    }
+    for (running::LauncherWithItems const& it : launchers) {
+        running::LogAnswers const log = {[&](std::string const& item) {
+                                             return HasGivenUp(logs, it.launcher,
+                                                               tools::ToUtf8(item));
+                                         },
+                                         [](pid_t) { return std::string(); }};
         for (running::ItemStatus const& item :
              running::StatusOf(now, it.launcher, it.list, log).items) {
             ItemState& state = states[tools::ToUtf8(item.item.name)];
             state.is_running = state.is_running || item.state == running::State::Running;
             state.is_chain = state.is_chain || item.state == running::State::Chain;
+            state.is_given_up =
+                state.is_given_up || item.state == running::State::GivenUp;
         }
     }
     return !launchers.empty();
 }
 
-Metrics MakeMetrics(LineCounter const& counter, Summary& summary,
-                    Options const& options) {
+std::string AbsolutePath(std::string const& path) {
+    std::error_code error;
+    std::filesystem::path const absolute = std::filesystem::absolute(path, error);
+    return error ? path : absolute.lexically_normal().string();
+}
+
+// Reads the logs, and adds up what the metrics need.
+class Counter {
+  public:
+    explicit Counter(Carried const& before)
+        : given_up(before.given_up),
+          summary(Now()),
+          counter(before, [this](std::size_t log) { return PathOf(log); }),
+          logs([this](LogEvent const& event, std::size_t log) { Take(event, log); }) {
+        logs.SetLineTaker(
+            [this](std::string const& line, bool is_understood, std::size_t log) {
+                counter.TakeLine(line, is_understood, log);
+            });
+    }
+    Counter(Counter const&) = delete;
+    Counter& operator=(Counter const&) = delete;
+
+    void Read(std::vector<std::string> const& paths) {
+        logs.Read(paths, true);
+        counter.FinishFirstRead();
+    }
+    void ReadOn() { logs.ReadOn(); }
+    std::vector<std::string> Problems() const { return logs.Problems(); }
+
+    Carried Result() const {
+        Carried result = counter.Result();
+        result.given_up = given_up;
+        for (std::size_t const log : seen) {
+            result.given_up[PathOf(log)] = summary.GivenUp(log);
+        }
+        return result;
+    }
+    std::vector<Row> Items() { return summary.At(Now()).items; }
+
+  private:
+    std::string PathOf(std::size_t log) const { return AbsolutePath(logs.Paths()[log]); }
+
+    void Take(LogEvent const& event, std::size_t log) {
+        if (seen.insert(log).second) {
+            summary.SetGivenUp(log, given_up[PathOf(log)]);
+        }
+        summary.Add(event, log);
+        counter.TakeEvent(event, log);
+    }
+
+    // As the run before has left it, by the paths of the logs.
+    GivenUpByLog given_up;
+    // The logs that have lines.
+    std::set<std::size_t> seen;
+    Summary summary;
+    LineCounter counter;
+    Logs logs;
+};
+
+Metrics MakeMetrics(Counter& counter, Options const& options) {
     Metrics metrics;
     metrics.counted = counter.Result();
-    for (Row const& row : summary.At(Now()).items) {
+    for (Row const& row : counter.Items()) {
         ItemState& state = metrics.states[tools::ToUtf8(row.name)];
-        state.is_given_up = state.is_given_up || row.given_up;
         state.has_no_program = state.has_no_program || row.no_program;
         state.is_chain = state.is_chain || row.chain;
     }
@@ -87,7 +183,9 @@ Metrics MakeMetrics(LineCounter const& counter, Summary& summary,
             metrics.states.try_emplace(tools::ToUtf8(item.name));
         }
     }
-    metrics.is_launcher_up = AddRunning(metrics.states, options.list);
+    AddGivenUp(metrics.states, metrics.counted.given_up);
+    metrics.is_launcher_up =
+        AddRunning(metrics.states, metrics.counted.given_up, options.list);
     return metrics;
 }
 
@@ -101,7 +199,7 @@ class Writer {
         if (text == written && Now() - time < kLongestAge) {
             return problem.empty();
         }
-        std::string const now = ReplaceFile(file, text);
+        std::string const now = ReplaceFile(file, text + WrittenAt(Now()));
         if (!now.empty() && now != problem) {
             complain(file + ": " + now);
         }
@@ -119,12 +217,6 @@ class Writer {
     Time time = 0;
 };
 
-std::string AbsolutePath(std::string const& path) {
-    std::error_code error;
-    std::filesystem::path const absolute = std::filesystem::absolute(path, error);
-    return error ? path : absolute.lexically_normal().string();
-}
-
 }  // namespace
 
 int WriteMetrics(std::vector<std::string> paths, Options const& options,
@@ -133,42 +225,28 @@ int WriteMetrics(std::vector<std::string> paths, Options const& options,
     if (!carried) {
         return 1;
     }
-    Summary summary(Now());
-    Logs* all = nullptr;
-    LineCounter counter(std::move(*carried), [&all](std::size_t log) {
-        return AbsolutePath(all->Paths()[log]);
-    });
-    Logs logs([&](LogEvent const& event, std::size_t log) {
-        summary.Add(event, log);
-        counter.TakeEvent(event, log);
-    });
-    all = &logs;
-    logs.SetLineTaker(
-        [&counter](std::string const& line, bool is_understood, std::size_t log) {
-            counter.TakeLine(line, is_understood, log);
-        });
+    Counter counter(*carried);
     Writer writer(options.metrics, complain);
     Signals signals;
     // A launcher makes its log with the first line, which may come late.
     while (options.follow && paths.empty() && !signals.IsEndAsked()) {
-        writer.Write(ToText(MakeMetrics(counter, summary, options)));
+        writer.Write(ToText(MakeMetrics(counter, options)));
         signals.Wait(kMillisecondsBetweenReads);
         paths = FindLogs(GetHomePath());
     }
-    logs.Read(paths, true);
-    counter.FinishFirstRead();
-    for (std::string const& unread : logs.Problems()) {
+    counter.Read(paths);
+    for (std::string const& unread : counter.Problems()) {
         complain(unread);
     }
-    bool is_written = writer.Write(ToText(MakeMetrics(counter, summary, options)));
+    bool is_written = writer.Write(ToText(MakeMetrics(counter, options)));
     if (options.follow) {
         while (!signals.IsEndAsked()) {
             signals.Wait(kMillisecondsBetweenReads);
-            logs.ReadOn();
-            is_written = writer.Write(ToText(MakeMetrics(counter, summary, options)));
+            counter.ReadOn();
+            is_written = writer.Write(ToText(MakeMetrics(counter, options)));
         }
     }
-    return is_written && logs.Problems().empty() ? 0 : 1;
+    return is_written && counter.Problems().empty() ? 0 : 1;
 }
 
 }  // namespace launchlog_report

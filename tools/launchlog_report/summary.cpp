@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "tools/common/printable.h"
+
 namespace launchlog_report {
 namespace {
 
@@ -84,6 +86,7 @@ void Summary::Add(LogEvent const& event, std::size_t log) {
         case LogEventKind::NamelessItem:
         case LogEventKind::UnreadableList:
             NoteLauncher(event.process, log);
+            logs[log].given_up.newest_launcher = event.process;
             if (range.Has(event.time)) {
                 AddLauncherLine(event);
             }
@@ -99,9 +102,35 @@ void Summary::Add(LogEvent const& event, std::size_t log) {
 void Summary::AddItemLine(LogEvent const& event, std::size_t log) {
     bool const is_launcher = IsLauncher(event, log);
     Item& item = items[event.name];
-    item.histories.try_emplace(log, now, range).first->second.Add(event, is_launcher);
+    ItemHistory& history = item.histories.try_emplace(log, now, range).first->second;
+    history.Add(event, is_launcher);
+    NoteGivenUp(event, history, is_launcher, log);
     item.last_log = log;
     item.last_line = event.time;
+}
+
+void Summary::NoteGivenUp(LogEvent const& event, ItemHistory const& history,
+                          bool is_launcher, std::size_t log) {
+    GivenUpItems& given_up = logs[log].given_up;
+    bool const is_end_or_failure =
+        event.kind == LogEventKind::End || event.kind == LogEventKind::FailedFork;
+    // In a chain, a line may be of a link.
+    if (is_launcher || (is_end_or_failure && !history.Chain().IsChain())) {
+        given_up.newest_launcher = event.process;
+    }
+    if (given_up.items.empty() && !history.IsGivenUp()) {
+        return;
+    }
+    std::string const name = tools::ToUtf8(event.name);
+    given_up.items.erase(name);
+    if (history.IsGivenUp()) {
+        given_up.items[name] = {event.process, event.time};
+    }
+}
+
+GivenUpItems Summary::GivenUp(std::size_t log) const {
+    auto const entry = logs.find(log);
+    return entry == logs.end() ? GivenUpItems() : entry->second.given_up;
 }
 
 // Returns whether the process is known to be a launcher: it logged lines about two items,

@@ -72,6 +72,22 @@ struct LauncherLines {
     bool list_failed = false;
 };
 
+// An item that a launcher has given up, because a fork failed.
+struct GivenUpItem {
+    // The process id of the launcher.
+    std::string launcher;
+    std::optional<Time> time;
+};
+
+// What the launchers of one log have given up.
+struct GivenUpItems {
+    // The process id of the launcher that wrote the log last.
+    std::string newest_launcher;
+    // By the names of the items, in UTF-8. An item that was started or ended since is not
+    // there.
+    std::map<std::string, GivenUpItem> items;
+};
+
 // All that is known at a point in time.
 struct Report {
     Time now = 0;
@@ -90,6 +106,7 @@ struct Report {
     std::vector<std::string> problems;
 };
 
+// Adds up the lines of all logs.
 class Summary {
   public:
     // `first_report` is the time of the first call of At, or earlier. Only ends and
@@ -101,6 +118,16 @@ class Summary {
     // range, and in a range those without a time, are left out.
     void Add(LogEvent const& event, std::size_t log);
 
+    // Tells what had been given up before the first line of the log. Call it before that
+    // line is added.
+    void SetGivenUp(std::size_t log, GivenUpItems const& before) {
+        logs[log].given_up = before;
+    }
+
+    // Returns what has been given up; nothing if the log has no line and SetGivenUp was
+    // not called.
+    GivenUpItems GivenUp(std::size_t log) const;
+
     // Returns the report at this time, which is never earlier than before. The last
     // minute is the 60 seconds up to it.
     Report At(Time time);
@@ -111,6 +138,7 @@ class Summary {
         std::unordered_map<std::string, std::string> items;
         // The processes that logged lines about two items, or about themselves.
         std::unordered_set<std::string> launchers;
+        GivenUpItems given_up;
     };
     struct Item {
         // By the numbers of the logs.
@@ -123,6 +151,8 @@ class Summary {
     void AddItemLine(LogEvent const& event, std::size_t log);
     bool IsLauncher(LogEvent const& event, std::size_t log);
     void NoteLauncher(std::string const& process, std::size_t log);
+    void NoteGivenUp(LogEvent const& event, ItemHistory const& history, bool is_launcher,
+                     std::size_t log);
     void AddLauncherLine(LogEvent const& event);
 
     // The time of the last report, or of the first one to come.

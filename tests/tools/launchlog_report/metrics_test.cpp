@@ -16,6 +16,8 @@ Metrics Example() {
     metrics.counted.totals.lines_not_understood = 6;
     metrics.counted.positions["/a \"log\"\n"] = {18446744073709551615U, 1795262018037};
     metrics.counted.positions["/b"] = {7, std::nullopt};
+    metrics.counted.given_up["/a \"log\"\n"] = {
+        "181", {{"a\n", {"180", 1795262018037}}, {"b", {"181", std::nullopt}}}};
     return metrics;
 }
 
@@ -31,6 +33,11 @@ TEST(Metrics, AreReadBackAsTheyWere) {
     EXPECT_EQ(carried->positions.at("/a \"log\"\n").hash, 18446744073709551615U);
     EXPECT_EQ(carried->positions.at("/a \"log\"\n").time, 1795262018037);
     EXPECT_EQ(carried->positions.at("/b").time, std::nullopt);
+    GivenUpItems const& given_up = carried->given_up.at("/a \"log\"\n");
+    EXPECT_EQ(given_up.newest_launcher, "181");
+    EXPECT_EQ(given_up.items.at("a\n").launcher, "180");
+    EXPECT_EQ(given_up.items.at("a\n").time, 1795262018037);
+    EXPECT_EQ(given_up.items.at("b").time, std::nullopt);
 }
 
 TEST(Metrics, QuoteTheNamesOfItems) {
@@ -56,6 +63,12 @@ TEST(Metrics, AnItemThatNeverEndedIsThereWithZeros) {
     EXPECT_THAT(text, testing::Not(HasSubstr("\nlauncher_item_last_end")));
 }
 
+TEST(Metrics, TellWhenTheyWereWritten) {
+    EXPECT_THAT(
+        WrittenAt(1795262018037),
+        HasSubstr("\nlauncher_metrics_written_timestamp_seconds 1795262018.037\n"));
+}
+
 TEST(Metrics, AnotherTextIsRefused) {
     std::string const text = ToText(Example());
     EXPECT_TRUE(ReadMetrics("").has_value());
@@ -69,7 +82,9 @@ TEST(Metrics, AnotherTextIsRefused) {
           R"(launcher_item_restarts_total{item=a} 1)",
           R"(launcher_item_restarts_total{item="a"} )",
           R"(launcher_item_last_end_timestamp_seconds{item="a"} 1)",
-          "launcher_log_lines_not_understood_total", "# position {", "# position []"}) {
+          "launcher_log_lines_not_understood_total", "# position {", "# position []",
+          "# given up {", R"(# given up {"log":"a","newest_launcher":"1","items":[]})",
+          R"(# given up {"log":"a","newest_launcher":"1","items":{"b":1}})"}) {
         EXPECT_FALSE(ReadMetrics(first + line + "\n").has_value()) << line;
     }
 }

@@ -47,6 +47,44 @@ Row RowOf(std::vector<LogEvent> const& events, Time now = kNoon) {
     return RowsOf(events, now).at(0);
 }
 
+// Returns "newest: item by launcher" of what has been given up after these lines.
+std::string GivenUpAfter(std::vector<LogEvent> const& events,
+                         GivenUpItems const& before = {}) {
+    Summary summary(kNoon);
+    summary.SetGivenUp(0, before);
+    for (LogEvent const& event : events) {
+        summary.Add(event, 0);
+    }
+    GivenUpItems const given_up = summary.GivenUp(0);
+    std::string text = given_up.newest_launcher + ":";
+    for (auto const& [name, item] : given_up.items) {
+        text += " " + name + " by " + item.launcher;
+    }
+    return text;
+}
+
+TEST(Summary, TellsTheNewestLauncherAndWhatIsGivenUp) {
+    GivenUpItems const before = {"1", {{"a", {"1", kNoon}}}};
+    EXPECT_EQ(GivenUpAfter({}, before), "1: a by 1");
+    EXPECT_EQ(GivenUpAfter({End("b", 0, kNoon)}, before), "1: a by 1");
+    EXPECT_EQ(GivenUpAfter({End("b", 0, kNoon, "2")}, before), "2: a by 1");
+    EXPECT_EQ(GivenUpAfter({End("a", 0, kNoon, "2")}, before), "2:");
+    EXPECT_EQ(GivenUpAfter({Line(LogEventKind::NamelessItem, "", "2")}, before),
+              "2: a by 1");
+    EXPECT_EQ(GivenUpAfter({FailedFork("b"), Start("b", "1"), FailedFork("\xFF")}),
+              "1: \xEF\xBF\xBD by 1");
+}
+
+TEST(Summary, ALinkOfAChainIsNoNewerLauncher) {
+    EXPECT_EQ(GivenUpAfter({FailedFork("a"), Line(LogEventKind::FailedFork, "b", "9"),
+                            End("b", 9, kNoon, "8", 9, "9")}),
+              "9: a by 1")
+        << "before the end, nobody knows that it is a link";
+    EXPECT_EQ(GivenUpAfter({FailedFork("a"), Start("b", "8"), Start("b", "9"),
+                            End("b", 9, kNoon, "8", 9, "9")}),
+              "1: a by 1");
+}
+
 TEST(Summary, NothingGivesNoRow) {
     EXPECT_TRUE(RowsOf({}).empty());
 }
