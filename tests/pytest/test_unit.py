@@ -5,38 +5,23 @@
 It needs root, who may give a user a control group.
 """
 
-import contextlib
 import os
 import pathlib
 import signal
-import subprocess
-import tempfile
 
 import pytest
 
-from support import (Command, expect_line, item, log_in, is_alive, mounted, ps, read_pid, run,
-                     wait_until, write_list)
+from support import (expect_line, item, log_in, is_alive, mounted, ps, read_pid, wait_until,
+                     write_list)
+import user_systemd
 
-USER = 61234
 
-
-class Manager:
+class Manager(user_systemd.Manager):
     """The systemd of a user, and what the programs of the user's list main write."""
 
     def __init__(self, folder):
-        self.home = folder / "user"
+        super().__init__(folder)
         self.lists = self.home / ".config/tamlin"
-        self.runtime = folder / "runtime"
-        self.as_user = [
-            "setpriv", f"--reuid={USER}", f"--regid={USER}", "--clear-groups", "env", "-i",
-            f"HOME={self.home}", f"XDG_RUNTIME_DIR={self.runtime}",
-            "PATH=/usr/local/bin:/usr/bin:/bin", "SYSTEMD_COLORS=0"]
-
-    def run(self, *arguments):
-        return run(*self.as_user, *arguments)
-
-    def systemctl(self, *arguments):
-        return self.run("/bin/systemctl", "--user", *arguments)
 
     def properties(self, name, *names):
         """Returns properties of the unit for the list of that name."""
@@ -55,39 +40,13 @@ class Manager:
         return [read_pid(file) for file in self.pid_files()]
 
 
-@contextlib.contextmanager
-def control_group():
-    """A control group of the user's. It outlives its processes, so they are killed."""
-    own = pathlib.Path("/proc/self/cgroup").read_text().split("0::/")[1].split("\n")[0]
-    group = pathlib.Path(tempfile.mkdtemp(prefix="unit.", dir=f"/sys/fs/cgroup/{own}"))
-    for path in [group, *group.iterdir()]:
-        os.chown(path, USER, USER)
-    try:
-        yield group
-    finally:
-        (group / "cgroup.kill").write_text("1")
-        wait_until(lambda: run("find", group, "-depth", "-type", "d", "-exec", "rmdir", "{}",
-                               "+").code == 0)
-
-
 @pytest.fixture(scope="module")
 def manager(module_home, prefix):
     """Runs systemd as a user, who has the prefix in /usr/local."""
     user = Manager(module_home)
-    with open("/etc/passwd", "a", encoding="utf-8") as passwd:
-        passwd.write(f"user:x:{USER}:{USER}::{user.home}:/bin/sh\n")
-    user.lists.mkdir(parents=True)
-    user.runtime.mkdir(mode=0o700)
-    subprocess.run(["chown", "-R", f"{USER}:{USER}", user.home, user.runtime], check=True)
-    # systemd runs as a user's where this folder says that the machine runs it, too.
-    with mounted("--bind", prefix, "/usr/local"), mounted("-t", "tmpfs", "none", "/run"), \
-            mounted("-t", "cgroup2", "none", "/sys/fs/cgroup"), control_group() as group:
-        pathlib.Path("/run/systemd/system").mkdir(parents=True)
-        with Command("sh", "-c", 'echo $$ >"$0/cgroup.procs" && exec "$@"', group,
-                     *user.as_user, "/lib/systemd/systemd", "--user") as systemd:
-            wait_until(lambda: user.systemctl("is-system-running").code == 0)
-            yield user
-            assert systemd.code is None, systemd.output
+    user.make_folders(user.lists)
+    with mounted("--bind", prefix, "/usr/local"), user.running():
+        yield user
 
 
 @pytest.fixture
@@ -150,7 +109,8 @@ def test_a_stop_ends_all_and_is_a_success(unit):
     ends = [line for line in log_in(unit.home).read_text().splitlines() if " steady " in line]
     assert len(ends) == 1 and ends[0].endswith(" status = 9")
     assert (unit.home / "polite").read_text() == "bye\n"
-    assert [line for line in ps("-u", USER, "-o", "args=") if "/systemd " not in line] == []
+    left = ps("-u", user_systemd.USER, "-o", "args=")
+    assert [line for line in left if "/systemd " not in line] == []
 
 
 def test_a_list_with_errors_is_a_failure_and_not_tried_again(manager):
