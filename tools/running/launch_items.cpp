@@ -38,19 +38,24 @@ std::vector<std::string> ArgumentsOf(std::string& program, JsonObject& item) {
     return arguments.empty() ? kNoArguments : arguments;
 }
 
-void AddItem(JsonObject item, std::vector<LaunchItem>& items) {
+void AddItem(std::string const& key, JsonObject item, LaunchItems& list) {
     if (!launch_list::HasName(item)) {
+        list.passed_over.push_back("item " + key + " has no name");
         return;
     }
     LaunchItem added;
     added.name = launch_list::Name(item);
     added.program = launch_list::Program(item);
     added.arguments = ArgumentsOf(added.program, item);
-    items.erase(
-        std::remove_if(items.begin(), items.end(),
-                       [&added](LaunchItem const& it) { return it.name == added.name; }),
-        items.end());
-    items.push_back(added);
+    auto const earlier =
+        std::find_if(list.items.begin(), list.items.end(),
+                     [&added](LaunchItem const& it) { return it.name == added.name; });
+    if (earlier != list.items.end()) {
+        list.items.erase(earlier);
+        list.passed_over.push_back("an item has the same name as item " + key +
+                                   ", which replaces it");
+    }
+    list.items.push_back(added);
 }
 
 bool IsScript(std::string const& path) {
@@ -100,7 +105,8 @@ LaunchItems ReadLaunchItems(std::string const& path) {
     try {
         JsonObject document(text.data(), static_cast<unsigned int>(text.size()));
         for (int i = 0; launch_list::HasItem(document, i); ++i) {
-            AddItem(document[std::to_string(i).c_str()], list.items);
+            std::string const key = std::to_string(i);
+            AddItem(key, document[key.c_str()], list);
         }
     } catch (AERROR) {
         list.problem = "the list is not JSON";

@@ -25,6 +25,8 @@ struct LaunchItems {
     std::vector<LaunchItem> items;
     // Why not all items are known, in words; empty if all are.
     std::string problem;
+    // Items of the list that are not in `items`, each in words.
+    std::vector<std::string> passed_over = {};
 };
 
 // Reads the list by the launcher's rules.
