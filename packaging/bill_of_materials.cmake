@@ -32,7 +32,8 @@ if(TARGET jsoncpp)
   read_from(version ${JSONCPP_SOURCE_DIR}/include/json/version.h
     "JSONCPP_VERSION_STRING \"([0-9.]+)\"")
   add_component(jsoncpp ${version} MIT
-    launcher launcher-status launcher-stop launchlist-check launchlog-report)
+    launcher launcher-status launcher-stop launchlist-check launchlist-export
+    launchlog-report)
 endif()
 
 # libuuid is not: the linker drops it, because no program makes identifiers.

@@ -118,6 +118,7 @@ need_for_tests() {
         need localedef libc-bin '' has_command localedef
         need pytest python3-pytest '' has_python_module pytest
         need "Python's jsonschema" python3-jsonschema '' has_python_module jsonschema
+        need "Python's yaml" python3-yaml '' has_python_module yaml
         need_for_containment
     fi
     need 'google benchmark' libbenchmark-dev google-benchmark has_header benchmark/benchmark.h

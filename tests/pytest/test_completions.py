@@ -21,6 +21,8 @@ def folder(tmp_path, monkeypatch):
     (["launch-with", "--ta"], "--tail"),
     (["launchlist-check", "--s"], "--strict"),
     (["launchlist-check", "--json", "--s"], "--strict"),
+    (["launchlist-export", "--d"], "--directory"),
+    (["launchlist-export", "l"], "launchd"),
     (["launchlog-report", "--n"], "--now"),
     (["tamlin-launcher", "--a"], "--anyway"),
 ])
@@ -31,6 +33,7 @@ def test_bash_completes_options(words, option):
 @pytest.mark.parametrize("words, files", [
     (["launchlist-check", ""], ["list.json", "lists", "more lists", "my list.json"]),
     (["launchlist-check", "--json", "m"], ["more lists", "my list.json"]),
+    (["launchlist-export", "kube", "l"], ["list.json", "lists"]),
     (["launcher-status", "li"], ["list.json", "lists"]),
     (["launcher-stop", "--leftovers", "m"], ["more lists", "my list.json"]),
     (["tamlin-launcher", "main", "li"], ["list.json", "lists"]),
@@ -57,6 +60,8 @@ def test_bash_completes_the_keys_of_sort():
     ("launcher-stop --le", "--leftovers"),
     ("launch-with --ta", "--tail"),
     ("launchlist-check --st", "--strict"),
+    ("launchlist-export --di", "--directory"),
+    ("launchlist-export su", "supervisord"),
     ("launchlog-report --fo", "--follow"),
     ("launchlog-report --sort per", "per-minute"),
     ("tamlin-launcher --an", "--anyway"),
@@ -69,6 +74,7 @@ def test_zsh_completes_options(line, option):
     ("launcher-status my", "list.json"),
     ("launcher-stop my", "list.json"),
     ("launchlist-check my", "list.json"),
+    ("launchlist-export kube my", "list.json"),
     ("launchlog-report launcher.log.", "launcher.log.0"),
     ("tamlin-launcher main my", "list.json"),
 ])
@@ -82,6 +88,8 @@ def test_zsh_completes_lists_and_logs(line, file):
     ("launcher-status --w", "--watch"),
     ("launcher-stop --l", "--leftovers"),
     ("launch-with --ta", "--tail"),
+    ("launchlist-export --d", "--directory"),
+    ("launchlist-export ku", "kube"),
     ("launchlog-report --fo", "--follow"),
     ("tamlin-launcher --a", "--anyway"),
 ])
@@ -92,6 +100,7 @@ def test_fish_completes_options(line, option):
 @pytest.mark.parametrize("line, files", [
     ("launchlist-check ", ["list.json", "lists/", "more lists/", "my list.json"]),
     ("launchlist-check --json m", ["more lists/", "my list.json"]),
+    ("launchlist-export kube li", ["list.json", "lists/"]),
     ("launcher-status li", ["list.json", "lists/"]),
     ("launcher-stop --leftovers m", ["more lists/", "my list.json"]),
     ("tamlin-launcher main li", ["list.json", "lists/"]),

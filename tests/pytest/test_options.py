@@ -10,7 +10,7 @@ from support import ROOT
 
 
 @pytest.fixture(params=["launch-with", "launcher-status", "launcher-stop", "launchlist-check",
-                        "launchlog-report", "tamlin-launcher"])
+                        "launchlist-export", "launchlog-report", "tamlin-launcher"])
 def name(request):
     return request.param
 

@@ -114,10 +114,10 @@ def test_missing_libraries_are_seen(script, words, machine):
 
 
 def test_what_only_the_tests_need_is_seen(machine):
-    words = ("mandoc, zsh, fish, jq, pytest, Python's jsonschema, setsid and unshare,"
-             " mount and umount")
+    words = ("mandoc, zsh, fish, jq, pytest, Python's jsonschema, Python's yaml,"
+             " setsid and unshare, mount and umount")
     machine("mandoc", "zsh", "fish", "jq", "unshare", "umount", "apt-get", "brew").run(
-        "scripts/test", hidden=[folder_of("pytest"), folder_of("jsonschema")]
+        "scripts/test", hidden=[folder_of(name) for name in ("pytest", "jsonschema", "yaml")]
         ).expect_only(1, f"scripts/test: missing: {words}; no .*")
 
 

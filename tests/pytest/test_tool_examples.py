@@ -24,7 +24,8 @@ def folder(home, log, build, monkeypatch):
     generator = home / "bin/generate-list"
     generator.write_text("#!/bin/sh\ncat list.json\n")
     generator.chmod(0o755)
-    for name in ("launcher-status", "launcher-stop", "launchlist-check", "launchlog-report"):
+    for name in ("launcher-status", "launcher-stop", "launchlist-check", "launchlist-export",
+                 "launchlog-report"):
         (home / "bin" / name).symlink_to(build / "tools" / name.replace("-", "_") / name)
     monkeypatch.setenv("PATH", f"{home / 'bin'}:{os.environ['PATH']}")
     monkeypatch.chdir(folder)
@@ -39,7 +40,7 @@ def examples_of(tool):
         r"^\.Dl \$ (.*)", page, re.M)
 
 
-@pytest.mark.parametrize("tool", ["launchlist-check", "launchlog-report"])
+@pytest.mark.parametrize("tool", ["launchlist-check", "launchlist-export", "launchlog-report"])
 def test_every_example_runs_as_shown(tool, folder):
     examples = examples_of(tool)
     assert len(examples) >= 7
