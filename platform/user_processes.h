@@ -7,15 +7,20 @@
 
 #include <optional>
 
+// A limit of processes, and how many there are. On Linux every thread counts.
 struct UserProcesses {
-    // The largest number that `ulimit -u` and the system allow.
+    // The largest number that `ulimit -u`, the system or the control group allows.
     long limit;
-    // Those that run now, this process included. On Linux every thread counts.
+    // Those that run now, this process included.
     long running;
+    // True if the limit is that of this process's control group, and so counts the
+    // processes of all users in that.
+    bool is_of_group = false;
 };
 
-// Counts the processes of the user who runs this one. Returns std::nullopt if there is no
-// limit for this user (root has none), or if the system does not tell.
+// Returns the limit that leaves the user who runs this process the least room. Returns
+// std::nullopt if there is no limit (for root there is only that of a control group), or
+// if the system does not tell.
 std::optional<UserProcesses> CountUserProcesses();
 
 // Returns the largest number of processes that the user of the process `pid` may have, by

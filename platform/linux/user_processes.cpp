@@ -10,6 +10,8 @@
 #include <string>
 #include <system_error>
 
+#include "platform/linux/control_group.h"
+
 namespace {
 
 // Some of the lines of /proc/PID/status.
@@ -60,9 +62,7 @@ bool IsProcess(std::filesystem::path const& entry) {
     return entry.filename().string().find_first_not_of("0123456789") == std::string::npos;
 }
 
-}  // namespace
-
-std::optional<UserProcesses> CountUserProcesses() {
+std::optional<UserProcesses> CountOfUser() {
     rlimit limit = {};
     if (getrlimit(RLIMIT_NPROC, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY ||
         IsExempt()) {
@@ -79,6 +79,14 @@ std::optional<UserProcesses> CountUserProcesses() {
         }
     }
     return processes.running > 0 ? std::optional(processes) : std::nullopt;
+}
+
+}  // namespace
+
+std::optional<UserProcesses> CountUserProcesses() {
+    std::ostringstream groups;
+    groups << std::ifstream("/proc/self/cgroup").rdbuf();
+    return TighterOf(CountOfUser(), TightestGroup(groups.str(), "/sys/fs/cgroup"));
 }
 
 int ProcessesOfAnItem() {

@@ -15,6 +15,9 @@ namespace launchlist_check {
 
 namespace {
 
+// What an item with launch-with takes besides: its second process, and the program.
+constexpr int kMoreWithLaunchWith = 2;
+
 class ListWalk {
   public:
     ListWalk(Json::Value& walked, bool asks_machine, ListReport& list_report)
@@ -55,6 +58,8 @@ class ListWalk {
             Raise(Outcome::Aborts);
         }
         if (checked.name) {
+            // Without a lock launch-with ends before it starts anything.
+            more_processes += checked.lock.empty() ? 0 : kMoreWithLaunchWith;
             CheckName(number, *checked.name, item);
             CheckLock(number, *checked.name, checked.lock, item);
         }
@@ -100,15 +105,23 @@ class ListWalk {
                        {number, name});
             earlier->second = number;
             Raise(Outcome::KillsGroup);
-        } else if (first_without_process.item.empty() && processes && !HasRoom()) {
+        } else if (first_without_process.item.empty() && processes &&
+                   !HasRoom(Needed())) {
             first_without_process = {number, name};
         }
     }
 
-    long Needed() const { return static_cast<long>(names.size()) * ProcessesOfAnItem(); }
+    // Returns how many processes the launcher forks itself, with its threads.
+    long NeededByLauncher() const {
+        return static_cast<long>(names.size()) * ProcessesOfAnItem();
+    }
+
+    long Needed() const { return NeededByLauncher() + more_processes; }
 
     // This process is counted where the launcher will be.
-    bool HasRoom() const { return processes->running + Needed() <= processes->limit; }
+    bool HasRoom(long needed) const {
+        return processes->running + needed <= processes->limit;
+    }
 
     void CheckProcesses() {
         if (first_without_process.item.empty()) {
@@ -119,11 +132,14 @@ class ListWalk {
             Severity::Error, "process-limit",
             report.KeyOffset(list[first_without_process.item]),
             "the list needs " + std::to_string(Needed()) +
-                " processes, threads included, and this user may have " +
+                " processes, threads included, and this " +
+                (processes->is_of_group ? "control group" : "user") + " may have " +
                 std::to_string(room > 0 ? room : 0) + " more (limit " +
                 std::to_string(processes->limit) + ", " +
-                std::to_string(processes->running) +
-                " in use): items are given up, and the stop sends SIGKILL to every "
+                std::to_string(processes->running) + " in use): " +
+                (HasRoom(NeededByLauncher()) ? "launch-with cannot start a program, or "
+                                             : "") +
+                "items are given up, and the stop sends SIGKILL to every "
                 "process of the user; or the launcher ends at once, with SIGKILL to its "
                 "own process group",
             first_without_process);
@@ -148,6 +164,8 @@ class ListWalk {
     WalkResult result;
     // The last item of each name.
     std::unordered_map<std::string, std::string> names;
+    // How many processes launch-with takes besides those of its items.
+    long more_processes = 0;
     // The first item that needs each lock of launch-with.
     std::unordered_map<std::string, std::string> locks;
     // The item at which the launcher ends its walk; empty until then.

@@ -21,7 +21,7 @@
 #include "harness/proc.h"
 #include "harness/process.h"
 #include "tests/support/limited_user.h"
-#include "tests/support/linux/forbid_tracing.h"
+#include "tests/support/linux/refuse_call.h"
 
 namespace {
 
@@ -241,8 +241,9 @@ TEST_F(ExecTrialTest, NothingRunsOnIfTheAskingProcessDies) {
 
 TEST_F(ExecTrialTest, IfTracingIsForbiddenNothingIsAsked) {
     Process tester([] {
-        ExecTrial const trial =
-            ForbidTracing() ? Try("/bin/true") : ExecTrial{Answer::Accepted, 0};
+        ExecTrial const trial = RefuseCall(SYS_ptrace, EPERM)
+                                    ? Try("/bin/true")
+                                    : ExecTrial{Answer::Accepted, 0};
         return trial.answer == Answer::NotAsked && trial.error == EPERM ? 0 : 1;
     });
     EXPECT_EQ(tester.WaitForEnd(), "exit 0");

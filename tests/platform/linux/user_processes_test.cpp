@@ -19,8 +19,9 @@ bool HasRunning(long count) {
     return processes && processes->limit == 40 && processes->running == count;
 }
 
-TEST(UserProcesses, RootHasNoLimit) {
-    EXPECT_FALSE(CountUserProcesses().has_value());
+TEST(UserProcesses, RootHasNoLimitButThatOfAGroup) {
+    std::optional<UserProcesses> const processes = CountUserProcesses();
+    EXPECT_TRUE(!processes || processes->is_of_group);
 }
 
 TEST(UserProcesses, CountsThisProcessItsThreadsAndOthersOfTheUser) {

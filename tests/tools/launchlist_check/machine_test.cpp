@@ -6,6 +6,8 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <csignal>
 #include <cstddef>
 #include <cstdlib>
 #include <fstream>
@@ -14,7 +16,7 @@
 #include "harness/wait_for.h"
 #include "tests/support/limited_launcher.h"
 #include "tests/support/limited_user.h"
-#include "tests/support/linux/forbid_tracing.h"
+#include "tests/support/linux/refuse_call.h"
 #include "tools/launchlist_check/list_check.h"
 #include "tools/launchlist_check/output.h"
 
@@ -125,7 +127,7 @@ TEST_F(Machine, IfTracingIsForbiddenFilesAreLookedAtAndANoteSaysSo) {
  "3": {"name": "d", "program": "/bin/sh", "argc": 1, "args": {"0": ")" +
                              std::string(131072, 'x') + R"("}}})";
     Process checker([&] {
-        if (!ForbidTracing()) {
+        if (!RefuseCall(SYS_ptrace, EPERM)) {
             return 1;
         }
         WriteFile(output, ToLines({"list.json", CheckLaunchList(list)}));
@@ -268,6 +270,37 @@ TEST_F(MachineOfALimitedUser, WithOneLessAnItemGetsNoProcess) {
     StartLimited(ListOf(5, TEST_PROGRAM), 10);
     EXPECT_TRUE(WaitFor(
         [&] { return launcher->HasEnded() || CountInLog("Failed to fork") > 0; }));
+}
+
+TEST_F(MachineOfALimitedUser, LaunchWithTakesTwoProcessesMore) {
+    std::filesystem::path const launch_with = directory.Path() / "launch-with";
+    std::filesystem::copy(LAUNCH_WITH, launch_with);
+    std::string const output = directory.Path() / "words";
+    auto const item = [&](std::string const& name) {
+        return ItemText(name, launch_with,
+                        {"--output", output, "--", program_copy, "--hold", name});
+    };
+    std::string const list = ListText({item("a"), item("b")});
+    auto const cannot_fork = [&] {
+        return ReadFile(output).find("cannot fork") != std::string::npos ||
+               launcher->HasEnded() || CountInLog("Failed to fork") > 0;
+    };
+
+    EXPECT_THAT(CheckLimited(list, 9), testing::ElementsAre("list.json: ok, 2 programs"));
+    StartLimited(list, 9);
+    EXPECT_TRUE(WaitFor([this] { return Starts().size() == 2; }));
+    EXPECT_FALSE(cannot_fork());
+    launcher->Signal(SIGKILL);
+    EXPECT_EQ(launcher->WaitForEnd(), "signal 9");
+    EXPECT_TRUE(WaitFor([this] { return LinksAndPrograms().empty(); }));
+
+    std::vector<std::string> const lines = CheckLimited(list, 8);
+    ASSERT_EQ(lines.size(), 2U);
+    EXPECT_THAT(lines[0], testing::AllOf(
+                              HasSubstr("item \"1\" (b): the list needs 8 processes, "),
+                              HasSubstr("launch-with cannot start a program, or items")));
+    StartLimited(list, 8);
+    EXPECT_TRUE(WaitFor(cannot_fork));
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
-// Only for Linux: forbids a process to trace.
+// Only for Linux: lets a system call fail, as a container may.
 
-#ifndef TESTS_SUPPORT_LINUX_FORBID_TRACING_H
-#define TESTS_SUPPORT_LINUX_FORBID_TRACING_H
+#ifndef TESTS_SUPPORT_LINUX_REFUSE_CALL_H
+#define TESTS_SUPPORT_LINUX_REFUSE_CALL_H
 
 #include <linux/filter.h>
 #include <linux/seccomp.h>
@@ -9,16 +9,15 @@
 #include <sys/syscall.h>
 
 #include <array>
-#include <cerrno>
 #include <cstddef>
 
-// Lets ptrace fail with EPERM in this process and its children, as a container may.
-// Returns false if that is not possible here.
-inline bool ForbidTracing() {
+// Lets the system call `number`, SYS_ptrace for example, fail with `error` in this
+// process and its children. Returns false if that is not possible here.
+inline bool RefuseCall(unsigned number, unsigned error) {
     std::array<sock_filter, 4> code = {{
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_ptrace, 0, 1),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EPERM),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, number, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | error),
         BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
     }};
     sock_fprog const filter = {code.size(), code.data()};
