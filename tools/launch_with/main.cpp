@@ -113,11 +113,12 @@ class Partner {
 
     // Returns how the program ended, as waitpid gives it.
     int Run(int argc, char** argv) {
-        if (!AwaitTurn(argc, argv)) {
-            return kFailed << 8;
+        long long started = Now();
+        int status = kFailed << 8;
+        if (AwaitTurn(argc, argv)) {
+            started = Now();
+            status = RunProgram(argc, argv);
         }
-        long long const started = Now();
-        int const status = RunProgram(argc, argv);
         long long left = 0;
         while ((left = started + options.at_most_every - Now()) > 0 &&
                Wait(launcher, left)) {

@@ -19,7 +19,14 @@ TEST_F(LaunchWith, EndsAsItsProgramEnded) {
     EXPECT_EQ(Run({}, "exit 255"), "exit 255");
     EXPECT_EQ(Run({}, "kill -TERM $$"), "signal 15");
     EXPECT_EQ(Run({}, "kill -KILL $$"), "signal 9");
-    EXPECT_EQ(Run({}, "kill -HUP $$", [] { std::signal(SIGHUP, SIG_IGN); }), "signal 1");
+    EXPECT_EQ(Run({}, "kill -HUP $$",
+                  [] {
+                      std::signal(SIGHUP, SIG_IGN);
+                      sigset_t all;
+                      sigfillset(&all);
+                      sigprocmask(SIG_BLOCK, &all, nullptr);
+                  }),
+              "signal 1");
 }
 
 TEST_F(LaunchWith, DumpsNoSecondCore) {
