@@ -9,8 +9,10 @@
 
 #include <cerrno>
 #include <csignal>
+#include <string>
 #include <utility>
 
+#include "harness/files.h"
 #include "harness/process.h"
 
 namespace {
@@ -43,6 +45,28 @@ TEST(ProcessHandle, SendsNothingAfterTheEnd) {
     EXPECT_TRUE(handle.HasEnded());
     EXPECT_FALSE(handle.Signal(SIGTERM));
     EXPECT_EQ(errno, ESRCH);
+}
+
+TEST(ProcessHandle, NeverMeansAnotherProcessThatGotTheSameId) {
+    std::string const last_id = "/proc/sys/kernel/ns_last_pid";
+    if (access(last_id.c_str(), W_OK) != 0) {
+        GTEST_SKIP() << "the system lets nobody choose an id";
+    }
+    Process first = Sleeper();
+    pid_t const id = first.Pid();
+    ProcessHandle const handle(id);
+    first.Signal(SIGKILL);
+    ASSERT_EQ(first.WaitForEnd(), "signal 9");
+    // The system gives the next process the id after this one.
+    WriteFile(last_id, std::to_string(id - 1));
+    Process second = Sleeper();
+    ASSERT_EQ(second.Pid(), id);
+
+    EXPECT_TRUE(handle.HasEnded());
+    EXPECT_FALSE(handle.Signal(SIGTERM));
+    EXPECT_EQ(errno, ESRCH);
+    EXPECT_TRUE(ProcessHandle(id).Signal(0));
+    EXPECT_FALSE(second.HasEnded());
 }
 
 TEST(ProcessHandle, IsNotOpenWithoutAProcess) {

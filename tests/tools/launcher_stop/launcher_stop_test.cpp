@@ -4,6 +4,7 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <map>
 
 #include "harness/proc.h"
 #include "harness/wait_for.h"
@@ -94,11 +95,22 @@ TEST_F(LauncherStopTool, RefusesWhatIsNoLauncher) {
     Start(ListText({ItemText("late", "/nothing/here")}));
     ASSERT_TRUE(WaitFor([] { return LaunchersAndForks().size() >= 2; }));
     pid_t const link = LaunchersAndForks()[1];
-    for (std::string const& id :
-         {std::string("0"), std::string("1"), std::string("-1"),
-          std::string("99999999999"), std::to_string(getpid()), std::to_string(link)}) {
-        EXPECT_EQ(StopWith({id}).end, "exit 2") << id;
+    std::string const no_id = "this is not the process id of a launcher\n";
+    std::string const test = std::to_string(getpid());
+    std::map<std::string, std::string> const errors = {
+        {"0", no_id},
+        {"1", no_id},
+        {"99999999999", no_id},
+        {"-1", "unknown option -1; --help tells more\n"},
+        {test, "process " + test + " is no launcher of yours\n"},
+        {std::to_string(link), "perhaps a link of a chain\n"}};
+    for (auto const& [id, error] : errors) {
+        ProgramRun const run = StopWith({id});
+        EXPECT_EQ(run.end, "exit 2") << id;
+        EXPECT_THAT(run.errors, EndsWith(error));
     }
+    EXPECT_THAT(RunProgram({"/bin/sh", "-c", "exec " LAUNCHER_STOP " $$"}).errors,
+                EndsWith(no_id));
     EXPECT_EQ(StopWith({"4194303"}).end, "exit 3");
     EXPECT_EQ(StopWith({directory.Path() / "no.json"}).end, "exit 3");
     EXPECT_FALSE(launcher->HasEnded());
