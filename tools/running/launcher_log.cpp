@@ -28,9 +28,22 @@ std::string HomeOf(uid_t user) {
 
 LauncherLog::LauncherLog(Launcher const& launcher)
     : process(std::to_string(launcher.process.id)),
+      user(launcher.process.user),
       start(launcher.process.start_time),
       logs([this](LogEvent const& event, std::size_t) { Take(event); }) {
-    logs.Read(launchlog_report::FindLogs(HomeOf(launcher.process.user)), true);
+    ReadOn();
+}
+
+void LauncherLog::ReadOn() {
+    if (has_logs) {
+        logs.ReadOn();
+        return;
+    }
+    std::vector<std::string> const paths = launchlog_report::FindLogs(HomeOf(user));
+    has_logs = !paths.empty();
+    if (has_logs) {
+        logs.Read(paths, true);
+    }
 }
 
 launchlog_report::ItemHistory const* LauncherLog::Find(std::string const& item) const {

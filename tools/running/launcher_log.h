@@ -21,8 +21,8 @@ class LauncherLog {
     LauncherLog(LauncherLog const&) = delete;
     LauncherLog& operator=(LauncherLog const&) = delete;
 
-    // Reads what was written since the last call.
-    void ReadOn() { logs.ReadOn(); }
+    // Reads what was written since the last call. The first log may come only now.
+    void ReadOn();
 
     // Returns what the launcher logged about the item; null without a line.
     launchlog_report::ItemHistory const* Find(std::string const& item) const;
@@ -38,6 +38,8 @@ class LauncherLog {
     void Take(launchlog_report::LogEvent const& event);
 
     std::string const process;
+    uid_t const user;
+    bool has_logs = false;
     bool has_failed_fork = false;
     launchlog_report::Time const start;
     std::map<std::string, launchlog_report::ItemHistory> histories;

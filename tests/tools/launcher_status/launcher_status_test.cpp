@@ -131,6 +131,28 @@ TEST_F(LauncherStatusTool, WatchesUntilASignal) {
     EXPECT_THAT(run.output, MatchesRegex("\\{\"launchers\":.*\\}\n"));
 }
 
+TEST_F(LauncherStatusTool, WatchPrintsTheReportAgainAfterARestart) {
+    SetLogLevel("ERROR");
+    Start(ListText({Item("a")}));
+    std::string const output = directory.Path() / "output";
+    Process const watch(
+        {"/bin/sh", "-c", "exec " LAUNCHER_STATUS " --watch --json >" + output});
+    // Returns whether the last report has this program, and so many restarts.
+    auto const shows = [&output](pid_t program, int restarts) {
+        std::string const text = ReadFile(output);
+        if (text.empty() || text.back() != '\n') {
+            return false;
+        }
+        Json::Value const item = Parse(Lines(text).back())["launchers"][0]["items"][0];
+        return item["pid"] == program && item["restarts"] == restarts;
+    };
+    pid_t const first = WaitForStarts(1)[0].pid;
+    EXPECT_TRUE(WaitFor([&] { return shows(first, 0); }));
+    kill(first, SIGKILL);
+    pid_t const second = WaitForStarts(2)[1].pid;
+    EXPECT_TRUE(WaitFor([&] { return shows(second, 1); }));
+}
+
 TEST_F(LauncherStatusTool, SaysIfThereIsNoLauncher) {
     ProgramRun const run = Status();
     EXPECT_EQ(run.end, "exit 3");
