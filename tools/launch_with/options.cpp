@@ -235,13 +235,14 @@ bool ReadOptions(int argc, char** argv, Options& options, Complaint& complaint) 
             options.command = optind < argc ? argv + optind : nullptr;
             return CheckTogether(options, complaint);
         }
+        bool const is_long = id != '?' && id != ':' && id != 'h';
+        if (id == '?' || (is_long && !IsInFull(word, NameOf(id)))) {
+            complaint = {word, "is not an option"};
+            return false;
+        }
         if (id == 'h' || id == kHelp) {
             options.help = true;
             return true;
-        }
-        if (id == '?' || (id != ':' && !IsInFull(word, NameOf(id)))) {
-            complaint = {word, "is not an option"};
-            return false;
         }
         if (id == kVersion) {
             options.version = true;

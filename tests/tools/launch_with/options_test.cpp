@@ -126,6 +126,7 @@ TEST(LaunchWithOptions, AreRefusedUnlessTheyAreRight) {
         {"--limit=core=9:8", " is not a limit, such as core=0"},
         {"--bogus", " is not an option"},
         {"--gra=2", " is not an option"},
+        {"--hel", " is not an option"},
         {"-x", " is not an option"},
         {"--help=x", " is not an option"},
     };
