@@ -17,6 +17,7 @@
 // A handle that is not open behaves like that of a process that has ended.
 class ProcessHandle {
   public:
+    // Makes an empty handle, which is not open.
     ProcessHandle() = default;
 
     // Opens the process that has the id `pid` now. Check after that, not before, that it
@@ -30,8 +31,10 @@ class ProcessHandle {
     ProcessHandle(ProcessHandle const&) = delete;
     ProcessHandle& operator=(ProcessHandle const&) = delete;
 
+    // Returns true if the handle means a process, even one that has ended by now.
     bool IsOpen() const noexcept { return descriptor >= 0; }
 
+    // Returns the id that the handle was opened with; -1 for an empty handle.
     pid_t Pid() const noexcept { return pid; }
 
     // Returns the descriptor for poll, which reports POLLIN for it once the process has

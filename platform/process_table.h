@@ -14,14 +14,17 @@
 #include <string>
 #include <vector>
 
+// A process at one moment.
 struct ProcessInfo {
     pid_t id = 0;
     // When it was forked, in a unit of the system's own. No two processes have the same
     // id and the same start.
     unsigned long long start = 0;
+    // The ids of its parent, of its process group and of its session.
     pid_t parent = 0;
     pid_t group = 0;
     pid_t session = 0;
+    // The user as whom it runs.
     uid_t user = 0;
     // It has ended, and its parent has yet to reap it.
     bool is_zombie = false;
@@ -29,6 +32,7 @@ struct ProcessInfo {
     bool is_stopped = false;
     // False if it still runs the program of the process that forked it.
     bool has_executed = false;
+    // How many threads it has; 0 if the system does not tell.
     long threads = 0;
     // When it was forked, in milliseconds since 1970.
     long long start_time = 0;
@@ -39,7 +43,8 @@ struct ProcessInfo {
     // The file that it executes, even if that has another name or is removed by now;
     // empty if the system does not tell.
     std::string program;
-    // Empty if the system does not tell. A process may change its own.
+    // What it was executed with, its name first. Empty if the system does not tell. A
+    // process may change its own.
     std::vector<std::string> arguments;
 };
 
@@ -56,7 +61,9 @@ std::optional<ProcessInfo> ReadProcess(pid_t id);
 struct ThreadInfo {
     // The first thread has the id of its process.
     pid_t id = 0;
+    // It sleeps, for whatever reason.
     bool waits = false;
+    // It waits for the end of a child, or for a time to pass.
     bool waits_for_child_or_time = false;
     // It waits for a condition, a lock, or the end of a thread.
     bool waits_for_thread = false;

@@ -18,10 +18,13 @@ namespace tools {
 
 // A long option: "json" stands for --json.
 struct Option {
+    // Lives as long as the program, as a literal does.
     char const* name;
+    // "--now=noon" or "--now noon".
     bool takes_value = false;
 };
 
+// A command line, as far as it could be read.
 struct CommandLine {
     // Returns true if the option was given.
     bool Has(std::string const& option) const { return options.count(option) != 0; }
@@ -29,6 +32,7 @@ struct CommandLine {
     // The options that were given, by their names without dashes, each with its last
     // value. The value is empty if the option takes none.
     std::map<std::string, std::string> options;
+    // The other arguments, in their order, without the tool's name.
     std::vector<std::string> operands;
     // What is wrong with the command line, in words; empty if it is right.
     std::string error;

@@ -12,6 +12,7 @@
 
 namespace tools {
 
+// The number of a signal on this system, and its name with "SIG", a literal.
 struct NamedSignal {
     int number;
     char const* name;

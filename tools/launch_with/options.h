@@ -18,11 +18,14 @@
 
 namespace launch_with {
 
+// What the command line asks for. The texts are those of the command line, and live as
+// long as that.
 struct Options {
     // The shortest time from one start to the next, and the time that a program gets to
     // end; in milliseconds.
     long long at_most_every = 0;
     long long grace = 10'000;
+    // The number of the signal that asks the program to end.
     int stop_signal = SIGTERM;
     // The files that the output and the errors of the program are appended to; null for
     // /dev/null. Without --error this is the same file for both.
@@ -32,13 +35,15 @@ struct Options {
     long tail = 0;
     // Where the program is started; null to stay.
     char const* directory = nullptr;
-    // -1 to keep the inherited one.
+    // The file mode mask of the program; -1 to keep the inherited one.
     int umask = -1;
+    // The niceness of the program, unless `has_nice` is false.
     bool has_nice = false;
     int nice = 0;
     // The name under which the program is started once at a time; null for its command
     // line.
     char const* lock = nullptr;
+    // --help or --version was given, and nothing after it was read.
     bool help = false;
     bool version = false;
     // The program and its arguments, with a null pointer at the end; null if none is
@@ -46,7 +51,8 @@ struct Options {
     char** command = nullptr;
 };
 
-// What is wrong with a command line: "--grace", "is not a number of seconds".
+// What is wrong with a command line: "--grace", "is not a number of seconds". Both are
+// words of the command line, or literals.
 struct Complaint {
     char const* subject = "";
     char const* text = "";
@@ -54,7 +60,9 @@ struct Complaint {
 
 // A limit on what the program may use.
 struct Limit {
+    // A number for setrlimit, such as RLIMIT_CORE.
     int resource;
+    // The soft and the hard limit, in the resource's unit.
     rlimit value;
 };
 

@@ -14,8 +14,9 @@ namespace launch_with {
 struct Report {
     enum class Kind { Started, Ended };
     Kind kind;
+    // With Started: the process id of the program, which leads its process group.
     pid_t program;
-    // How the program ended, as waitpid gives it.
+    // With Ended: how the program ended, as waitpid gives it.
     int status;
 };
 

@@ -16,11 +16,13 @@ namespace launcher_status {
 
 // What the log says about an item since the start of its launcher.
 struct ItemLog {
+    // How often its program ended and was started again.
     long long restarts = 0;
     // How its program last ended, in words; empty if it has not.
     std::string last_end;
 };
 
+// A launcher and what its items do.
 struct LauncherReport {
     running::Launcher launcher;
     running::LauncherStatus status;
@@ -34,7 +36,9 @@ struct LauncherReport {
 
 // What launchers with the list at `list` have left when they died.
 struct Leftovers {
+    // The path of the list.
     std::string list;
+    // The programs of items. All are left behind.
     std::vector<running::ItemStatus> items;
     // How many links of chains.
     std::size_t links = 0;
@@ -42,7 +46,9 @@ struct Leftovers {
     bool IsEmpty() const { return items.empty() && links == 0; }
 };
 
+// All that is printed at a time.
 struct Report {
+    // The oldest launcher first.
     std::vector<LauncherReport> launchers;
     std::vector<Leftovers> left;
 };

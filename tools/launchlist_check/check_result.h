@@ -25,10 +25,12 @@ enum class Outcome {
     Unknown,
 };
 
+// What the check of a list has found.
 struct CheckResult {
     Findings findings;
     // How many items the launcher supervises; 0 unless it runs.
     std::size_t programs = 0;
+    // What becomes of the launcher.
     Outcome outcome = Outcome::Exits;
 };
 

@@ -30,13 +30,15 @@ struct Subject {
     std::string name = {};
 };
 
-// The texts are as they are in the list, and may hold any bytes.
+// Something wrong with a list, or with the check. The texts are as they are in the list,
+// and may hold any bytes.
 struct Finding {
     Severity severity;
     // One word that stays the same from version to version: "duplicate-name".
     std::string kind;
     // What is wrong, and what will happen.
     std::string message;
+    // The place in the list that it is about.
     Position position;
     Subject subject;
 };
@@ -50,6 +52,7 @@ class Findings {
     // Keeps up to `most_of_a_kind` of each kind.
     explicit Findings(std::size_t most_of_a_kind) : most(most_of_a_kind) {}
 
+    // Counts the finding, and keeps it unless enough of its kind are kept.
     void Add(Finding finding);
 
     // Returns the findings that are kept, in the order of their places in the list.

@@ -36,6 +36,7 @@ class ListReport {
         return FindKeyBefore(positions.Text(), ValueOffset(value));
     }
 
+    // What was added so far.
     Findings findings;
 
   private:

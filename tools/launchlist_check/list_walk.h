@@ -12,7 +12,9 @@
 
 namespace launchlist_check {
 
+// Where the walk ends, and what it starts.
 struct WalkResult {
+    // What becomes of the launcher.
     Outcome outcome = Outcome::Runs;
     // How many items the launcher supervises; 0 unless it runs.
     std::size_t programs = 0;

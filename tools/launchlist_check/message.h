@@ -30,11 +30,13 @@ std::string TypeName(Json::Value const& value);
 // A list of keys: `"0", "1", "2" and 7 more`.
 class KeyList {
   public:
+    // Adds a key.
     void Add(std::string const& key);
 
     // Adds the numbers from `first` on that are below `end`.
     void AddNumbers(int first, int end);
 
+    // Returns true if it has no key.
     bool IsEmpty() const noexcept { return count == 0; }
 
     // Returns the first three keys, and how many more there are.

@@ -10,6 +10,7 @@
 
 namespace launchlist_check {
 
+// A launch list and what its check has found.
 struct CheckedFile {
     // The path as the user gave it; "<stdin>" for the standard input.
     std::string label;

@@ -25,6 +25,7 @@ class Positions {
     // return and a line feed.
     Position Find(std::size_t offset) const;
 
+    // Returns the text.
     std::string_view Text() const noexcept { return text; }
 
   private:
@@ -41,9 +42,11 @@ struct RepeatedKey {
     std::string key;
     // The keys that lead from the document to the object: {"3", "args"}.
     std::vector<std::string> path;
+    // The place of the later one in the text, in bytes.
     std::size_t offset;
 };
 
+// What a scan tells besides the repeated keys.
 struct KeyScan {
     // How many values the document holds, without those that a repeated key replaces:
     // about as many as its parser keeps.

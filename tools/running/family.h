@@ -37,6 +37,7 @@ struct LauncherWithItems {
     LaunchItems list;
 };
 
+// The members of one family, as far as they were seen.
 class Family {
   public:
     // Follows what `launcher` started. `others` are the launchers that run besides.

@@ -14,6 +14,7 @@
 
 namespace running {
 
+// What an item does at the moment.
 enum class State {
     Running,     // its program runs
     Waiting,     // its program has ended or is about to be executed
@@ -27,6 +28,7 @@ enum class State {
 // Returns the state in words: "running", "waiting to be started".
 std::string Describe(State state);
 
+// An item of a list, with the process that the launcher has for it.
 struct ItemStatus {
     LaunchItem item;
     State state = State::Unknown;
@@ -53,6 +55,7 @@ struct LogAnswers {
     std::function<std::string(pid_t link)> item_of_link;
 };
 
+// The items of one launcher.
 struct LauncherStatus {
     // A status for each item, in the order of the list.
     std::vector<ItemStatus> items;

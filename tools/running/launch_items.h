@@ -10,7 +10,9 @@
 
 namespace running {
 
+// An item as the launcher reads it.
 struct LaunchItem {
+    // Its name, which no other item of the list has.
     std::string name;
     // The path of its program; empty if it has none.
     std::string program;
@@ -19,6 +21,7 @@ struct LaunchItem {
     std::vector<std::string> arguments;
 };
 
+// The items of a list.
 struct LaunchItems {
     // In the order of the list. Of two items with one name only the later is there: it
     // replaces the earlier in the launcher, too.

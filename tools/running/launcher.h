@@ -14,7 +14,9 @@
 
 namespace running {
 
+// A launcher that runs.
 struct Launcher {
+    // As it was in the snapshot in which it was found.
     ProcessInfo process;
     // Its first argument.
     std::string name;

@@ -13,6 +13,7 @@
 
 namespace running {
 
+// The lines of one launcher, read again and again as they are written.
 class LauncherLog {
   public:
     // Reads the logs of the launcher's user. Lines of other launchers, and lines that are

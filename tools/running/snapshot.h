@@ -24,8 +24,10 @@ inline ProcessKey KeyOf(ProcessInfo const& process) {
     return {process.id, process.start};
 }
 
+// Processes, with their children and ancestors. It never changes.
 class Snapshot {
   public:
+    // Takes these for all processes of the system.
     explicit Snapshot(std::vector<ProcessInfo> processes);
 
     // Returns the processes as they are now.
