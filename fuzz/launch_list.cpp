@@ -1,13 +1,16 @@
 // Takes every input for a launch list and does with it what the launcher does, except
 // that it starts no programs: reads the file, walks the items, and makes each program's
 // argument vector. Compares the result with a model that reads jsoncpp's values itself,
-// and with what launchlist-check says.
+// with what launchlist-check says, and with the items that launcher-status and
+// launcher-stop take for those of the list.
 
 #include <json/reader.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <exception>
 #include <map>
+#include <memory>
 #include <optional>
 #include <sstream>
 #include <stdexcept>
@@ -20,6 +23,7 @@
 #include "launcher/main.h"
 #include "tools/launchlist_check/list_check.h"
 #include "tools/launchlist_check/output.h"
+#include "tools/running/launch_items.h"
 
 namespace {
 
@@ -259,6 +263,51 @@ void CheckTheCheck(std::string const& content, Walk const& walk) {
             "all findings are in the JSON");
 }
 
+// Returns the items of the list in a regular file that holds `content`.
+running::LaunchItems ItemsIn(std::string const& content) {
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> const file(std::tmpfile(),
+                                                               std::fclose);
+    Require(file != nullptr && std::fwrite(content.data(), 1, content.size(),
+                                           file.get()) == content.size(),
+            "a file can be written");
+    std::rewind(file.get());
+    return running::ReadLaunchItems("/dev/fd/" + std::to_string(fileno(file.get())));
+}
+
+// Of two items with one name the later stays. An item without arguments gets an empty one
+// from the system.
+void CheckItems(std::string const& content, Walk const& walk) {
+    running::LaunchItems const found = ItemsIn(content);
+    std::vector<Supervised> expected;
+    bool is_whole = !walk.failed;
+    for (Supervised const& item : walk.supervised) {
+        if (!item.program) {
+            is_whole = false;
+            break;
+        }
+        expected.erase(std::remove_if(expected.begin(), expected.end(),
+                                      [&item](Supervised const& it) {
+                                          return it.name == item.name;
+                                      }),
+                       expected.end());
+        expected.push_back(item);
+    }
+    Require(found.problem.empty() == is_whole,
+            "a list that is not read whole is a problem");
+    Require(found.items.size() == expected.size(), "the items are those that stay");
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+        std::vector<std::string> arguments =
+            expected[i].arguments.value_or(std::vector<std::string>());
+        if (expected[i].arguments && arguments.empty()) {
+            arguments = {""};
+        }
+        Require(found.items[i].name == expected[i].name &&
+                    found.items[i].program == *expected[i].program &&
+                    found.items[i].arguments == arguments,
+                "each item is read as the launcher reads it");
+    }
+}
+
 }  // namespace
 
 int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
@@ -272,6 +321,7 @@ int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
         return 0;
     }
     CheckTheCheck(content, walk);
+    CheckItems(content, walk);
     if (!list) {
         Require(walk.failed && walk.supervised.empty(), "what is no JSON fails");
         return 0;
