@@ -62,3 +62,17 @@ def test_every_example_runs_while_a_launcher_does(tool, folder, build):
             shell = run("timeout", "--foreground", "-s", "INT", 2,
                         "bash", "-c", f"set -o pipefail; {command}")
             assert shell.code in (0, 124), f"{command}\n{shell.output}"
+
+
+def test_the_list_with_launch_with_runs(folder, build):
+    text = (ROOT / "examples/launch-with.json").read_text()
+    places = {"/usr/bin/launch-with": build / "tools/launch_with/launch-with",
+              "/var/tmp/clock.out": folder / "clock.out"}
+    for place, here in places.items():
+        assert place in text
+        text = text.replace(place, str(here))
+    (folder / "list.json").write_text(text)
+    run("launchlist-check", "list.json").expect_only(0, "list.json: ok, 1 program")
+    with Command(build / "Tamlin.app/Contents/MacOS/launcher", "main", "list.json"):
+        wait_until(lambda: (folder / "clock.out").exists())
+        run("launcher-stop").expect(0, "nothing is left")
