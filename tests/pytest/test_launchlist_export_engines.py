@@ -153,6 +153,17 @@ def test_systemd_starts_a_program_again_without_limit(systemd, build):
     systemd.systemctl("stop", *units)
 
 
+@pytest.mark.parametrize("argument, code", [("é".encode(), 0), (b"\xff", 1)])
+def test_systemd_shows_a_program_unless_an_argument_is_not_utf_8(argument, code, systemd, build):
+    file = write_list(systemd.home / "list.json",
+                      [(b"a", [b"/bin/sh", b"-c", b"sleep 1000", argument])])
+    units = systemd.start(build, file)
+    systemd.systemctl("is-active", *units).expect(0)
+    assert systemd.systemctl("status", *units).code == code
+    assert ("systemctl status fails" in (systemd.units / units[0]).read_text()) == (code != 0)
+    systemd.systemctl("stop", *units).expect(0)
+
+
 def test_systemd_finds_no_fault_in_a_unit(systemd, build):
     file, _ = counting_list(systemd.home)
     systemd.start(build, file)

@@ -54,8 +54,8 @@ std::string PropertyList(ExportedItem const& item, std::string const& comments) 
            R"(	</array>
 	<key>KeepAlive</key>
 	<true/>
-	<!-- The launcher starts it again 50 ms after its end. launchd waits until these seconds
-	     have passed since its last start, 10 by default. Some versions take no less. -->
+	<!-- The launcher starts it again 50 ms after its end. launchd waits until 10 seconds have
+	     passed since its last start. This key asks for less, which not every version grants. -->
 	<key>ThrottleInterval</key>
 	<integer>1</integer>
 	<!-- The launcher sends SIGKILL at once, to the program alone. launchd sends SIGTERM, and

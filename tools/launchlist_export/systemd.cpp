@@ -1,7 +1,9 @@
 // A unit for each item.
 
+#include <algorithm>
 #include <cstdio>
 
+#include "tools/common/printable.h"
 #include "tools/launchlist_export/formats.h"
 
 namespace launchlist_export {
@@ -33,6 +35,15 @@ bool HasRefusedByte(std::string const& path) {
     return false;
 }
 
+std::string CommentOnBytes(ExportedItem const& item) {
+    bool const is_utf8 =
+        std::all_of(item.arguments.begin(), item.arguments.end(), tools::IsUtf8);
+    return is_utf8
+               ? ""
+               : "# An argument is not UTF-8. The program gets it, but systemctl status "
+                 "fails.\n";
+}
+
 std::string Unit(ExportedItem const& item, std::string const& comments) {
     return "# launchlist-" + item.identifier + ".service: item " + InComment(item.name) +
            " of a launch list\n" + comments +
@@ -46,7 +57,8 @@ StartLimitIntervalSec=0
 
 [Service]
 # After the colon, $ stands for itself. It takes systemd 244.
-)" + ExecStart(item) +
+)" + CommentOnBytes(item) +
+           ExecStart(item) +
            R"(Restart=always
 # The launcher starts it again 50 ms after its end. systemd took 100 to 315 ms in a trial.
 RestartSec=50ms

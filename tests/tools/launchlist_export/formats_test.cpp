@@ -75,6 +75,17 @@ TEST(Systemd, HasAUnitForEachItem) {
     EXPECT_THAT(files[1].text, Not(HasSubstr("Left out")));
 }
 
+TEST(Systemd, SaysThatStatusFailsIfAnArgumentIsNotUtf8) {
+    ExportedList list;
+    list.items = {Item("a", {"/p", "\xC3\xA9"}), Item("b", {"/p", "\xFF"})};
+    std::vector<File> const files = FindFormat("systemd")->write(list, {});
+    EXPECT_THAT(files[0].text, Not(HasSubstr("systemctl")));
+    EXPECT_THAT(
+        files[1].text,
+        HasSubstr("\n# An argument is not UTF-8. The program gets it, but systemctl "
+                  "status fails.\nExecStart="));
+}
+
 TEST(Systemd, RefusesPathsThatItWouldRefuse) {
     for (std::string const path : {"/a\"", "/a'", "/a\\", "/a\n", "/a\x7F"}) {
         EXPECT_EQ(
