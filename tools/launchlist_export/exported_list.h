@@ -16,14 +16,15 @@
 
 namespace launchlist_export {
 
+// A program that the launcher would start.
 struct ExportedItem {
-    // As the list has it: any bytes.
+    // Its name as the list has it: any bytes.
     std::string name;
     // The name of a unit, a container or a label: no other item of the list has it. It
     // has lower-case letters, digits and dashes, begins and ends with none of the latter,
     // and is shorter than 64 bytes.
     std::string identifier;
-    // What the launcher passes to the program, from its path on.
+    // What the launcher passes to the program, from its path on. Never empty.
     std::vector<std::string> arguments;
     // True if the program is launch-with, which starts the real one.
     bool has_launch_with = false;
@@ -32,6 +33,7 @@ struct ExportedItem {
     long long stop_seconds = 10;
 };
 
+// A launch list, as other engines can take it.
 struct ExportedList {
     // What the launcher would start, in the order of the list.
     std::vector<ExportedItem> items;

@@ -16,17 +16,23 @@
 
 namespace launchlist_export {
 
+// A file that an engine reads.
 struct File {
+    // Its name, without a directory.
     std::string name;
+    // All of its content.
     std::string text;
 };
 
+// What the user may choose.
 struct FormatOptions {
-    // The image that has the programs, for containers.
+    // With kube, the image of all containers, which has the programs.
     std::string image = "localhost/programs";
 };
 
+// What one engine takes.
 struct Format {
+    // Its name on the command line, a literal.
     char const* name;
     // Returns what of the item the format cannot hold, in words; an empty string if it
     // can hold all. An item for `write` must be without such a problem, and without one
@@ -60,19 +66,21 @@ std::string QuoteForSupervisord(std::string const& text);
 //   QuoteForLaunchd("a<b\r")   -> "a&lt;b&#13;"
 std::string QuoteForLaunchd(std::string const& text);
 
-// The parts of the table of formats; see Format.
+// Each of these is a find_problem of Format.
 std::string FindProblemForSystemd(ExportedItem const& item);
 std::string FindProblemForKube(ExportedItem const& item);
 std::string FindProblemForSupervisord(ExportedItem const& item);
 std::string FindProblemForLaunchd(ExportedItem const& item);
+
+// Each of these is a `write` of Format.
 std::vector<File> WriteForSystemd(ExportedList const& list, FormatOptions const& options);
 std::vector<File> WriteForKube(ExportedList const& list, FormatOptions const& options);
 std::vector<File> WriteForSupervisord(ExportedList const& list,
                                       FormatOptions const& options);
 std::vector<File> WriteForLaunchd(ExportedList const& list, FormatOptions const& options);
 
-// Returns a comment for each thing that the launcher would not start, each between
-// `before` and `after`.
+// Returns a line for each thing that the launcher would not start, each between `before`
+// and `after`, which begin and end a comment.
 std::string CommentOnNotStarted(ExportedList const& list, std::string const& before,
                                 std::string const& after);
 
