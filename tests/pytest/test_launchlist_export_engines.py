@@ -133,6 +133,32 @@ def test_arguments_from_supervisord_are_those_from_the_launcher(home, build, pro
         assert wait_for_arguments(items) == expected
 
 
+def polite_list(build, folder):
+    """Writes a list with launch-with, whose program takes its time to end; returns the list
+    and two files, which the program writes at its start and at its end."""
+    launch_with, ready, bye = folder / "launch-with", folder / "ready", folder / "bye"
+    shutil.copy(build / "tools/launch_with/launch-with", launch_with)
+    file = support.write_list(folder / "polite.json", item(
+        "polite", str(launch_with), "--grace", "20", "--", "/bin/sh", "-c",
+        f"trap 'sleep 1; echo bye >{bye}; exit' TERM; echo >{ready}; sleep 1000 & wait"))
+    return file, ready, bye
+
+
+def test_launch_with_gives_its_grace_below_systemd(systemd, build):
+    file, ready, bye = polite_list(build, systemd.home)
+    units = systemd.start(build, file)
+    wait_until(ready.exists)
+    systemd.systemctl("stop", *units).expect(0)
+    assert bye.exists()
+
+
+def test_launch_with_gives_its_grace_below_supervisord(home, build):
+    file, ready, bye = polite_list(build, home)
+    with supervisord(build, home, file):
+        wait_until(ready.exists)
+    wait_until(bye.exists)
+
+
 def counting_list(folder):
     """Writes a list with a program that ends at once; returns it and what that writes."""
     starts = folder / "starts"
