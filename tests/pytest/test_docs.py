@@ -25,7 +25,8 @@ shown, with these exceptions:
   - a time stands for any time, and the process ids in log lines for any others;
   - the project is in /home/you/launcher, and the user's home is /home/you;
   - a command that only looks (cat, grep, ls, pgrep, ps, tail, launcher-status,
-    launchlog-report) may look again, for a minute, until it sees what is shown.
+    launchlog-report, podman exec, podman healthcheck) may look again, for a minute, until it
+    sees what is shown.
 """
 
 import os
@@ -42,7 +43,8 @@ MARKDOWN = [*sorted(ROOT.glob("*.md")), *sorted(ROOT.glob("docs/*.md"))]
 PAGES = MARKDOWN + sorted(ROOT.glob("packaging/man/*"))
 
 # These commands only look.
-LOOKS = ("cat ", "grep ", "ls ", "pgrep ", "ps ", "tail ", "launcher-status", "launchlog-report")
+LOOKS = ("cat ", "grep ", "ls ", "pgrep ", "ps ", "tail ", "launcher-status", "launchlog-report",
+         "podman exec ", "podman healthcheck ")
 
 
 class Block:

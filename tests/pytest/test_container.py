@@ -1,0 +1,217 @@
+"""Runs the image of packaging/Containerfile and the pod of packaging/kubernetes with podman,
+and the commands that docs/operating.md shows for both.
+
+The image is built on a minimal Debian, which is made from this machine's package sources.
+"""
+
+import datetime
+import json
+import os
+import pathlib
+import re
+import subprocess
+
+import pytest
+import yaml
+
+from test_docs import Shell, read_blocks, read_session
+
+from support import ROOT, expect_line, item, mounted, ps, run, wait_until, write_list
+
+LIST = "/etc/tamlin/launch-list.json"
+MANIFESTS = ROOT / "packaging/kubernetes"
+# What the pod's manifest names as the folder of node_exporter.
+METRICS = pathlib.Path("/var/lib/prometheus/node-exporter")
+
+STORAGE = '[storage]\ndriver = "overlay"\nrunroot = "{0}/run"\ngraphroot = "{0}/images"\n'
+# Neither systemd nor a network of its own is needed.
+CONTAINERS = """[containers]
+netns = "host"
+[engine]
+cgroup_manager = "cgroupfs"
+events_logger = "file"
+"""
+UNIFIED = "/sys/fs/cgroup/unified"
+
+
+def podman(*arguments, **options):
+    return run("podman", "--log-level", "fatal", *arguments, **options)
+
+
+@pytest.fixture(scope="module", autouse=True)
+def configuration(contained, tmp_path_factory):
+    """Lets podman keep all that it has in a folder of its own."""
+    folder = tmp_path_factory.mktemp("podman")
+    (folder / "storage.conf").write_text(STORAGE.format(folder))
+    (folder / "containers.conf").write_text(CONTAINERS)
+    # Where both versions of control groups are mounted, podman takes the old one for all.
+    if os.path.ismount(UNIFIED):
+        subprocess.run(["umount", UNIFIED], check=True)
+    with pytest.MonkeyPatch.context() as patch:
+        patch.setenv("CONTAINERS_STORAGE_CONF", str(folder / "storage.conf"))
+        patch.setenv("CONTAINERS_CONF", str(folder / "containers.conf"))
+        yield
+        podman("kill", "--all")
+        podman("rm", "--all", "--force")
+        podman("unmount", "--all")
+
+
+@pytest.fixture(scope="module")
+def base(configuration, tmp_path_factory):
+    """The image that packaging/Containerfile begins with: a minimal Debian."""
+    archive = tmp_path_factory.mktemp("base") / "base.tar"
+    run(ROOT / "scripts/fresh-machine", "--archive", archive).expect(0)
+    podman("import", archive, "docker.io/library/debian:bookworm-slim").expect(0)
+    archive.unlink()
+
+
+@pytest.fixture(scope="module")
+def image(base, packages):
+    podman("build", "--format", "docker", "-t", "tamlin-launcher",
+           "-f", ROOT / "packaging/Containerfile", packages).expect(0)
+
+
+@pytest.fixture
+def start(image, tmp_path):
+    """Returns a function that starts a container on a list of the items, and its name."""
+    def start(*items, arguments=()):
+        tmp_path.chmod(0o755)
+        write_list(tmp_path / "launch-list.json", *items)
+        podman("run", "-d", "--name", "one", "--pids-limit", 60, "-v", f"{tmp_path}:/etc/tamlin:ro",
+               "-v", "metrics:/metrics", "tamlin-launcher", *arguments).expect(0)
+        return "one"
+    yield start
+    podman("rm", "--force", "one")
+    podman("volume", "rm", "metrics")
+
+
+def status_in(container):
+    """Returns what launcher-status says in the container; of no launcher, None."""
+    command = podman("exec", container, "launcher-status", "--json", LIST)
+    return json.loads(command.output)["launchers"][0] if command.code in (0, 1) else None
+
+
+def items_in(container):
+    status = status_in(container)
+    return {item["name"]: item for item in status["items"]} if status else {}
+
+
+def read(container, file):
+    return podman("exec", container, "cat", file).output
+
+
+def test_a_stop_of_the_container_gives_programs_their_grace_and_leaves_nothing(start):
+    deaf = "trap 'sleep 1; echo bye >/metrics/bye; exit' TERM; while :; do sleep 0.1; done"
+    name = start(item("slow", "/usr/bin/launch-with", "--grace", "20", "--", "/bin/sh", "-c", deaf))
+    wait_until(lambda: items_in(name).get("slow", {}).get("state") == "running")
+    podman("stop", "--time", 60, name).expect(0)
+    assert podman("inspect", "--format", "{{.State.ExitCode}}", name).output == "0\n"
+    podman("logs", name).expect(0, r"launcher \d+ \(container\) ended after SIGTERM",
+                                "nothing is left")
+    podman("run", "--rm", "-v", "metrics:/metrics", "--entrypoint", "cat", "tamlin-launcher",
+           "/metrics/bye").expect(0, "bye")
+
+
+def test_the_container_ends_with_the_error_of_the_list(start):
+    name = start({"name": "agent"})
+    assert podman("wait", name).output == "2\n"
+
+
+def test_the_health_check_tells_a_chain_which_a_stop_then_ends(start):
+    podman("run", "--rm", "-v", "metrics:/metrics", "--entrypoint", "cp", "tamlin-launcher",
+           "/bin/sleep", "/metrics/agent").expect(0)
+    name = start(item("steady", "/bin/sleep", "1000"), item("agent", "/metrics/agent", "1000"))
+    wait_until(lambda: podman("healthcheck", "run", name).code == 0)
+    agent = items_in(name)["agent"]["pid"]
+    podman("exec", name, "rm", "/metrics/agent").expect(0)
+    podman("exec", name, "sh", "-c", f"kill -KILL {agent}").expect(0)
+    wait_until(lambda: items_in(name)["agent"]["state"] == "chain")
+    assert podman("healthcheck", "run", name).code == 1
+    podman("stop", "--time", 60, name).expect(0)
+    podman("logs", name).expect(0, "nothing is left")
+    assert podman("inspect", "--format", "{{.State.ExitCode}}", name).output == "0\n"
+
+
+@pytest.fixture
+def metrics():
+    """The folder that the manifest names for metrics, writable by the user of the image."""
+    METRICS.mkdir(parents=True, exist_ok=True)
+    with mounted("-t", "tmpfs", "-o", "uid=1000", "none", METRICS):
+        yield METRICS / "launcher.prom"
+
+
+@pytest.fixture
+def pod(image, metrics, tmp_path):
+    """The pod of the manifest, which runs; its ticker notes the times of its starts."""
+    manifest = (MANIFESTS / "pod.yaml").read_text()
+    file = tmp_path / "pod.yaml"
+    file.write_text(manifest.replace("sleep 2;", "date +%s%3N >>/tmp/starts; sleep 2;"))
+    podman("kube", "play", file).expect(0)
+    yield "launcher-launcher"
+    podman("kube", "down", file)
+
+
+def processes():
+    return [line for line in ps("-eo", "args=") if re.search(r"tini|launch|sleep", line)]
+
+
+def test_the_pod_runs_the_list_with_metrics_beside_it_and_leaves_nothing(pod, metrics):
+    wait_until(lambda: metrics.exists() and "launcher_up 1\n" in metrics.read_text())
+    wait_until(lambda: 'restarts_total{item="ticker"} 1\n' in metrics.read_text())
+    assert 'launcher_item_running{item="steady"} 1\n' in metrics.read_text()
+    assert podman("healthcheck", "run", pod).code == 0
+    assert processes() != []
+    podman("kube", "down", MANIFESTS / "pod.yaml").expect(0)
+    assert processes() == []
+
+
+def milliseconds(time):
+    return round(datetime.datetime.fromisoformat(time.replace("Z", "+00:00")).timestamp() * 1000)
+
+
+def test_a_program_killed_in_the_pod_comes_back_after_50_ms_at_least(pod):
+    ticker = wait_until(lambda: items_in(pod).get("ticker", {}).get("pid"))
+    podman("exec", pod, "sh", "-c", f"kill -KILL {ticker}").expect(0)
+    starts = wait_until(lambda: len(read(pod, "/tmp/starts").split()) >= 3 and
+                        read(pod, "/tmp/starts").split())
+    log = read(pod, "/home/launcher/Library/Logs/Tamlin/voplog/launcher.log")
+    ends = re.findall(r"^(\S+) .* ticker (\d+) is killed\. .* status = (\d+)$", log, re.M)
+    assert (str(ticker), "9") in [end[1:] for end in ends]
+    pauses = [int(start) - milliseconds(end[0]) for start, end in zip(starts[1:], ends)]
+    assert min(pauses) >= 50
+
+
+def test_the_pods_own_stop_leaves_nothing(pod):
+    [_, manifest] = yaml.safe_load_all((MANIFESTS / "pod.yaml").read_text())
+    stop = manifest["spec"]["containers"][0]["lifecycle"]["preStop"]["exec"]["command"]
+    wait_until(lambda: items_in(pod).get("steady"))
+    # podman itself may forget the exit code when the container ends too.
+    command = podman("exec", pod, "sh", "-c", '"$@"; echo "exit code $?"', "sh", *stop)
+    for line in (r"launcher \d+ \(container\) ended after SIGTERM", "nothing is left",
+                 "exit code 0"):
+        expect_line(line, command.output)
+
+
+def test_both_manifests_have_the_same_list_and_the_same_pod():
+    pods = list(yaml.safe_load_all((MANIFESTS / "pod.yaml").read_text()))
+    sets = list(yaml.safe_load_all((MANIFESTS / "daemonset.yaml").read_text()))
+    assert [part["kind"] for part in pods] == ["ConfigMap", "Pod"]
+    assert [part["kind"] for part in sets] == ["ConfigMap", "DaemonSet"]
+    assert pods[0] == sets[0]
+    spec, template = sets[1]["spec"], sets[1]["spec"]["template"]
+    assert template["spec"] == pods[1]["spec"]
+    assert template["metadata"]["labels"] == spec["selector"]["matchLabels"]
+
+
+def test_the_commands_of_the_documentation_do_what_is_shown(image, metrics, home):
+    shell = Shell(home, os.environ["PATH"])
+    blocks = [block for block in read_blocks(ROOT / "docs/operating.md")
+              if block.lines[0] == "(with podman)"]
+    assert len(blocks) == 2
+    try:
+        for block in blocks:
+            del block.lines[0]
+            for place, command, shown in read_session(block):
+                shell.expect(place, command, shown)
+    finally:
+        shell.close()
