@@ -286,7 +286,7 @@ def test_wrong_arguments_are_refused_in_one_line(arguments, words):
 @pytest.mark.parametrize("script, line", [
     ("run", r"scripts/run \[--seconds N\] \[--anyway\] \[LIST.json\]"),
     ("test", r"scripts/test \[--preset PRESET\] \[CTEST-ARGUMENT\.\.\.\]"),
-    ("fresh-machine", "scripts/fresh-machine"),
+    ("fresh-machine", r"scripts/fresh-machine \[--all\]"),
 ])
 def test_help_starts_nothing(script, line):
     run(ROOT / "scripts" / script, "--help").expect(0, line)

@@ -4,6 +4,8 @@
 #define TOOLS_COMMON_TEXT_H
 
 #include <algorithm>
+#include <cstddef>
+#include <optional>
 #include <string_view>
 
 namespace tools {
@@ -22,6 +24,19 @@ inline bool IsDigits(std::string_view text) {
 inline bool BeginsWith(std::string_view text, std::string_view beginning) {
     return text.size() >= beginning.size() &&
            std::equal(beginning.begin(), beginning.end(), text.begin());
+}
+
+// Takes a number of at most 18 digits off the beginning of `text`. Returns std::nullopt
+// if there is no digit.
+inline std::optional<long long> TakeNumber(std::string_view& text) {
+    long long number = 0;
+    std::size_t digits = 0;
+    while (digits < text.size() && digits < 18 && IsDigit(text[digits])) {
+        number = number * 10 + (text[digits] - '0');
+        ++digits;
+    }
+    text.remove_prefix(digits);
+    return digits > 0 ? std::optional<long long>(number) : std::nullopt;
 }
 
 }  // namespace tools

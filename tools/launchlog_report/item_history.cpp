@@ -6,7 +6,7 @@
 namespace launchlog_report {
 namespace {
 
-constexpr Time kMinute = 60'000;
+constexpr Time kRateWindow = 60'000;
 // An item without a program is tried every 50 ms. After a longer pause another launcher
 // tries it.
 constexpr Time kLongestPause = 5000;
@@ -56,7 +56,7 @@ void ItemHistory::CountEnd(LogEvent const& event) {
     first_end = first_end ? first_end : event.time;
     last_end = event.time;
     ++ends;
-    if (event.time && *event.time > now - kMinute) {
+    if (event.time && *event.time > now - kRateWindow) {
         recent.push_back(*event.time);
     }
     last_status.reset();
@@ -86,12 +86,12 @@ void ItemHistory::AddEnd(LogEvent const& event) {
 void ItemHistory::SetNow(Time time) {
     now = time;
     recent.erase(std::remove_if(recent.begin(), recent.end(),
-                                [this](Time end) { return end <= now - kMinute; }),
+                                [this](Time end) { return end <= now - kRateWindow; }),
                  recent.end());
 }
 
 bool ItemHistory::IsInLastMinute(Time time) const {
-    return time > now - kMinute && time <= now;
+    return time > now - kRateWindow && time <= now;
 }
 
 std::optional<long long> ItemHistory::RestartsPerMinute() const {

@@ -27,21 +27,17 @@ bool EndsWith(std::string_view text, std::string_view end) {
     return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
 }
 
-// Takes a whole number of at most 18 digits off the beginning of `text`. Returns
+// Takes a whole number, which may be negative, off the beginning of `text`. Returns
 // std::nullopt if there is none.
-std::optional<long long> TakeNumber(std::string_view& text) {
-    std::size_t const sign = BeginsWith(text, "-") ? 1 : 0;
-    std::size_t end = sign;
-    long long value = 0;
-    while (end < text.size() && IsDigit(text[end]) && end < sign + 18) {
-        value = value * 10 + (text[end] - '0');
-        ++end;
-    }
-    if (end == sign) {
+std::optional<long long> TakeSigned(std::string_view& text) {
+    bool const is_negative = BeginsWith(text, "-");
+    std::string_view rest = text.substr(is_negative ? 1 : 0);
+    std::optional<long long> const number = tools::TakeNumber(rest);
+    if (!number) {
         return std::nullopt;
     }
-    text.remove_prefix(end);
-    return sign == 1 ? -value : value;
+    text = rest;
+    return is_negative ? -*number : *number;
 }
 
 // Cuts the process id off the end of `text`, so that the name is left. Returns false if
@@ -69,12 +65,12 @@ bool CutProcessId(std::string_view& text, std::string_view& id) {
 bool ReadEnd(std::string_view message, std::size_t place, LogEvent& event) {
     std::string_view name = message.substr(0, place);
     std::string_view rest = message.substr(place + kKilled.size());
-    std::optional<long long> const ret = TakeNumber(rest);
+    std::optional<long long> const ret = TakeSigned(rest);
     if (!ret || !BeginsWith(rest, kStatus)) {
         return false;
     }
     rest.remove_prefix(kStatus.size());
-    std::optional<long long> const status = TakeNumber(rest);
+    std::optional<long long> const status = TakeSigned(rest);
     std::string_view child;
     if (!status || !CutProcessId(name, child)) {
         return false;

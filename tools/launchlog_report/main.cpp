@@ -38,7 +38,7 @@ char const* const kProgram = "launchlog-report";
 // So many marks make a page of about 2 MB.
 constexpr std::size_t kMostMarks = 40'000;
 
-void Complain(std::string const& problem) {
+void PrintProblem(std::string const& problem) {
     std::fprintf(stderr, "%s: %s\n", kProgram, tools::Printable(problem).c_str());
 }
 
@@ -165,7 +165,7 @@ bool WritePage(Report report, Timeline& timeline, Logs const& logs,
     std::string const problem =
         ReplaceFile(options.html, ToPage(report, timeline, logs.Paths()));
     if (!problem.empty()) {
-        Complain(options.html + ": " + problem);
+        PrintProblem(options.html + ": " + problem);
     }
     return problem.empty();
 }
@@ -201,7 +201,7 @@ int ReportOn(std::vector<std::string> const& paths, Options const& options) {
     });
     logs.Read(paths, options.follow);
     for (std::string const& problem : logs.Problems()) {
-        Complain(problem);
+        PrintProblem(problem);
     }
     if (options.follow) {
         bool const is_shown = FollowLogs(options, collected.summary, logs);
@@ -225,18 +225,18 @@ int Main(int argc, char** argv) {
     std::string const problem =
         options.list.empty() ? "" : running::ReadLaunchItems(options.list).problem;
     if (!problem.empty()) {
-        Complain(options.list + ": " + problem);
+        PrintProblem(options.list + ": " + problem);
         return 1;
     }
     std::vector<std::string> const paths =
         options.logs.empty() ? FindLogs(GetHomePath()) : options.logs;
     if (paths.empty() && options.metrics.empty()) {
-        Complain("there is no launcher log in " + GetHomePath() +
-                 "/Library/Logs; name one");
+        PrintProblem("there is no launcher log in " + GetHomePath() +
+                     "/Library/Logs; name one");
         return 1;
     }
     if (!options.metrics.empty()) {
-        return WriteMetrics(paths, options, Complain);
+        return WriteMetrics(paths, options, PrintProblem);
     }
     SetCharacterWidths();
     return ReportOn(paths, options);

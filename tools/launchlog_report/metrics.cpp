@@ -156,24 +156,13 @@ bool Take(std::string_view& text, std::string_view beginning) {
     return is_there;
 }
 
-std::optional<long long> TakeNumber(std::string_view& text) {
-    long long number = 0;
-    std::size_t digits = 0;
-    while (digits < text.size() && digits < 18 && tools::IsDigit(text[digits])) {
-        number = number * 10 + (text[digits] - '0');
-        ++digits;
-    }
-    text.remove_prefix(digits);
-    return digits > 0 ? std::optional<long long>(number) : std::nullopt;
-}
-
 bool ReadEnds(std::string_view text, ItemTotals& item) {
     if (!Take(text, ",cause=")) {
         return false;
     }
     std::optional<std::string> const cause = TakeQuoted(text);
     std::optional<long long> const number =
-        Take(text, "} ") ? TakeNumber(text) : std::nullopt;
+        Take(text, "} ") ? tools::TakeNumber(text) : std::nullopt;
     for (std::size_t i = 0; cause && number && i < kCauses; ++i) {
         if (*cause == CauseName(static_cast<Cause>(i))) {
             item.ends[i] = *number;
@@ -184,9 +173,9 @@ bool ReadEnds(std::string_view text, ItemTotals& item) {
 }
 
 bool ReadLastEnd(std::string_view text, ItemTotals& item) {
-    std::optional<long long> const seconds = TakeNumber(text);
+    std::optional<long long> const seconds = tools::TakeNumber(text);
     std::optional<long long> const rest =
-        Take(text, ".") ? TakeNumber(text) : std::nullopt;
+        Take(text, ".") ? tools::TakeNumber(text) : std::nullopt;
     if (seconds && rest) {
         item.last_end = *seconds * 1000 + *rest;
     }
@@ -194,7 +183,7 @@ bool ReadLastEnd(std::string_view text, ItemTotals& item) {
 }
 
 bool ReadRestarts(std::string_view text, ItemTotals& item) {
-    std::optional<long long> const number = TakeNumber(text);
+    std::optional<long long> const number = tools::TakeNumber(text);
     item.restarts = number.value_or(0);
     return number && text.empty();
 }
@@ -252,7 +241,7 @@ bool ReadSample(std::string_view line, Carried& carried) {
     }
     if (Take(line, kNotUnderstood)) {
         std::optional<long long> const number =
-            Take(line, " ") ? TakeNumber(line) : std::nullopt;
+            Take(line, " ") ? tools::TakeNumber(line) : std::nullopt;
         carried.totals.lines_not_understood = number.value_or(0);
         return number.has_value();
     }

@@ -13,6 +13,7 @@
 #include "common/strings/format.h"
 #include "common/strings/path_text.h"
 #include "common/strings/split.h"
+#include "tests/common/strings/pieces.h"
 #include "tests/common/strings/separators.h"
 #include "tests/support/counted_malloc.h"
 
@@ -51,14 +52,6 @@ std::string const kPiece(40, 'p');
 std::wstring const kWidePiece(40, L'p');
 std::string const kText = kPiece + "," + kPiece + ",," + kPiece;
 std::wstring const kWideText = kWidePiece + L"," + kWidePiece + L",," + kWidePiece;
-
-std::string Same(std::string& piece) {
-    return piece;
-}
-
-std::wstring WideSame(std::wstring& piece) {
-    return piece;
-}
 
 TEST(Memory, LackOfItWhileTextIsFormattedIsThrown) {
     ExpectLackOfMemoryIsThrown([] { return string_format("%050d", 1); });

@@ -7,12 +7,11 @@
 #include <stdexcept>
 #include <utility>
 
+#include "tests/common/strings/pieces.h"
 #include "tests/common/strings/separators.h"
 
 namespace {
 
-using Pieces = std::vector<std::string>;
-using WidePieces = std::vector<std::wstring>;
 using Transform = std::function<std::string(std::string&)>;
 using WideTransform = std::function<std::wstring(std::wstring&)>;
 
@@ -22,18 +21,6 @@ Pieces SplitAt(std::string const& pattern, std::string const& text) {
 
 WidePieces SplitAt(std::wstring const& pattern, std::wstring const& text) {
     return split(text, Separator(pattern));
-}
-
-std::string Same(std::string& piece) {
-    return piece;
-}
-
-std::wstring WideSame(std::wstring& piece) {
-    return piece;
-}
-
-std::wstring Wide(std::string const& ascii) {
-    return std::wstring(ascii.begin(), ascii.end());
 }
 
 // Wide pieces of ASCII text, as narrow ones.

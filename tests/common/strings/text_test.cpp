@@ -2,11 +2,9 @@
 
 #include <gtest/gtest.h>
 
-namespace {
+#include "tests/common/strings/pieces.h"
 
-std::wstring Wide(std::string const& ascii) {
-    return std::wstring(ascii.begin(), ascii.end());
-}
+namespace {
 
 // Replaces in narrow and in wide text; the results must agree.
 std::string Replaced(std::string text, std::string const& searched,

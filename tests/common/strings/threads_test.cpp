@@ -14,6 +14,7 @@
 #include "common/strings/text.h"
 #include "common/strings/trim.h"
 #include "common/strings/wildcard.h"
+#include "tests/common/strings/pieces.h"
 #include "tests/common/strings/separators.h"
 #include "tests/support/in_threads.h"
 
@@ -29,14 +30,6 @@ std::string Letters(std::size_t thread) {
 
 std::wstring WideLetters(std::size_t thread) {
     return std::wstring(20 + 10 * thread, static_cast<wchar_t>(L'a' + thread));
-}
-
-std::string Same(std::string& piece) {
-    return piece;
-}
-
-std::wstring WideSame(std::wstring& piece) {
-    return piece;
 }
 
 TEST(Threads, UrlEncode) {
@@ -109,7 +102,6 @@ TEST(Threads, PathTexts) {
 }
 
 TEST(Threads, Splitting) {
-    using Pieces = std::vector<std::string>;
     std::regex const comma = Separator(",");
     EXPECT_EQ(CountWrongInThreads(kTimesOfSlowOnes,
                                   [&comma](std::size_t thread) {
@@ -126,13 +118,12 @@ TEST(Threads, Splitting) {
 }
 
 TEST(Threads, SplittingOfWideText) {
-    using Pieces = std::vector<std::wstring>;
     std::wregex const comma = Separator(L",");
     EXPECT_EQ(CountWrongInThreads(kTimesOfSlowOnes,
                                   [&comma](std::size_t thread) {
                                       std::wstring const piece = WideLetters(thread);
                                       std::wstring const text = piece + L',' + piece;
-                                      Pieces const expected = {piece, piece};
+                                      WidePieces const expected = {piece, piece};
                                       return split(text, comma) == expected &&
                                              split_delim(text, L",", WideSame) ==
                                                  expected &&

@@ -2,10 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/tools/launchlog_report/noon.h"
+
 namespace launchlog_report {
 namespace {
-
-constexpr Time kNoon = 1795262400000;
 
 // Passes lines of one item to a detector.
 class Chain : public testing::Test {

@@ -2,10 +2,11 @@
 
 #include <gmock/gmock.h>
 
+#include "tests/tools/launchlog_report/noon.h"
+
 namespace launchlog_report {
 namespace {
 
-constexpr Time kNoon = 1795262400000;
 constexpr Time kSecond = 1000;
 
 LogEvent End(std::string const& name, long long status, std::optional<Time> time,

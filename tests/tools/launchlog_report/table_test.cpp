@@ -7,6 +7,7 @@
 #include <clocale>
 
 #include "harness/files.h"
+#include "tests/tools/launchlog_report/noon.h"
 #include "tools/common/printable.h"
 
 namespace launchlog_report {
@@ -15,8 +16,6 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::StartsWith;
-
-constexpr Time kNoon = 1795262400000;
 
 Row Item(std::string const& name, std::string const& mark = "") {
     Row row;
@@ -31,7 +30,7 @@ Row Item(std::string const& name, std::string const& mark = "") {
     return row;
 }
 
-Report ReportOf(std::vector<Row> const& items) {
+Report ReportWith(std::vector<Row> const& items) {
     Report report;
     report.now = kNoon;
     report.items = items;
@@ -43,16 +42,16 @@ std::vector<std::string> TableOf(Report const& report, Space const& space) {
 }
 
 TEST(Table, TakesTheRoomItNeedsIfThereIsNoLimit) {
-    EXPECT_EQ(ToTable(ReportOf({Item("a")})),
+    EXPECT_EQ(ToTable(ReportWith({Item("a")})),
               "  NAME  RESTARTS  PER MINUTE  FIRST END             LAST END              "
               "LAST STATUS\n"
               "  a            1           1  2026-11-21T11:59:59Z  2026-11-21T12:00:00Z  "
               "exit 3\n");
-    EXPECT_EQ(ToTable(ReportOf({})), "no program has ended\n");
+    EXPECT_EQ(ToTable(ReportWith({})), "no program has ended\n");
 }
 
 TEST(Table, TimesGetShorterAndColumnsAreLeftOutInANarrowSpace) {
-    Report const report = ReportOf({Item("a")});
+    Report const report = ReportWith({Item("a")});
     EXPECT_THAT(
         TableOf(report, {84, {}}),
         ElementsAre(
@@ -73,7 +72,7 @@ TEST(Table, TimesGetShorterAndColumnsAreLeftOutInANarrowSpace) {
 }
 
 TEST(Table, TheShortestTimeIsADateIfItIsADayAway) {
-    Report report = ReportOf({Item("a")});
+    Report report = ReportWith({Item("a")});
     report.now = kNoon + 24LL * 60 * 60 * 1000 - 1;
     EXPECT_THAT(TableOf(report, {45, {}}).at(1), HasSubstr("  12:00:00  "));
     report.now = kNoon + 24LL * 60 * 60 * 1000;
@@ -83,7 +82,8 @@ TEST(Table, TheShortestTimeIsADateIfItIsADayAway) {
 }
 
 TEST(Table, NamesAndStatesAreCutWithAnEllipsis) {
-    Report const report = ReportOf({Item("a name of thirty characters ab", "given up")});
+    Report const report =
+        ReportWith({Item("a name of thirty characters ab", "given up")});
     std::vector<std::string> const lines = TableOf(report, {40, {}});
     EXPECT_EQ(lines.at(0), "  NAME      RESTARTS  /MIN  STATUS");
     EXPECT_EQ(lines.at(1),
@@ -101,7 +101,7 @@ TEST(Table, FitsEverySpace) {
     items.push_back(Item(std::string(1000, 'x')));
     items.push_back(
         Item("\xE4\xB8\xAD\xE6\x96\x87\xE4\xB8\xAD\xE6\x96\x87\xE4\xB8\xAD", "given up"));
-    Report report = ReportOf(items);
+    Report report = ReportWith(items);
     report.launchers.push_back({"181", kNoon, kNoon, 2, true});
     report.problems.emplace_back("a problem that is quite long, so that it needs a cut");
     report.cut_lines = 1;
@@ -120,7 +120,7 @@ TEST(Table, FitsEverySpace) {
 
 TEST(Table, InFewLinesMarkedItemsStayAndTheRestIsCounted) {
     Report report =
-        ReportOf({Item("a"), Item("b"), Item("c", "often"), Item("d"), Item("e")});
+        ReportWith({Item("a"), Item("b"), Item("c", "often"), Item("d"), Item("e")});
     report.launchers.push_back({"181", kNoon, kNoon, 1, false});
     auto const names = [&report](std::size_t lines) {
         std::vector<std::string> found;
@@ -145,7 +145,7 @@ TEST(Table, InFewLinesMarkedItemsStayAndTheRestIsCounted) {
 
 TEST(Table, AnEndlessNameWidensNoOtherLine) {
     std::string const table =
-        ToTable(ReportOf({Item(std::string(1'000'000, 'x')), Item("b")}));
+        ToTable(ReportWith({Item(std::string(1'000'000, 'x')), Item("b")}));
     EXPECT_EQ(Lines(table).at(0).substr(0, 70),
               "  NAME" + std::string(54, ' ') + "  RESTARTS");
     EXPECT_LT(Lines(table).at(2).size(), 150U);
@@ -164,20 +164,21 @@ long MostMemory() {
 TEST(Table, AnEndlessNameTakesItsMemoryOnceInATinySpace) {
     std::vector<Row> items(1500, Item("b"));
     items.push_back(Item(std::string(999'000, 'x')));
-    Report const report = ReportOf(items);
+    Report const report = ReportWith(items);
     long const before = MostMemory();
     EXPECT_EQ(TableOf(report, {11, {}}).size(), 1502U);
     EXPECT_LT(MostMemory() - before, 500'000);
 }
 
 TEST(Table, AnEmptyNameIsAPairOfQuotationMarks) {
-    EXPECT_THAT(TableOf(ReportOf({Item("")}), {}).at(1),
+    EXPECT_THAT(TableOf(ReportWith({Item("")}), {}).at(1),
                 StartsWith("  \"\"           1 "));
-    EXPECT_THAT(TableOf(ReportOf({Item("", "often")}), {}).at(1), StartsWith("! \"\" "));
+    EXPECT_THAT(TableOf(ReportWith({Item("", "often")}), {}).at(1),
+                StartsWith("! \"\" "));
 }
 
 TEST(Table, TellsWhatLaunchersSaidAboutThemselves) {
-    Report report = ReportOf({});
+    Report report = ReportWith({});
     report.launchers = {{"181", kNoon, kNoon, 1, false},
                         {"", {}, {}, 2, true},
                         {"183", kNoon, kNoon + 1000, 0, true}};
@@ -195,13 +196,13 @@ TEST(Table, TellsWhatLaunchersSaidAboutThemselves) {
 }
 
 TEST(Table, SaysWhyItemsAreMarkedAndWhatIsMissing) {
-    EXPECT_EQ(TableOf(ReportOf({Item("a", "often")}), {}).back(),
+    EXPECT_EQ(TableOf(ReportWith({Item("a", "often")}), {}).back(),
               "! more than ten restarts in the last minute");
-    EXPECT_EQ(TableOf(ReportOf({Item("a", "given up")}), {}).back(),
+    EXPECT_EQ(TableOf(ReportWith({Item("a", "given up")}), {}).back(),
               "! a state that needs you");
-    EXPECT_EQ(TableOf(ReportOf({Item("a", "often"), Item("b", "given up")}), {}).back(),
+    EXPECT_EQ(TableOf(ReportWith({Item("a", "often"), Item("b", "given up")}), {}).back(),
               "! more than ten restarts in the last minute, or a state that needs you");
-    Report report = ReportOf({Item("a")});
+    Report report = ReportWith({Item("a")});
     report.problems.emplace_back("a.log:\tno");
     report.cut_lines = 2;
     EXPECT_EQ(TableOf(report, {}).at(2), "a.log:\\x09no");
