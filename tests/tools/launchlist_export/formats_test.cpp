@@ -8,8 +8,8 @@ namespace {
 using testing::HasSubstr;
 using testing::Not;
 
-ExportedItem Item(std::string const& identifier,
-                  std::vector<std::string> const& arguments) {
+ExportedItem ItemFor(std::string const& identifier,
+                     std::vector<std::string> const& arguments) {
     ExportedItem item;
     item.name = identifier + "\n-->";
     item.identifier = identifier;
@@ -19,7 +19,7 @@ ExportedItem Item(std::string const& identifier,
 
 ExportedList ListOfTwo() {
     ExportedList list;
-    list.items = {Item("a", {"/p", "x"}), Item("b", {"/q"})};
+    list.items = {ItemFor("a", {"/p", "x"}), ItemFor("b", {"/q"})};
     list.items[1].has_launch_with = true;
     list.items[1].stop_seconds = 25;
     list.not_started = {"item 7 has no name"};
@@ -32,7 +32,7 @@ std::vector<File> Write(std::string const& format) {
 
 std::string FindProblem(std::string const& format,
                         std::vector<std::string> const& arguments) {
-    return FindFormat(format)->find_problem(Item("a", arguments));
+    return FindFormat(format)->find_problem(ItemFor("a", arguments));
 }
 
 TEST(Quote, ForSystemdEscapesAllButPrintableAscii) {
@@ -77,7 +77,7 @@ TEST(Systemd, HasAUnitForEachItem) {
 
 TEST(Systemd, SaysThatStatusFailsIfAnArgumentIsNotUtf8) {
     ExportedList list;
-    list.items = {Item("a", {"/p", "\xC3\xA9"}), Item("b", {"/p", "\xFF"})};
+    list.items = {ItemFor("a", {"/p", "\xC3\xA9"}), ItemFor("b", {"/p", "\xFF"})};
     std::vector<File> const files = FindFormat("systemd")->write(list, {});
     EXPECT_THAT(files[0].text, Not(HasSubstr("systemctl")));
     EXPECT_THAT(
@@ -130,7 +130,7 @@ TEST(Kube, HasAContainerForEachItem) {
 
 TEST(Kube, EscapesTheDollarsThatItWouldReplace) {
     ExportedList list;
-    list.items = {Item("a", {"/p", "$1 $", "$(A) $$ $$(A)", "$\xC3\xA9"})};
+    list.items = {ItemFor("a", {"/p", "$1 $", "$(A) $$ $$(A)", "$\xC3\xA9"})};
     EXPECT_THAT(FindFormat("kube")->write(list, {})[0].text, HasSubstr(R"yaml(
         - "$1 $"
         - "$$(A) $$$ $$$$(A)"
