@@ -59,6 +59,9 @@ char const* CauseName(Cause cause) {
 
 std::size_t Ends::Add(LogEvent const& event, std::size_t log) {
     std::size_t const life = lives.Add(event, log);
+    if (event.kind == LogEventKind::NoProgram) {
+        AddNoProgram(event, log);
+    }
     if (event.kind != LogEventKind::Start && event.kind != LogEventKind::End &&
         event.kind != LogEventKind::FailedFork) {
         return life;
@@ -92,6 +95,15 @@ Ends::Run& Ends::FindRun(LogEvent const& event, std::size_t log, std::size_t lif
     run.doubted.reset();
     run.life = life;
     return run;
+}
+
+// The line is of the child that the item's last process forked. It ends without a
+// program.
+void Ends::AddNoProgram(LogEvent const& event, std::size_t log) {
+    auto const last = last_processes.find({log, event.name});
+    if (last != last_processes.end()) {
+        runs[{log, last->second, event.name}].start.reset();
+    }
 }
 
 void Ends::AddEnd(LogEvent const& event, std::size_t log, Run& run) {

@@ -75,7 +75,8 @@ struct OpenProgramRun {
 // A program started when its launcher logged that, at level DEBUG. At level ERROR it
 // started 50 ms after the end before it, if the same launcher logged that. Its start is
 // unknown if another process has logged a line of the item since: that is a link of a
-// chain, so the program was not executed, or it is another launcher.
+// chain, so the program was not executed, or it is another launcher. So it is if the item
+// has no program.
 class Ends {
   public:
     using Taker = std::function<void(ProgramRunEnd const& end)>;
@@ -111,6 +112,7 @@ class Ends {
     void AddEnd(LogEvent const& event, std::size_t log, Run& run);
 
     Taker take;
+    void AddNoProgram(LogEvent const& event, std::size_t log);
     LauncherLives lives;
     std::map<Key, Run> runs;
     // Which process logged the last line of an item, by the log and the item.

@@ -59,6 +59,12 @@ TEST(Ends, AfterALineOfAnotherProcessTheStartIsUnknown) {
         << "the second program was not executed, or another launcher has the item";
 }
 
+TEST(Ends, WithoutAProgramThereIsNoStart) {
+    LogEvent const none = {LogEventKind::NoProgram, "a", "", 0, 0, 1055, "7"};
+    EXPECT_THAT(EndsOf({End(0, 1000), none, End(0, 1060), Start(1110), End(0, 2000)}),
+                ElementsAre("1 exit_0 -", "2 exit_0 -", "3 exit_0 890"));
+}
+
 TEST(Ends, ALaterLauncherWithTheSameProcessIdDoesNotTellWhenAProgramStarted) {
     LogEvent const failed = {LogEventKind::UnreadableList, "", "", 0, 0, 1500, "1"};
     EXPECT_THAT(EndsOf({End(0, 1000), failed, End(0, 3000), End(0, 4000)}),
