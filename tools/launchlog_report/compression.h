@@ -7,6 +7,7 @@
 
 namespace launchlog_report {
 
+// A way to compress files that this program can read.
 struct Compression {
     // What the name of a compressed file ends with: ".gz".
     char const* suffix;

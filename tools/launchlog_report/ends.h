@@ -43,6 +43,7 @@ Cause CauseOf(std::optional<ProgramEnd> const& status);
 
 // One end of a program.
 struct ProgramRunEnd {
+    // The item's name, and the number of the log.
     std::string item;
     std::size_t log = 0;
     // The number of its launcher's life; see LauncherLives.
@@ -50,6 +51,7 @@ struct ProgramRunEnd {
     // The ids of the program's process and of the launcher's; empty if unknown.
     std::string process;
     std::string launcher;
+    // When and how it ended.
     std::optional<Time> time;
     Cause cause = Cause::Unknown;
     // std::nullopt if the launcher could not wait for it.
@@ -110,9 +112,9 @@ class Ends {
 
     Run& FindRun(LogEvent const& event, std::size_t log, std::size_t life);
     void AddEnd(LogEvent const& event, std::size_t log, Run& run);
+    void AddNoProgram(LogEvent const& event, std::size_t log);
 
     Taker take;
-    void AddNoProgram(LogEvent const& event, std::size_t log);
     LauncherLives lives;
     std::map<Key, Run> runs;
     // Which process logged the last line of an item, by the log and the item.

@@ -18,6 +18,7 @@ namespace launchlog_report {
 // line that was too long.
 using LineTaker = std::function<void(std::string const& line, bool is_cut)>;
 
+// Cuts bytes into lines.
 class LineSplitter {
   public:
     explicit LineSplitter(LineTaker taker) : take(std::move(taker)) {}
@@ -26,7 +27,7 @@ class LineSplitter {
     // bytes it passes on the first million.
     void Add(char const* bytes, std::size_t size);
 
-    // Passes on the beginning of a line that will not end.
+    // Passes on the beginning of a line that will not end; nothing without one.
     void Finish();
 
   private:

@@ -17,6 +17,7 @@
 
 namespace launchlog_report {
 
+// What a line is about.
 enum class LogEventKind {
     Other,           // a line of a launcher's log, but of no interest
     Start,           // an item is about to be started, at level DEBUG
@@ -27,6 +28,7 @@ enum class LogEventKind {
     UnreadableList,  // the launcher could not read its list, or start an item of it
 };
 
+// What a line says.
 struct LogEvent {
     LogEventKind kind = LogEventKind::Other;
     // The item's name as it stands in the line; empty if the line is about no item.

@@ -21,6 +21,7 @@
 
 namespace launchlog_report {
 
+// Reads logs with their rotated files, each once.
 class Logs {
   public:
     // Takes what a line says, and the number of its log. The rotated files of a log have

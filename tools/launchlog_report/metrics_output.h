@@ -12,8 +12,9 @@
 namespace launchlog_report {
 
 // Reads the logs and writes the metrics to the file that the options name; with --follow
-// again whenever they change, and every 15 seconds, until a signal ends that. Passes what
-// goes wrong to `complain`. Returns the exit code of the program.
+// again whenever they change, and every 15 seconds, until a signal ends that. The list of
+// the options, if any, can be read. Passes what goes wrong to `complain`. Returns the
+// exit code of the program.
 int WriteMetrics(std::vector<std::string> paths, Options const& options,
                  std::function<void(std::string const& problem)> const& complain);
 

@@ -14,10 +14,12 @@
 
 namespace launchlog_report {
 
+// What the command line asks for.
 struct Options {
     // The command line as it was read. Its error also tells of wrong values, and of
     // options that cannot be combined.
     tools::CommandLine line;
+    // Whether to read on until a signal, and the form of the report.
     bool follow = false;
     bool json = false;
     bool ends = false;
@@ -27,11 +29,15 @@ struct Options {
     std::string list;
     // The file to write the page to; empty for no page.
     std::string html;
+    // Whether the exit code tells of marked items.
     bool fail_if_marked = false;
+    // The order of the items; std::nullopt for the default of the form.
     std::optional<SortKey> sort;
     // The time to use as the current one; std::nullopt for that of the clock.
     std::optional<Time> now;
+    // The range of --since and --until.
     TimeRange range;
+    // The paths of the logs, as they were named.
     std::vector<std::string> logs;
 };
 

@@ -13,9 +13,10 @@
 
 namespace launchlog_report {
 
+// What the rows are ordered by.
 enum class SortKey {
-    Marked,  // the marked ones first
-    Name,
+    Marked,     // the marked ones first
+    Name,       // as people count
     Restarts,   // the most first
     PerMinute,  // the most first
     FirstEnd,   // the newest first

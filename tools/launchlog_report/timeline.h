@@ -81,6 +81,7 @@ struct OpenRun {
 struct ItemTimeline {
     // All ends of the range, those without a time too.
     CauseCounts causes = {};
+    // The ends that have a time.
     Marks marks;
     std::vector<OpenRun> open_runs;
 };
@@ -88,6 +89,7 @@ struct ItemTimeline {
 // What a log tells of the life of a launcher. A process id that was used again has
 // several lives.
 struct LauncherLife {
+    // The number of the log, and the launcher's process id.
     std::size_t log = 0;
     std::string process;
     // Its first and its last line.

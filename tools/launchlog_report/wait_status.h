@@ -23,6 +23,7 @@ struct ProgramEnd {
     bool core_dumped;
 };
 
+// Returns how the program ended whose wait status, as waitpid gives it, this is.
 ProgramEnd DecodeWaitStatus(long long status);
 
 // Returns "SIGSEGV", or "signal 42" for one without a name.
