@@ -177,13 +177,14 @@ def test_a_program_that_never_ended_has_a_row(make_report):
 
 
 def test_no_bar_crosses_a_stop_though_many_ends_are_one_mark(make_report):
-    # The launcher is stopped in the middle of a storm, and another one starts soon after.
+    # The launcher is stopped in the middle of a storm, and another one starts soon after. The
+    # first end that it logs is in the same mark as the stop.
     storm = [line("a", 55 * i, 768) for i in range(9999)]
     report = make_report(*storm, line("a", 550000, 9),
-                         *[line("a", 550400 + 55 * i, 768, launcher=182) for i in range(9999)])
+                         *[line("a", 550350 + 55 * i, 768, launcher=182) for i in range(9999)])
     [runs] = report.drive(["value", "items[0].times.runs"])
     assert len(runs) > 900
-    assert [run for run in runs if run[0] < NOON + 550010 and run[1] > NOON + 550390] == []
+    assert [run for run in runs if run[0] < NOON + 550010 and run[1] > NOON + 550340] == []
 
 
 def test_a_storm_is_drawn_as_density(make_report):
@@ -215,6 +216,8 @@ def test_each_cause_has_a_texture_beside_its_colour(make_report):
     assert in_row == in_legend[:4] + in_legend[5:]
     assert in_overview == in_legend
     assert len(set(textures[:6])) == 6
+    # Lines of launchers have a texture too.
+    assert len(textures) == 8
 
 
 def test_dragging_over_a_range_zooms_into_it(sparse):
@@ -431,12 +434,15 @@ def test_a_printed_page_has_all_rows_without_the_controls(make_report):
 @pytest.mark.parametrize("window", [500, 2500])
 @pytest.mark.parametrize("paper", [700, 1050])
 def test_a_page_fits_the_paper_whatever_the_window(sparse, window, paper):
-    # How much the drawing is scaled in both directions, and how much of the row it covers.
+    # How the drawing is scaled in both directions, how much of the row's width it covers,
+    # how much higher than the row it is, and how wide it was drawn.
     scales = """[...document.querySelectorAll('.track svg')].map((svg) => {
       const { a, d } = svg.getScreenCTM();
       const box = svg.getBoundingClientRect();
-      const row = svg.parentElement.getBoundingClientRect();
-      return [a / d, svg.viewBox.baseVal.width * a / row.width, box.height / row.height];
+      const row = svg.closest('.row').getBoundingClientRect();
+      const { width } = svg.viewBox.baseVal;
+      return [a / d, width * a / svg.parentElement.clientWidth,
+        Math.max(box.height, row.height) / row.height, width / 720];
     })"""
     printed, wide, after = sparse.drive(
         ["window", window], ["paper", paper], ["value", scales],
@@ -444,7 +450,7 @@ def test_a_page_fits_the_paper_whatever_the_window(sparse, window, paper):
         ["value", "window.dispatchEvent(new Event('afterprint')),"
                   " items[0].svg.viewBox.baseVal.width === byId('axis').clientWidth"])
     assert len(printed) == 7
-    assert printed == [pytest.approx([1, 1, 1], abs=.02)] * 7
+    assert printed == [pytest.approx([1, 1, 1, 1], abs=.02)] * 7
     assert wide <= paper
     assert after
 

@@ -141,7 +141,6 @@ class Counter {
 
     Carried Result() const {
         Carried result = counter.Result();
-        result.given_up = given_up;
         for (std::size_t const log : seen) {
             result.given_up[PathOf(log)] = summary.GivenUp(log);
         }
