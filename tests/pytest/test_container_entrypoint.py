@@ -51,5 +51,10 @@ def test_the_launcher_runs_in_a_session_of_its_own(start):
         command.wait().expect(1, "session of its own")
 
 
+def test_programs_inherit_no_ignored_signals(start):
+    with start('grep -q "^SigIgn:.0*$" /proc/$$/status && echo "none is ignored"') as command:
+        command.wait().expect(1, "none is ignored")
+
+
 def test_without_a_list_it_says_how_it_is_called():
     run(ENTRYPOINT).expect(2, "call it as: container-entrypoint NAME LIST.json")

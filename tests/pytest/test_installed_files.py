@@ -10,6 +10,7 @@ import pytest
 from support import ROOT
 
 DOCUMENTS = "share/doc/tamlin-launcher"
+ENTRYPOINT = "share/tamlin/container-entrypoint"
 PROGRAMS = ["tamlin-launcher", *sorted(
     file.parent.name.replace("_", "-") for file in ROOT.glob("tools/*/main.cpp"))]
 # Installed paths that a page names, without the prefix.
@@ -34,14 +35,15 @@ def expected_files(prefix):
              for page in ROOT.glob("packaging/man/*")]
     documents = [f"{DOCUMENTS}/{page.name}" for page in ROOT.glob("docs/*")]
     examples = [f"{DOCUMENTS}/examples/{file.name}" for pattern in (
-        "examples/*", "packaging/logrotate-*", "packaging/newsyslog-*")
+        "examples/*", "packaging/logrotate-*", "packaging/newsyslog-*",
+        "packaging/Containerfile", "packaging/kubernetes/*")
         for file in ROOT.glob(pattern)]
     if is_for_macos(prefix):
         of_the_system = ["Tamlin.app/Contents/Frameworks/liblogger.1.dylib",
                          "share/tamlin/com.tamlin.launcher.plist"]
     else:
         of_the_system = ["Tamlin.app/Contents/Frameworks/liblogger.so.1",
-                         "lib/systemd/user/tamlin-launcher@.service"]
+                         "lib/systemd/user/tamlin-launcher@.service", ENTRYPOINT]
     return {*completions, *pages, *documents, *examples, *of_the_system,
             f"{DOCUMENTS}/copyright", f"{DOCUMENTS}/tamlin-launcher.cdx.json", "share/tamlin/launch-list.schema.json",
             "share/tamlin/launcher.rules.yml",
@@ -76,6 +78,8 @@ def test_programs_may_be_executed_by_all_and_nothing_else_by_anybody(prefix):
 
     libraries = {path for path in installed_files(prefix) if "/liblogger." in path}
     programs = {f"bin/{name}" for name in PROGRAMS} | {"Tamlin.app/Contents/MacOS/launcher"}
+    if not is_for_macos(prefix):
+        programs.add(ENTRYPOINT)
     others = installed_files(prefix) - programs - libraries
     assert [path for path in sorted(programs) if mode(path) & 0o555 != 0o555] == []
     assert [path for path in sorted(others) if mode(path) & 0o111] == []

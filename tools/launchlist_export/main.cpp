@@ -39,8 +39,8 @@ is one of these:
   --help                 print this
   --version              print the version
 
-Exit code: 0 written, 1 the engine cannot take a program as it is, or writing failed, 2 the
-command line is wrong or the list cannot be read.
+Exit code: 0 written, 1 the list has no program, the engine cannot take one as it is, or
+writing failed, 2 the command line is wrong or the list cannot be read.
 
 Examples:
 
