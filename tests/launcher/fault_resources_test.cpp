@@ -10,6 +10,7 @@
 #include <csignal>
 #include <cstdlib>
 
+#include "harness/launcher_main.h"
 #include "harness/proc.h"
 #include "harness/system.h"
 #include "harness/wait_for.h"
@@ -18,8 +19,6 @@
 #include "tests/support/limited_launcher.h"
 #include "tests/support/log_gate.h"
 #include "tests/support/sanitizers.h"
-
-int launcher_main(int argc, char** argv);
 
 namespace {
 

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "harness/files.h"
+#include "harness/launcher_main.h"
 #include "harness/process.h"
 #include "harness/wait_for.h"
 #include "launcher/system_event.h"
@@ -19,8 +20,6 @@
 #include "tests/support/launcher_fixture.h"
 #include "tests/support/system_call.h"
 #include "tests/support/system_log.h"
-
-int launcher_main(int argc, char** argv);
 
 namespace {
 

@@ -15,12 +15,11 @@
 
 #include "common/config/log_location.h"
 #include "harness/files.h"
+#include "harness/launcher_main.h"
 #include "harness/process.h"
 #include "launcher/main.h"
 #include "launcher/system_event.h"
 #include "tests/support/next_function.h"
-
-int launcher_main(int argc, char** argv);
 
 namespace {
 
