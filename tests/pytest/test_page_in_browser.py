@@ -347,9 +347,9 @@ def test_a_kind_of_end_can_be_left_out(sparse):
     assert all(sum(row["shown"]) > 0 for row in rows)
 
 
-# What axe-core cannot decide. Arrows of keys are no letters for it, and it does not know what
-# is behind a text in a drawing, below the detail or beside the edge of the scrolled table.
-# The colours of these texts are those of others, whose contrast it decides.
+# What axe-core cannot decide. It does not take the arrows of keys for letters. It does not find
+# the background of a text in a drawing, under the detail or at the edge of the scrolled table.
+# These texts have the colours of others, whose contrast it decides.
 UNDECIDED = ["color-contrast"]
 COLOURS = """(() => {
   const colours = (selector, property) => [...new Set([...document.querySelectorAll(selector)]

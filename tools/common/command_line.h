@@ -38,6 +38,17 @@ struct CommandLine {
     std::string error;
 };
 
+// Returns pointers to the arguments, with a null pointer at the end, as a main gets them.
+// They are valid until `arguments` changes.
+inline std::vector<char*> Pointers(std::vector<std::string>& arguments) {
+    std::vector<char*> pointers;
+    for (std::string& argument : arguments) {
+        pointers.push_back(argument.data());
+    }
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
 // Reads the arguments of a main, up to the first error. Every tool also knows --help, -h
 // (which counts as "help") and --version.
 //

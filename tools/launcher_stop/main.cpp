@@ -167,7 +167,7 @@ int StopById(Snapshot const& snapshot, pid_t id, Launchers const& all) {
                     running::IsFork(*process)
                         ? "process " + std::to_string(id) +
                               " is a fork of a launcher, perhaps a link of a chain"
-                        : "process " + std::to_string(id) + " is no launcher of yours");
+                        : "process " + std::to_string(id) + " is not a launcher of yours");
 }
 
 int StopByList(Snapshot const& snapshot, std::optional<std::string> const& list,

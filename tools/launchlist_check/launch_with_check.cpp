@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "tools/common/command_line.h"
 #include "tools/launch_with/options.h"
 #include "tools/launchlist_check/message.h"
 
@@ -90,11 +91,7 @@ bool IsLaunchWith(std::string const& program) {
 std::string CheckLaunchWith(Json::Value const& item, std::vector<std::string> arguments,
                             ProgramCheck* programs, ItemReport& report) {
     Json::Value const& place = item.isMember("args") ? item["args"] : item["program"];
-    std::vector<char*> pointers;
-    for (std::string& argument : arguments) {
-        pointers.push_back(argument.data());
-    }
-    pointers.push_back(nullptr);
+    std::vector<char*> pointers = tools::Pointers(arguments);
     launch_with::Options options;
     launch_with::Complaint complaint;
     if (!ReadOptions(static_cast<int>(arguments.size()), pointers.data(), options,

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "tools/common/command_line.h"
 #include "tools/launchlist_check/program_file.h"
 
 // NOLINTNEXTLINE(readability-redundant-declaration): not every system declares it.
@@ -127,12 +128,7 @@ ProgramVerdict ProgramCheck::Check(std::string const& path,
 
 ProgramVerdict ProgramCheck::Ask(std::string const& path, std::vector<std::string> vector,
                                  ArgumentSize const& size) {
-    std::vector<char*> pointers;
-    pointers.reserve(vector.size() + 1);
-    for (std::string& text : vector) {
-        pointers.push_back(text.data());
-    }
-    pointers.push_back(nullptr);
+    std::vector<char*> pointers = tools::Pointers(vector);
     struct stat status = {};
     if (stat(path.c_str(), &status) != 0) {
         return {End::Refused, std::strerror(errno), errno};

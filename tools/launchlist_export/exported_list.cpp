@@ -3,6 +3,7 @@
 #include <set>
 
 #include "common/strings/text.h"
+#include "tools/common/command_line.h"
 #include "tools/common/printable.h"
 #include "tools/common/text.h"
 #include "tools/launch_with/options.h"
@@ -55,11 +56,7 @@ std::string MakeIdentifier(std::string const& name, std::set<std::string>& used)
 // Returns the grace that launch-with gives its program, in whole seconds, and a little
 // more; the time of any other program if launch-with does not take its arguments.
 long long StopSecondsOfLaunchWith(std::vector<std::string> arguments) {
-    std::vector<char*> pointers;
-    for (std::string& argument : arguments) {
-        pointers.push_back(argument.data());
-    }
-    pointers.push_back(nullptr);
+    std::vector<char*> pointers = tools::Pointers(arguments);
     launch_with::Options options;
     launch_with::Complaint complaint;
     bool const is_right = launch_with::ReadOptions(static_cast<int>(arguments.size()),
@@ -110,8 +107,17 @@ std::string FindCommonProblem(ExportedItem const& item) {
                  "directory";
 }
 
-std::string NameOfArgument(std::size_t index) {
-    return index == 0 ? "its program" : "argument \"" + std::to_string(index - 1) + "\"";
+std::string FindProblemInArguments(ExportedItem const& item,
+                                   std::string (*find_problem)(std::string const&)) {
+    for (std::size_t i = 0; i < item.arguments.size(); ++i) {
+        std::string const problem = find_problem(item.arguments[i]);
+        if (!problem.empty()) {
+            return (i == 0 ? "its program"
+                           : "argument \"" + std::to_string(i - 1) + "\"") +
+                   " " + problem;
+        }
+    }
+    return "";
 }
 
 std::string InComment(std::string const& text) {

@@ -8,7 +8,6 @@
 #ifndef TOOLS_LAUNCHLIST_EXPORT_EXPORTED_LIST_H
 #define TOOLS_LAUNCHLIST_EXPORT_EXPORTED_LIST_H
 
-#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -48,9 +47,11 @@ ExportedList MakeExportedList(running::LaunchItems const& list);
 // Returns an empty string if there is no such problem.
 std::string FindCommonProblem(ExportedItem const& item);
 
-// Returns how messages name the argument with this index: "its program" for 0, and
-// `argument "0"` for 1, by its key in the list.
-std::string NameOfArgument(std::size_t index);
+// Returns the first problem that `find_problem` finds in the path and the arguments of
+// the item, with the name of what has it: `argument "0" is not UTF-8`. Returns an empty
+// string if it finds none, which it says by an empty string.
+std::string FindProblemInArguments(ExportedItem const& item,
+                                   std::string (*find_problem)(std::string const&));
 
 // Returns the text between quotation marks, as it may stand in a comment of each format,
 // whatever its bytes are: on one line, in UTF-8, and without "--", which would end a

@@ -42,7 +42,7 @@ struct Format {
     std::vector<File> (*write)(ExportedList const& list, FormatOptions const& options);
 };
 
-// Returns the format of the name; null if there is none.
+// Returns the format with this name, or null if no format has it. It lives for ever.
 Format const* FindFormat(std::string const& name);
 
 // Returns the text as one word of ExecStart=, between quotation marks. Holds any bytes.

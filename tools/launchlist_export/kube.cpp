@@ -81,12 +81,9 @@ std::string QuoteForKube(std::string const& text) {
 }
 
 std::string FindProblemForKube(ExportedItem const& item) {
-    for (std::size_t i = 0; i < item.arguments.size(); ++i) {
-        if (!tools::IsUtf8(item.arguments[i])) {
-            return NameOfArgument(i) + " is not UTF-8, which a manifest must be";
-        }
-    }
-    return "";
+    return FindProblemInArguments(item, [](std::string const& argument) -> std::string {
+        return tools::IsUtf8(argument) ? "" : "is not UTF-8, which a manifest must be";
+    });
 }
 
 std::vector<File> WriteForKube(ExportedList const& list, FormatOptions const& options) {

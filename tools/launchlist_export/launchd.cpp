@@ -102,15 +102,12 @@ std::string QuoteForLaunchd(std::string const& text) {
 }
 
 std::string FindProblemForLaunchd(ExportedItem const& item) {
-    for (std::size_t i = 0; i < item.arguments.size(); ++i) {
-        if (!tools::IsUtf8(item.arguments[i])) {
-            return NameOfArgument(i) + " is not UTF-8, which a property list must be";
+    return FindProblemInArguments(item, [](std::string const& argument) -> std::string {
+        if (!tools::IsUtf8(argument)) {
+            return "is not UTF-8, which a property list must be";
         }
-        if (!CanXmlHold(item.arguments[i])) {
-            return NameOfArgument(i) + " has a character that XML does not have";
-        }
-    }
-    return "";
+        return CanXmlHold(argument) ? "" : "has a character that XML does not have";
+    });
 }
 
 std::vector<File> WriteForLaunchd(ExportedList const& list,

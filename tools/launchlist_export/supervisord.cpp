@@ -49,16 +49,14 @@ std::string QuoteForSupervisord(std::string const& text) {
 }
 
 std::string FindProblemForSupervisord(ExportedItem const& item) {
-    for (std::size_t i = 0; i < item.arguments.size(); ++i) {
-        if (!tools::IsUtf8(item.arguments[i])) {
-            return NameOfArgument(i) + " is not UTF-8, which supervisord's file must be";
+    return FindProblemInArguments(item, [](std::string const& argument) -> std::string {
+        if (!tools::IsUtf8(argument)) {
+            return "is not UTF-8, which supervisord's file must be";
         }
-        if (item.arguments[i].find('\r') != std::string::npos) {
-            return NameOfArgument(i) +
-                   " has a carriage return, which supervisord takes for a line feed";
-        }
-    }
-    return "";
+        return argument.find('\r') == std::string::npos
+                   ? ""
+                   : "has a carriage return, which supervisord takes for a line feed";
+    });
 }
 
 std::vector<File> WriteForSupervisord(ExportedList const& list,

@@ -188,7 +188,8 @@ bool ReadRestarts(std::string_view text, ItemTotals& item) {
     return number && text.empty();
 }
 
-// Returns the object that the text is; an empty one if it is none, or names no log.
+// Returns the JSON object in the text. If the text has no object, or the object does not
+// name a log, returns an empty one.
 Json::Value ReadObject(std::string_view text) {
     Json::Value value;
     std::istringstream stream{std::string(text)};

@@ -124,8 +124,8 @@ class Summary {
         logs[log].given_up = before;
     }
 
-    // Returns what has been given up; nothing if the log has no line and SetGivenUp was
-    // not called.
+    // Returns what has been given up. For a log without lines this is what SetGivenUp was
+    // called with, or nothing.
     GivenUpItems GivenUp(std::size_t log) const;
 
     // Returns the report at this time, which is never earlier than before. The last

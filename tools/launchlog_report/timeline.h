@@ -30,9 +30,9 @@ using CauseCounts = std::array<long long, kCauses>;
 
 // One end, or several that are close to each other.
 struct Mark {
-    // The longest time in which the program is known to have run, but for the pauses of
-    // its launcher; without a `start` there is none. For one end it begins with the
-    // start of the program and lasts until the end.
+    // The longest time in which the program is known to have run, not counting the pauses
+    // of its launcher. For one end it is the time from the program's start to its end. If
+    // the log shows no such time, `start` is empty.
     std::optional<Time> start;
     Time until = 0;
     // The number of the life of the launcher in that time.

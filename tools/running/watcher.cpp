@@ -4,6 +4,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tools/common/command_line.h"
 #include "tools/launch_with/options.h"
 
 namespace running {
@@ -57,15 +58,11 @@ ProcessInfo const* ProgramOfWatcher(Snapshot const& snapshot,
 }
 
 std::chrono::milliseconds GraceOf(ProcessInfo const& watcher) {
-    std::vector<std::string> words = watcher.arguments;
-    std::vector<char*> arguments;
-    for (std::string& word : words) {
-        arguments.push_back(word.data());
-    }
-    arguments.push_back(nullptr);
+    std::vector<std::string> arguments = watcher.arguments;
+    std::vector<char*> pointers = tools::Pointers(arguments);
     launch_with::Options options;
     launch_with::Complaint complaint;
-    launch_with::ReadOptions(static_cast<int>(words.size()), arguments.data(), options,
+    launch_with::ReadOptions(static_cast<int>(arguments.size()), pointers.data(), options,
                              complaint);
     return std::chrono::milliseconds(options.grace);
 }

@@ -102,7 +102,7 @@ TEST_F(LauncherStopTool, RefusesWhatIsNoLauncher) {
         {"1", no_id},
         {"99999999999", no_id},
         {"-1", "unknown option -1; --help tells more\n"},
-        {test, "process " + test + " is no launcher of yours\n"},
+        {test, "process " + test + " is not a launcher of yours\n"},
         {std::to_string(link), "perhaps a link of a chain\n"}};
     for (auto const& [id, error] : errors) {
         ProgramRun const run = StopWith({id});
@@ -120,8 +120,8 @@ TEST_F(LauncherStopTool, RefusesWhatIsNoLauncher) {
 TEST_F(LauncherStopTool, RefusesToStopALauncherThatItRunsBelow) {
     std::filesystem::path const answer = directory.Path() / "answer";
     Start(ListText({Shell("a", std::string(LAUNCHER_STOP) + " >" + answer.string() +
-                                   ".part 2>&1; echo code $? >>" + answer.string() +
-                                   ".part; mv " + answer.string() + ".part " +
+                                   ".new 2>&1; echo code $? >>" + answer.string() +
+                                   ".new; mv " + answer.string() + ".new " +
                                    answer.string() + "; exec sleep 1000")}));
     ASSERT_TRUE(WaitFor([&answer] { return std::filesystem::exists(answer); }));
     EXPECT_THAT(ReadFile(answer), EndsWith("would end with it\ncode 2\n"));
