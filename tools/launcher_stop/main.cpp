@@ -5,8 +5,10 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "common/config/log.h"
@@ -48,7 +50,7 @@ their grace, all others get SIGKILL.
   --help       print this
   --version    print the version
 
-Exit code: 0 nothing is left, 1 something is, 2 the command line is wrong or does not say
+Exit code: 0 nothing is left, 1 something is or may be, 2 the command line is wrong or does not say
 which launcher, 3 there is no launcher and nothing is left.
 
 Examples:
@@ -103,24 +105,53 @@ Launchers Without(Launchers launchers, LauncherWithItems const& left_out) {
     return launchers;
 }
 
-// Says what dead launchers with the list have left. Returns how many processes that is.
-std::size_t CountLeftovers(std::string const& list, Launchers const& launchers) {
-    Snapshot const snapshot = Snapshot::Take();
-    Family family(list, running::ReadLaunchItems(list), geteuid(), launchers);
-    family.Follow(snapshot);
-    return family.MembersIn(snapshot).size();
+// What launchers that died have left.
+struct Leftovers {
+    std::size_t processes = 0;
+    // Why there may be more, in words; empty if there are no more.
+    std::string doubt;
+};
+
+// Returns why not all that launchers with this list have left is found; an empty string
+// if all is. Launchers never end reading a directory, and start nothing.
+std::string DoubtOf(std::string const& list, running::LaunchItems const& items) {
+    std::error_code error;
+    return items.problem.empty() || std::filesystem::is_directory(list, error)
+               ? ""
+               : tools::Printable(list) + ": " + items.problem +
+                     ", so not all that launchers have left is found";
 }
 
-int TellOfLeftovers(std::string const& list, Launchers const& launchers,
-                    ExitCode without) {
-    std::size_t const count = CountLeftovers(list, launchers);
-    if (count == 0) {
-        return without;
+Leftovers FindLeftovers(std::string const& list, Launchers const& launchers) {
+    running::LaunchItems const items = running::ReadLaunchItems(list);
+    Snapshot const snapshot = Snapshot::Take();
+    Family family(list, items, geteuid(), launchers);
+    family.Follow(snapshot);
+    return {family.MembersIn(snapshot).size(), DoubtOf(list, items)};
+}
+
+// Returns the exit code, after a complaint if something is left or may be left.
+int TellOfLeftovers(std::string const& list, Leftovers const& left) {
+    if (left.processes > 0) {
+        return Complain(kLeft, "launchers that died have left " +
+                                   std::to_string(left.processes) +
+                                   (left.processes == 1 ? " process" : " processes") +
+                                   ": " + kProgram + " --leftovers " +
+                                   tools::Printable(list) + " ends them");
     }
-    return Complain(kLeft, "launchers that died have left " + std::to_string(count) +
-                               (count == 1 ? " process" : " processes") + ": " +
-                               kProgram + " --leftovers " + tools::Printable(list) +
-                               " ends them");
+    return left.doubt.empty() ? kNothingLeft : Complain(kLeft, left.doubt);
+}
+
+// Says the last line. Returns the exit code.
+int SayWhatIsLeft(std::string const& list, bool is_done, Leftovers const& left) {
+    if (!is_done) {
+        SayLine("something is left");
+        return kLeft;
+    }
+    SayLine(left.processes > 0   ? "something is left"
+            : left.doubt.empty() ? "nothing is left"
+                                 : "something may be left");
+    return TellOfLeftovers(list, left);
 }
 
 int Stop(Snapshot const& snapshot, LauncherWithItems const& launcher,
@@ -136,9 +167,8 @@ int Stop(Snapshot const& snapshot, LauncherWithItems const& launcher,
     }
     Launchers const others = Without(all, launcher);
     bool const is_done = StopLauncher(launcher, others, SayLine);
-    SayLine(is_done ? "nothing is left" : "something is left");
-    return is_done ? TellOfLeftovers(launcher.launcher.list, others, kNothingLeft)
-                   : kLeft;
+    std::string const& list = launcher.launcher.list;
+    return SayWhatIsLeft(list, is_done, FindLeftovers(list, others));
 }
 
 // Returns the id if the text is one; 0 if it is a number that cannot be one.
@@ -163,11 +193,11 @@ int StopById(Snapshot const& snapshot, pid_t id, Launchers const& all) {
     if (process == nullptr) {
         return Complain(kNoLauncher, "there is no process " + std::to_string(id));
     }
-    return Complain(kWrongUse,
-                    running::IsFork(*process)
-                        ? "process " + std::to_string(id) +
-                              " is a fork of a launcher, perhaps a link of a chain"
-                        : "process " + std::to_string(id) + " is not a launcher of yours");
+    return Complain(
+        kWrongUse, running::IsFork(*process)
+                       ? "process " + std::to_string(id) +
+                             " is a fork of a launcher, perhaps a link of a chain"
+                       : "process " + std::to_string(id) + " is not a launcher of yours");
 }
 
 int StopByList(Snapshot const& snapshot, std::optional<std::string> const& list,
@@ -186,7 +216,7 @@ int StopByList(Snapshot const& snapshot, std::optional<std::string> const& list,
                         "the list of one of them:" +
                             names);
     }
-    if (list && TellOfLeftovers(*list, all, kNothingLeft) == kLeft) {
+    if (list && TellOfLeftovers(*list, FindLeftovers(*list, all)) == kLeft) {
         return kLeft;
     }
     return Complain(kNoLauncher,
@@ -196,13 +226,9 @@ int StopByList(Snapshot const& snapshot, std::optional<std::string> const& list,
 
 int EndLeftovers(std::string const& list, Launchers const& launchers) {
     running::LaunchItems const items = running::ReadLaunchItems(list);
-    if (!items.problem.empty()) {
-        return Complain(kLeft, tools::Printable(list) + ": " + items.problem);
-    }
     Family family(list, items, geteuid(), launchers);
     bool const is_done = EndFamily(family, SayLine);
-    SayLine(is_done ? "nothing is left" : "something is left");
-    return is_done ? kNothingLeft : kLeft;
+    return SayWhatIsLeft(list, is_done, {0, DoubtOf(list, items)});
 }
 
 std::string FindError(tools::CommandLine const& line) {

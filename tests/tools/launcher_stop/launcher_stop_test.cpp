@@ -112,7 +112,7 @@ TEST_F(LauncherStopTool, RefusesWhatIsNoLauncher) {
     EXPECT_THAT(RunProgram({"/bin/sh", "-c", "exec " LAUNCHER_STOP " $$"}).errors,
                 EndsWith(no_id));
     EXPECT_EQ(StopWith({"4194303"}).end, "exit 3");
-    EXPECT_EQ(StopWith({directory.Path() / "no.json"}).end, "exit 3");
+    EXPECT_EQ(StopWith({directory.Write("other.json", "{}")}).end, "exit 3");
     EXPECT_FALSE(launcher->HasEnded());
     EXPECT_EQ(StopWith({}).end, "exit 0");
 }
@@ -299,6 +299,47 @@ TEST_F(LauncherStopTool, EndsWhatDeadLaunchersLeftIfItIsTold) {
     EXPECT_EQ(StopWith({list_file}).end, "exit 0");
     EXPECT_THAT(RunningPrograms(), IsEmpty());
     EXPECT_THAT(LaunchersAndForks(), IsEmpty());
+}
+
+TEST_F(LauncherStopTool, SaysWhatAnEarlierLauncherWithTheListHasLeft) {
+    std::string const list =
+        ListText({Item("a", {"--hold", "a"}), Item("b", {"--hold", "b"})});
+    Start(list);
+    WaitForStarts(2);
+    launcher->Signal(SIGKILL);
+    EXPECT_EQ(launcher->WaitForEnd(), "signal 9");
+    Start(list);
+    WaitForStarts(4);
+    ASSERT_TRUE(WaitUntilMainWaits());
+    ProgramRun const run = StopWith({list_file});
+    EXPECT_EQ(run.end, "exit 1");
+    EXPECT_EQ(run.output, Title() + "ended after SIGTERM\nsomething is left\n");
+    EXPECT_THAT(run.errors, HasSubstr("launchers that died have left 2 processes: "));
+    EXPECT_THAT(RunningPrograms(), SizeIs(2));
+    EXPECT_EQ(StopWith({"--leftovers", list_file}).end, "exit 0");
+}
+
+TEST_F(LauncherStopTool, SaysThatWithoutTheListNotAllThatIsLeftIsFound) {
+    Start(ListText({Item("a")}));
+    WaitForStarts(1);
+    ASSERT_TRUE(WaitUntilMainWaits());
+    std::filesystem::remove(list_file);
+    ProgramRun run = StopWith({});
+    EXPECT_EQ(run.end, "exit 1");
+    EXPECT_EQ(run.output, Title() + "ended after SIGTERM\nsomething may be left\n");
+    EXPECT_THAT(RunningPrograms(), IsEmpty());
+
+    std::string const complaint =
+        "launcher-stop: " + list_file.string() +
+        ": the list cannot be read, so not all that launchers have left is found\n";
+    EXPECT_EQ(run.errors, complaint);
+    run = StopWith({list_file});
+    EXPECT_EQ(run.end, "exit 1");
+    EXPECT_EQ(run.errors, complaint);
+    run = StopWith({"--leftovers", list_file});
+    EXPECT_EQ(run.end, "exit 1");
+    EXPECT_EQ(run.output, "something may be left\n");
+    EXPECT_EQ(run.errors, complaint);
 }
 
 TEST_F(LauncherStopTool, LetsLaunchWithGiveItsProgramTheGrace) {
