@@ -1,8 +1,9 @@
 #include "platform/user_processes.h"
 
+#include <libproc.h>
+#include <sys/proc_info.h>
 #include <sys/resource.h>
 #include <sys/sysctl.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -10,10 +11,10 @@
 
 namespace {
 
-// Returns how many processes this user has, or 0 if the system does not tell. The first
+// Returns how many processes the user has, or 0 if the system does not tell. The first
 // call asks for the size of their list, which is larger than needed; the second fills it.
-long CountProcesses() {
-    int name[] = {CTL_KERN, KERN_PROC, KERN_PROC_RUID, static_cast<int>(getuid())};
+long CountProcesses(uid_t user) {
+    int name[] = {CTL_KERN, KERN_PROC, KERN_PROC_RUID, static_cast<int>(user)};
     std::size_t size = 0;
     if (sysctl(name, 4, nullptr, &size, nullptr, 0) != 0) {
         return 0;
@@ -28,9 +29,12 @@ long CountProcesses() {
 
 }  // namespace
 
-std::optional<UserProcesses> CountUserProcesses() {
+std::optional<UserProcesses> CountProcessesOf(pid_t pid) {
+    proc_bsdinfo process = {};
     rlimit limit = {};
-    if (getuid() == 0 || getrlimit(RLIMIT_NPROC, &limit) != 0) {
+    if (proc_pidinfo(pid, PROC_PIDTBSDINFO, 0, &process, sizeof process) !=
+            static_cast<int>(sizeof process) ||
+        process.pbi_ruid == 0 || getrlimit(RLIMIT_NPROC, &limit) != 0) {
         return std::nullopt;
     }
     int most = 0;
@@ -38,7 +42,7 @@ std::optional<UserProcesses> CountUserProcesses() {
     if (sysctlbyname("kern.maxprocperuid", &most, &size, nullptr, 0) != 0) {
         return std::nullopt;
     }
-    long const running = CountProcesses();
+    long const running = CountProcesses(process.pbi_ruid);
     if (running == 0) {
         return std::nullopt;
     }
@@ -49,12 +53,4 @@ std::optional<UserProcesses> CountUserProcesses() {
 
 int ProcessesOfAnItem() {
     return 1;
-}
-
-std::optional<long> ProcessLimitOf(pid_t /*pid*/) {
-    rlimit limit = {};
-    if (getrlimit(RLIMIT_NPROC, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY) {
-        return std::nullopt;
-    }
-    return static_cast<long>(limit.rlim_cur);
 }

@@ -54,7 +54,7 @@ constexpr milliseconds kLongestDeath(10'000);
 constexpr milliseconds kLongerThanPause(100);
 
 // While so many more processes are possible, no fork fails for some seconds, even if a
-// chain grows.
+// chain grows. If the limit is small, half of it has to do.
 constexpr long kSpareProcesses = 100;
 
 // How many processes are named, and not only counted.
@@ -182,7 +182,7 @@ class LauncherStop {
             if (snapshot.Find(KeyOf(launcher)) == nullptr) {
                 return true;
             }
-            if (IsShortOfProcesses(snapshot)) {
+            if (IsShortOfProcesses()) {
                 return false;
             }
             std::vector<ThreadInfo> const threads = ReadThreads(launcher.id);
@@ -225,17 +225,11 @@ class LauncherStop {
         return is_certain;
     }
 
-    // Root has no limit.
-    bool IsShortOfProcesses(Snapshot const& snapshot) const {
-        std::optional<long> const limit = ProcessLimitOf(launcher.id);
-        if (!limit || launcher.user == 0) {
-            return false;
-        }
-        long running = 0;
-        for (ProcessInfo const& process : snapshot.All()) {
-            running += process.user == launcher.user ? process.threads : 0;
-        }
-        return running + kSpareProcesses > *limit;
+    bool IsShortOfProcesses() const {
+        std::optional<UserProcesses> const processes = CountProcessesOf(launcher.id);
+        return processes &&
+               processes->running + std::min(kSpareProcesses, processes->limit / 2) >
+                   processes->limit;
     }
 
     bool Kill() const { return Send(SIGKILL) && AwaitDeath(); }

@@ -1,5 +1,7 @@
 #include "tools/launchlist_check/list_walk.h"
 
+#include <unistd.h>
+
 #include <cstring>
 #include <optional>
 #include <unordered_map>
@@ -24,7 +26,7 @@ class ListWalk {
         : list(walked),
           report(list_report),
           programs(asks_machine ? &program_check : nullptr),
-          processes(asks_machine ? CountUserProcesses() : std::nullopt) {}
+          processes(asks_machine ? CountProcessesOf(getpid()) : std::nullopt) {}
 
     WalkResult Walk() {
         int i = 0;

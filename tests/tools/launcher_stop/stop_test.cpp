@@ -1,4 +1,5 @@
-// The end of what a launcher has left, with a process table that the tests make.
+// The end of a launcher and of what it has left, with a process table that the tests
+// make.
 
 #include "tools/launcher_stop/stop.h"
 
@@ -11,15 +12,18 @@
 #include "common/config/log.h"
 #include "harness/proc.h"
 #include "harness/process.h"
+#include "platform/user_processes.h"
 #include "tests/tools/running/processes.h"
 
 ILog* logger = nullptr;
 
 namespace {
 
-// The processes that a look at the system shows, and who has the id of one.
+// The processes that a look at the system shows, who has the id of one, and how many
+// there may be.
 std::function<std::vector<ProcessInfo>()> look;
 std::function<std::optional<ProcessInfo>(pid_t id)> find;
+std::optional<UserProcesses> count;
 
 }  // namespace
 
@@ -31,8 +35,16 @@ std::optional<ProcessInfo> ReadProcess(pid_t id) {
     return find(id);
 }
 
-std::vector<ThreadInfo> ReadThreads(pid_t /*id*/) {
-    return {};
+// The process is a launcher without items, whose main waits.
+std::vector<ThreadInfo> ReadThreads(pid_t id) {
+    ThreadInfo main;
+    main.id = id;
+    main.waits_for_thread = true;
+    return {main};
+}
+
+std::optional<UserProcesses> CountProcessesOf(pid_t /*pid*/) {
+    return count;
 }
 
 std::string DirectoryOf(pid_t /*id*/) {
@@ -57,6 +69,58 @@ std::vector<std::string> EndLeftovers() {
     EXPECT_TRUE(
         EndFamily(family, [&said](std::string const& line) { said.push_back(line); }));
     return said;
+}
+
+// Takes the process for a launcher with the list /list.json, which has no items, and
+// stops it. Returns the lines that this says.
+std::vector<std::string> StopAsLauncher(Process& process) {
+    ProcessInfo const launcher =
+        MakeProcess(process.Pid(), 1, {kLauncherFile, "main", "/list.json"});
+    look = [launcher, &process] {
+        return process.HasEnded() ? std::vector<ProcessInfo>{}
+                                  : std::vector<ProcessInfo>{launcher};
+    };
+    std::vector<std::string> said;
+    EXPECT_TRUE(StopLauncher({{launcher, "main", "/list.json"}, {}}, {},
+                             [&said](std::string const& line) { said.push_back(line); }));
+    return said;
+}
+
+class StopLauncherTest : public testing::Test {
+  protected:
+    StopLauncherTest() {
+        find = [](pid_t id) { return MakeProcess(id, 1, {}); };
+    }
+    ~StopLauncherTest() override { count.reset(); }
+
+    // The line that says how the launcher ended.
+    std::string Ended(std::string const& end) const {
+        return "launcher " + std::to_string(sleeper.Pid()) + " (main) " + end;
+    }
+
+    Process sleeper{{"/bin/sleep", "1000"}};
+};
+
+TEST_F(StopLauncherTest, SignalsNobodyWhoHasTheIdOfTheLauncherByNow) {
+    find = [](pid_t id) {
+        ProcessInfo other = MakeProcess(id, 1, {});
+        ++other.start;
+        return other;
+    };
+    EXPECT_THAT(StopAsLauncher(sleeper), testing::ElementsAre(Ended("had ended")));
+    EXPECT_FALSE(sleeper.HasEnded());
+}
+
+TEST_F(StopLauncherTest, SendsNoSigtermWhereOnlyFewMoreProcessesArePossible) {
+    count = {200, 101, true};
+    EXPECT_THAT(StopAsLauncher(sleeper), testing::ElementsAre(testing::StartsWith(
+                                             Ended("was ended by SIGKILL: it was not"))));
+}
+
+TEST_F(StopLauncherTest, SendsSigtermIfHalfOfASmallLimitIsFree) {
+    count = {60, 30, true};
+    EXPECT_THAT(StopAsLauncher(sleeper),
+                testing::ElementsAre(Ended("ended after SIGTERM")));
 }
 
 class EndFamilyTest : public testing::Test {
