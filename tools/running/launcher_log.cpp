@@ -60,11 +60,18 @@ void LauncherLog::Take(LogEvent const& event) {
     bool const has_name = event.kind == LogEventKind::Start ||
                           event.kind == LogEventKind::End ||
                           event.kind == LogEventKind::FailedFork;
-    if (!has_name || (event.time && *event.time < start - kTolerance)) {
+    if (!has_name) {
+        return;
+    }
+    // If the clock was set forward, the launcher's lines seem older than the launcher. An
+    // earlier process with its id is rare, and to believe that its fork failed is safe.
+    bool const is_failed_fork = event.kind == LogEventKind::FailedFork;
+    has_failed_fork = has_failed_fork || (is_failed_fork && event.process == process);
+    if (event.time && *event.time < start - kTolerance) {
         return;
     }
     if (event.process == process || event.process.empty()) {
-        has_failed_fork = has_failed_fork || event.kind == LogEventKind::FailedFork;
+        has_failed_fork = has_failed_fork || is_failed_fork;
         histories.try_emplace(event.name, start, launchlog_report::TimeRange())
             .first->second.Add(event, true);
     } else if (event.kind == LogEventKind::Start) {

@@ -17,7 +17,8 @@ namespace running {
 class LauncherLog {
   public:
     // Reads the logs of the launcher's user. Lines of other launchers, and lines that are
-    // older than the process, are skipped. Lines without a process id count.
+    // older than the process, are skipped; but see HasFailedFork. Lines without a process
+    // id count.
     explicit LauncherLog(Launcher const& launcher);
     LauncherLog(LauncherLog const&) = delete;
     LauncherLog& operator=(LauncherLog const&) = delete;
@@ -28,7 +29,8 @@ class LauncherLog {
     // Returns what the launcher logged about the item; null without a line.
     launchlog_report::ItemHistory const* Find(std::string const& item) const;
 
-    // Returns whether the launcher has logged that a fork failed.
+    // Returns true if the launcher has logged that a fork failed. A line with its process
+    // id counts even if it is older than the process, since the clock may have been set.
     bool HasFailedFork() const { return has_failed_fork; }
 
     // Returns the name of the item of which this process, a link of a chain, has logged a
