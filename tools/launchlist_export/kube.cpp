@@ -91,6 +91,7 @@ std::vector<File> WriteForKube(ExportedList const& list, FormatOptions const& op
                        CommentOnNotStarted(list, "# ", "") +
                        R"(# The image must have the programs; --image names another one.
 # Podman before 4.7 does not replace $$: arguments below that have it get one $ more.
+# Podman 4.3 refuses an argument that begins with two line feeds.
 # The launcher starts a program again 50 ms after each end. Kubernetes starts it at
 # once after the first end, then after 10 seconds, 20, 40, and up to 5 minutes. After 10
 # minutes without an end it begins anew.

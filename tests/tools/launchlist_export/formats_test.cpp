@@ -181,7 +181,18 @@ TEST(FindProblem, NamesTheArgumentThatIsNotText) {
               "");
 }
 
-TEST(FindFormat, KnowsFourNames) {
+TEST(FindFormat, EachOfTheFourSaysInCommentsWhatWillDiffer) {
+    for (std::string const format : {"systemd", "kube", "supervisord", "launchd"}) {
+        std::string const text = Write(format)[0].text;
+        for (std::string const words :
+             {"50 ms after", "sends SIGKILL at once", "gives no standard streams",
+              "working directory"}) {
+            EXPECT_THAT(text, HasSubstr(words)) << format;
+        }
+    }
+}
+
+TEST(FindFormat, KnowsNoOtherName) {
     EXPECT_EQ(FindFormat("cron"), nullptr);
     EXPECT_EQ(FindFormat(""), nullptr);
 }
