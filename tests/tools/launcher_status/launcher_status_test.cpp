@@ -104,6 +104,20 @@ TEST_F(LauncherStatusTool, ShowsAChainAndTheLinksThatADeadLauncherLeft) {
     EXPECT_EQ(RunProgram({LAUNCHER_STOP, "--leftovers", list_file}).end, "exit 0");
 }
 
+TEST_F(LauncherStatusTool, ShowsTheProgramBelowLaunchWithAndWhetherThatWaits) {
+    Start(ListText(
+        {ItemText("a", LAUNCH_WITH, {"--", TEST_PROGRAM, "--hold", "a"}),
+         ItemText("b", LAUNCH_WITH, {"--at-most-every", "1000", "--", "/bin/true"})}));
+    ASSERT_TRUE(WaitFor([this] { return Starts("a").size() == 1; }));
+    std::string const program = std::to_string(Starts("a")[0].pid);
+    EXPECT_TRUE(WaitFor([&program] {
+        return Items() ==
+               std::vector<std::string>{"a running " + program + " 0", "b waiting  0"};
+    }));
+    EXPECT_EQ(Status().end, "exit 1");
+    EXPECT_EQ(RunProgram({LAUNCHER_STOP}).end, "exit 0");
+}
+
 TEST_F(LauncherStatusTool, CannotTellWithoutTheListOrOfNewItems) {
     Start(ListText({Item("a")}));
     pid_t const program = WaitForStarts(1)[0].pid;
