@@ -49,6 +49,13 @@ def test_the_launcher_has_its_libraries_and_its_zeroed_data_in_its_file(launcher
     assert [segment for segment in segments if segment[4] != segment[5]] == []
 
 
+def test_launch_with_is_one_small_file(prefix):
+    # It stands beside every program.
+    program = prefix / "bin/launch-with"
+    run("readelf", "-dlW", program).expect(0).expect_no("NEEDED|INTERP")
+    assert program.stat().st_size < 1_000_000
+
+
 def test_the_threads_of_the_launcher_have_stacks_of_its_own(launcher, linked_in):
     # The linker leaves out what nobody calls. A stripped launcher, as in packages, does not
     # tell.

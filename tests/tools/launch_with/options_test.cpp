@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -149,6 +150,18 @@ TEST(LaunchWithOptions, NameLimitsWithASoftAndAHardValue) {
     EXPECT_EQ(limit.resource, RLIMIT_NOFILE);
     EXPECT_EQ(limit.value.rlim_cur, 1024U);
     EXPECT_EQ(limit.value.rlim_max, RLIM_INFINITY);
+}
+
+TEST(LaunchWithOptions, NameTheLimitsOfTheSystem) {
+    std::map<std::string, int> const resources = {
+        {"as", RLIMIT_AS},         {"core", RLIMIT_CORE},   {"cpu", RLIMIT_CPU},
+        {"data", RLIMIT_DATA},     {"fsize", RLIMIT_FSIZE}, {"memlock", RLIMIT_MEMLOCK},
+        {"nofile", RLIMIT_NOFILE}, {"nproc", RLIMIT_NPROC}, {"stack", RLIMIT_STACK}};
+    for (auto const& [name, resource] : resources) {
+        Limit limit = {};
+        EXPECT_TRUE(ReadLimit((name + "=1").c_str(), limit)) << name;
+        EXPECT_EQ(limit.resource, resource) << name;
+    }
 }
 
 TEST(LaunchWithOptions, KnowHelpAndVersionWithoutAProgram) {
