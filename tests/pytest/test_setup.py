@@ -164,3 +164,15 @@ def test_an_installation_without_effect_is_said(machine):
     bare.imitate("apt-get", "exit 0")
     bare.run("scripts/run").expect(
         1, "scripts/run: still missing after the installation: cmake")
+
+
+def test_a_test_that_is_named_builds_only_its_program(machine):
+    # CMake and CTest tell of build/dev, but build and test nothing.
+    lazy = machine()
+    lazy.imitate("cmake", 'case $1 in --build) echo "build: $*" ;;'
+                 ' *) exec /usr/bin/cmake "$@" ;; esac')
+    lazy.imitate("ctest", 'case $1 in -N) exec /usr/bin/ctest "$@" ;; esac')
+    lazy.run("scripts/test", "-R", "HoldName").expect(
+        0, r"build: .*--target process_handle_test")
+    lazy.run("scripts/test", "-R", "HoldName|Documentation").expect(
+        0, "build: .*").expect_no("--target")
