@@ -36,7 +36,6 @@ if(TARGET jsoncpp)
     launchlog-report)
 endif()
 
-# libuuid is not: the linker drops it, because no program makes identifiers.
 if(STATIC_LIBRARIES AND TARGET jsoncpp AND CMAKE_SYSTEM_NAME STREQUAL "Linux")
   add_component(libstdc++ ${CMAKE_CXX_COMPILER_VERSION}
     "GPL-3.0-or-later WITH GCC-exception-3.1" launcher liblogger)
@@ -63,7 +62,11 @@ file(CONFIGURE OUTPUT ${bill} @ONLY CONTENT "{
       \"bom-ref\": \"tamlin-launcher\",
       \"name\": \"tamlin-launcher\",
       \"version\": \"@PROJECT_VERSION@\"
-    }
+    },
+    \"properties\": [{
+      \"name\": \"not linked into any program\",
+      \"value\": \"libuuid: no program makes identifiers\"
+    }]
   },
   \"components\": [
 @components@

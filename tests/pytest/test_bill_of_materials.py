@@ -1,6 +1,7 @@
 """Tests that the bill of materials lists what is linked into the programs, and nothing else."""
 
 import json
+import pathlib
 import re
 import subprocess
 
@@ -13,6 +14,8 @@ FUNCTIONS = {
     "libstdc++": r" [TtW] (operator delete\(|std::terminate\()",
     "glibc": r" [TtW] __libc_start_main",
 }
+# What the linker may get that is not of the project. The C++ library it knows itself.
+ARCHIVES = {"libjsoncpp.a", "libuuid.a", "-lc"}
 
 
 def output_of(*command):
@@ -63,6 +66,21 @@ def test_it_lists_what_each_program_contains(bill, programs):
                  for library, function in FUNCTIONS.items()
                  if re.search(function, output_of("nm", "-C", file))}
     assert listed == contained
+
+
+def archives_of_link(command):
+    """Returns the libraries in a command of the build, without those in folders of the build,
+    which are the project's own."""
+    words = re.split(r"[\s,]+", command)
+    archives = {pathlib.Path(word).name for word in words
+                if word.endswith(".a") and (word.startswith("/") or "/" not in word)}
+    return archives | {word for word in words if word.startswith("-l")}
+
+
+def test_nothing_is_linked_that_is_not_looked_for(release, programs):
+    for file in programs.values():
+        commands = output_of("ninja", "-C", release, "-t", "commands", file.name)
+        assert archives_of_link(commands.splitlines()[-1]) <= ARCHIVES
 
 
 def test_it_has_the_versions_that_are_linked(bill, programs):
