@@ -139,17 +139,19 @@ def test_a_launcher_that_runs_is_the_newest(tmp_path, build, report, log):
     launch_list = write_list(tmp_path / "list.json", steady_item(tmp_path / "pid"))
     metrics = tmp_path / "launcher.prom"
 
-    def state(name):
+    def state(name, item="steady"):
         run(report, "--metrics", metrics, "--list", launch_list).expect(0)
-        return value_in(metrics, f"launcher_item_{name}", item="steady")
+        return value_in(metrics, f"launcher_item_{name}", item=item)
 
     log.parent.mkdir(parents=True)
-    log.write_text("2026-11-21T10:00:00.000Z ERROR 99999 [LAUNCHER  ] Failed to fork steady\n")
-    assert state("given_up") == 1
+    log.write_text("".join(
+        f"2026-11-21T10:00:00.000Z ERROR 99999 [LAUNCHER  ] Failed to fork {item}\n"
+        for item in ("steady", "no longer in the list")))
+    assert state("given_up") == state("given_up", "no longer in the list") == 1
     # It has nothing to log while its program runs.
     with Command(build / "Tamlin.app/Contents/MacOS/launcher", "demo", launch_list):
         wait_until(lambda: state("running"))
-        assert state("given_up") == 0
+        assert state("given_up") == state("given_up", "no longer in the list") == 0
 
 
 def free_port():

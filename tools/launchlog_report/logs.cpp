@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <iterator>
 
 #include "tools/launchlog_report/compression.h"
 #include "tools/launchlog_report/log_files.h"
@@ -39,10 +40,11 @@ std::string ProblemLine(std::string const& path, std::string const& problem) {
 }  // namespace
 
 void Logs::Read(std::vector<std::string> const& paths, bool follow) {
+    std::size_t number = logs.size();
     Group(paths);
-    std::size_t number = 0;
-    for (Log& log : logs) {
-        ReadLog(log, number, follow);
+    for (auto log = std::next(logs.begin(), static_cast<long>(number)); log != logs.end();
+         ++log) {
+        ReadLog(*log, number, follow);
         ++number;
     }
 }

@@ -40,7 +40,7 @@ class Logs {
 
     // Reads the files: of each log first the rotated files, in the order of the times in
     // them, then the log itself. With `follow` a log may be missing, and its last line
-    // may be incomplete. Call it once.
+    // may be incomplete. Called again, it reads only the logs that are new.
     void Read(std::vector<std::string> const& paths, bool follow);
 
     // Passes on what was written to the logs since the last call.

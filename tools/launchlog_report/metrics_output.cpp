@@ -86,12 +86,6 @@ bool AddRunning(std::map<std::string, ItemState>& states, GivenUpByLog const& lo
     if (!list.empty()) {
         launchers = running::WithList(launchers, list);
     }
-    // A launcher that runs is the newest, though it may not have logged a line yet.
-    for (running::LauncherWithItems const& it : launchers) {
-        for (running::LaunchItem const& item : it.list.items) {
-            states[tools::ToUtf8(item.name)].is_given_up = false;
-        }
-    }
     for (running::LauncherWithItems const& it : launchers) {
         running::LogAnswers const log = {[&](std::string const& item) {
                                              return HasGivenUp(logs, it.launcher,
@@ -117,9 +111,9 @@ std::string AbsolutePath(std::string const& path) {
 }
 
 // Reads the logs, and adds up what the metrics need.
-class Counter {
+class MetricsReader {
   public:
-    explicit Counter(Carried const& before)
+    explicit MetricsReader(Carried const& before)
         : given_up(before.given_up),
           summary(Now()),
           counter(before, [this](std::size_t log) { return PathOf(log); }),
@@ -129,14 +123,18 @@ class Counter {
                 counter.TakeLine(line, is_understood, log);
             });
     }
-    Counter(Counter const&) = delete;
-    Counter& operator=(Counter const&) = delete;
+    MetricsReader(MetricsReader const&) = delete;
+    MetricsReader& operator=(MetricsReader const&) = delete;
 
     void Read(std::vector<std::string> const& paths) {
         logs.Read(paths, true);
         counter.FinishFirstRead();
     }
-    void ReadOn() { logs.ReadOn(); }
+    // Reads what was written since the last call, also to those of the logs that are new.
+    void ReadOn(std::vector<std::string> const& paths) {
+        logs.ReadOn();
+        logs.Read(paths, true);
+    }
     std::vector<std::string> Problems() const { return logs.Problems(); }
 
     Carried Result() const {
@@ -168,10 +166,10 @@ class Counter {
     Logs logs;
 };
 
-Metrics MakeMetrics(Counter& counter, Options const& options) {
+Metrics MakeMetrics(MetricsReader& reader, Options const& options) {
     Metrics metrics;
-    metrics.counted = counter.Result();
-    for (Row const& row : counter.Items()) {
+    metrics.counted = reader.Result();
+    for (Row const& row : reader.Items()) {
         ItemState& state = metrics.states[tools::ToUtf8(row.name)];
         state.has_no_program = state.has_no_program || row.no_program;
         state.is_chain = state.is_chain || row.chain;
@@ -182,16 +180,20 @@ Metrics MakeMetrics(Counter& counter, Options const& options) {
             metrics.states.try_emplace(tools::ToUtf8(item.name));
         }
     }
-    AddGivenUp(metrics.states, metrics.counted.given_up);
     metrics.is_launcher_up =
         AddRunning(metrics.states, metrics.counted.given_up, options.list);
+    // A launcher that runs is the newest, though it may not have logged a line yet.
+    if (!metrics.is_launcher_up) {
+        AddGivenUp(metrics.states, metrics.counted.given_up);
+    }
     return metrics;
 }
 
-// Writes a text to a file if it has changed, or if the file is old.
-class Writer {
+// The file of the metrics, written anew if its text has changed or if it is old.
+class MetricsFile {
   public:
-    Writer(std::string path, Complain const& to) : file(std::move(path)), complain(to) {}
+    MetricsFile(std::string path, Complain const& to)
+        : file(std::move(path)), complain(to) {}
 
     // Returns whether the file is as it should be.
     bool Write(std::string const& text) {
@@ -218,34 +220,27 @@ class Writer {
 
 }  // namespace
 
-int WriteMetrics(std::vector<std::string> paths, Options const& options,
+int WriteMetrics(std::vector<std::string> const& paths, Options const& options,
                  Complain const& complain) {
     std::optional<Carried> carried = ReadCarried(options.metrics, complain);
     if (!carried) {
         return 1;
     }
-    Counter counter(*carried);
-    Writer writer(options.metrics, complain);
+    MetricsReader reader(*carried);
+    MetricsFile file(options.metrics, complain);
     Signals signals;
-    // A launcher makes its log with the first line, which may come late.
-    while (options.follow && paths.empty() && !signals.IsEndAsked()) {
-        writer.Write(ToText(MakeMetrics(counter, options)));
-        signals.Wait(kMillisecondsBetweenReads);
-        paths = FindLogs(GetHomePath());
-    }
-    counter.Read(paths);
-    for (std::string const& unread : counter.Problems()) {
+    reader.Read(paths);
+    for (std::string const& unread : reader.Problems()) {
         complain(unread);
     }
-    bool is_written = writer.Write(ToText(MakeMetrics(counter, options)));
-    if (options.follow) {
-        while (!signals.IsEndAsked()) {
-            signals.Wait(kMillisecondsBetweenReads);
-            counter.ReadOn();
-            is_written = writer.Write(ToText(MakeMetrics(counter, options)));
-        }
+    bool is_written = file.Write(ToText(MakeMetrics(reader, options)));
+    while (options.follow && !signals.IsEndAsked()) {
+        signals.Wait(kMillisecondsBetweenReads);
+        // A launcher makes its log with the first line, which may come late.
+        reader.ReadOn(options.logs.empty() ? FindLogs(GetHomePath()) : options.logs);
+        is_written = file.Write(ToText(MakeMetrics(reader, options)));
     }
-    return is_written && counter.Problems().empty() ? 0 : 1;
+    return is_written && reader.Problems().empty() ? 0 : 1;
 }
 
 }  // namespace launchlog_report

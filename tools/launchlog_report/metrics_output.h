@@ -15,7 +15,7 @@ namespace launchlog_report {
 // again whenever they change, and every 15 seconds, until a signal ends that. The list of
 // the options, if any, can be read. Passes what goes wrong to `complain`. Returns the
 // exit code of the program.
-int WriteMetrics(std::vector<std::string> paths, Options const& options,
+int WriteMetrics(std::vector<std::string> const& paths, Options const& options,
                  std::function<void(std::string const& problem)> const& complain);
 
 }  // namespace launchlog_report

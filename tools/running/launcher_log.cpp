@@ -35,15 +35,8 @@ LauncherLog::LauncherLog(Launcher const& launcher)
 }
 
 void LauncherLog::ReadOn() {
-    if (has_logs) {
-        logs.ReadOn();
-        return;
-    }
-    std::vector<std::string> const paths = launchlog_report::FindLogs(HomeOf(user));
-    has_logs = !paths.empty();
-    if (has_logs) {
-        logs.Read(paths, true);
-    }
+    logs.ReadOn();
+    logs.Read(launchlog_report::FindLogs(HomeOf(user)), true);
 }
 
 launchlog_report::ItemHistory const* LauncherLog::Find(std::string const& item) const {

@@ -23,7 +23,8 @@ class LauncherLog {
     LauncherLog(LauncherLog const&) = delete;
     LauncherLog& operator=(LauncherLog const&) = delete;
 
-    // Reads what was written since the last call. The first log may come only now.
+    // Reads what was written since the last call, also to logs that were not there
+    // before.
     void ReadOn();
 
     // Returns what the launcher logged about the item; null without a line.
@@ -42,7 +43,6 @@ class LauncherLog {
 
     std::string const process;
     uid_t const user;
-    bool has_logs = false;
     bool has_failed_fork = false;
     launchlog_report::Time const start;
     std::map<std::string, launchlog_report::ItemHistory> histories;

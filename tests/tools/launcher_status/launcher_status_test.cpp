@@ -147,6 +147,9 @@ TEST_F(LauncherStatusTool, WatchesUntilASignal) {
 
 TEST_F(LauncherStatusTool, WatchPrintsTheReportAgainAfterARestart) {
     SetLogLevel("ERROR");
+    directory.Write("home/Library/Logs/Other/voplog/launcher.log",
+                    "2026-11-21T10:00:00Z ERROR 99999 [LAUNCHER  ] a 7 is killed. "
+                    "ret = 7, status = 256\n");
     Start(ListText({Item("a")}));
     std::string const output = directory.Path() / "output";
     Process const watch(

@@ -32,9 +32,11 @@ TEST(OwnLogs, AreReadIfNoLogIsNamed) {
                                            testing::HasSubstr("\n  b ")));
 }
 
-TEST(OwnLogs, MetricsAreWrittenBeforeThereIsALog) {
+TEST(OwnLogs, MetricsAreWrittenBeforeThereIsALogAndFollowTheOneThatComes) {
     TempDirectory const home;
     PasswdEntry const user(home.Path());
+    home.Write("Library/Logs/Other/voplog/launcher.log",
+               "[LAUNCHER  ] c 7 is killed. ret = 7, status = 256\n");
     std::string const list = home.Write("list.json", R"({"0": {"name": "a"}})");
     std::string const metrics = home.Path() / "launcher.prom";
     Process follower(
@@ -43,6 +45,7 @@ TEST(OwnLogs, MetricsAreWrittenBeforeThereIsALog) {
         return ReadFile(metrics).find("\nlauncher_up 0\n") != std::string::npos;
     }));
     EXPECT_THAT(ReadFile(metrics), testing::HasSubstr("{item=\"a\"} 0\n"));
+    EXPECT_THAT(ReadFile(metrics), testing::HasSubstr("{item=\"c\"} 0\n"));
     home.Write("Library/Logs/Tamlin/voplog/launcher.log",
                "[LAUNCHER  ] b 7 is killed. ret = 7, status = 256\n");
     EXPECT_TRUE(WaitFor([&metrics] {
