@@ -132,15 +132,13 @@ struct Collected {
 // and what the log shows running.
 std::vector<Row> WithProgramsThatNeverEnded(std::vector<Row> rows,
                                             Timeline const& timeline,
-                                            std::string const& list) {
+                                            running::LaunchItems const& list) {
     std::set<std::string> names;
     for (auto const& [name, item] : timeline.Items()) {
         names.insert(name);
     }
-    if (!list.empty()) {
-        for (running::LaunchItem const& item : running::ReadLaunchItems(list).items) {
-            names.insert(item.name);
-        }
+    for (running::LaunchItem const& item : list.items) {
+        names.insert(item.name);
     }
     for (Row const& row : rows) {
         names.erase(row.name);
@@ -156,11 +154,10 @@ std::vector<Row> WithProgramsThatNeverEnded(std::vector<Row> rows,
 
 // Writes the page to its file. Returns whether it could.
 bool WritePage(Report report, Timeline& timeline, Logs const& logs,
-               Options const& options) {
+               Options const& options, running::LaunchItems const& list) {
     timeline.Finish();
     timeline.Limit(kMostMarks);
-    report.items =
-        WithProgramsThatNeverEnded(std::move(report.items), timeline, options.list);
+    report.items = WithProgramsThatNeverEnded(std::move(report.items), timeline, list);
     Sort(report.items, options.sort.value_or(SortKey::Marked));
     std::string const problem =
         ReplaceFile(options.html, ToPage(report, timeline, logs.Paths()));
@@ -172,11 +169,11 @@ bool WritePage(Report report, Timeline& timeline, Logs const& logs,
 
 // Prints or writes what was asked for. Returns whether it could.
 bool Output(Report const& report, Collected& collected, Logs const& logs,
-            Options const& options) {
+            Options const& options, running::LaunchItems const& list) {
     if (!options.html.empty()) {
         // A good page stays.
         return !IsUnreadable(report, logs) &&
-               WritePage(report, collected.timeline, logs, options);
+               WritePage(report, collected.timeline, logs, options, list);
     }
     if (options.ends) {
         collected.ends.Print();
@@ -189,7 +186,8 @@ bool Output(Report const& report, Collected& collected, Logs const& logs,
 }
 
 // Reads the logs and prints the report. Returns the exit code.
-int ReportOn(std::vector<std::string> const& paths, Options const& options) {
+int ReportOn(std::vector<std::string> const& paths, Options const& options,
+             running::LaunchItems const& list) {
     Collected collected(options);
     Logs logs([&](LogEvent const& event, std::size_t log) {
         collected.summary.Add(event, log);
@@ -208,7 +206,7 @@ int ReportOn(std::vector<std::string> const& paths, Options const& options) {
         return is_shown && logs.Problems().empty() ? 0 : 1;
     }
     Report const report = MakeReport(options, collected.summary, logs);
-    if (!Output(report, collected, logs, options)) {
+    if (!Output(report, collected, logs, options, list)) {
         return 1;
     }
     int const code = logs.Problems().empty() ? 0 : 1;
@@ -222,10 +220,11 @@ int Main(int argc, char** argv) {
     if (code) {
         return *code;
     }
-    std::string const problem =
-        options.list.empty() ? "" : running::ReadLaunchItems(options.list).problem;
-    if (!problem.empty()) {
-        PrintProblem(options.list + ": " + problem);
+    running::LaunchItems const list = options.list.empty()
+                                          ? running::LaunchItems()
+                                          : running::ReadLaunchItems(options.list);
+    if (!list.problem.empty()) {
+        PrintProblem(options.list + ": " + list.problem);
         return 1;
     }
     std::vector<std::string> const paths =
@@ -239,7 +238,7 @@ int Main(int argc, char** argv) {
         return WriteMetrics(paths, options, PrintProblem);
     }
     SetCharacterWidths();
-    return ReportOn(paths, options);
+    return ReportOn(paths, options, list);
 }
 
 }  // namespace

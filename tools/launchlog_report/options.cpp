@@ -113,7 +113,8 @@ std::string FindConflictOfMetrics(Options const& options) {
     if (options.metrics.empty()) {
         return "--metrics needs a file";
     }
-    if (std::count(options.logs.begin(), options.logs.end(), "-") > 0) {
+    if (options.list == "-" ||
+        std::count(options.logs.begin(), options.logs.end(), "-") > 0) {
         return "--metrics is for files, not for the standard input";
     }
     for (char const* const other :

@@ -25,7 +25,8 @@ struct Options {
     bool ends = false;
     // The file to write the metrics to; empty for no metrics.
     std::string metrics;
-    // The launch list whose items are shown, though they never ended; empty for none.
+    // The launch list whose items are shown, though they never ended; with `metrics` only
+    // launchers of this list count as running. Empty for none.
     std::string list;
     // The file to write the page to; empty for no page.
     std::string html;

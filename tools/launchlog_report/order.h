@@ -16,7 +16,7 @@ namespace launchlog_report {
 // What the rows are ordered by.
 enum class SortKey {
     Marked,     // the marked ones first
-    Name,       // as people count
+    Name,       // item2 before item10
     Restarts,   // the most first
     PerMinute,  // the most first
     FirstEnd,   // the newest first

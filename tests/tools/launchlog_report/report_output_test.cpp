@@ -319,6 +319,17 @@ TEST_F(LaunchlogReport, APageHasTheProgramsThatNeverEnded) {
     EXPECT_EQ(text.find(R"("name":"a")", a + 1), std::string::npos);
 }
 
+TEST_F(LaunchlogReport, ReadsTheListOnce) {
+    Append("launcher.log", Line("a", 0));
+    std::string const page = directory.Path() / "page.html";
+    ProgramRun const run = RunProgram(
+        {"/bin/sh", "-c",
+         "echo '{\"0\": {\"name\": \"listed\"}}' | \"$0\" --html \"$1\" --list - \"$2\"",
+         LAUNCHLOG_REPORT, page, log});
+    EXPECT_EQ(run.errors + run.end, "exit 0");
+    EXPECT_THAT(ReadFile(page), HasSubstr(R"("name":"listed")"));
+}
+
 TEST_F(LaunchlogReport, AListThatCannotBeReadIsAnError) {
     Append("launcher.log", Line("a", 0));
     std::string const page = directory.Path() / "page.html";
@@ -378,6 +389,8 @@ TEST_F(LaunchlogReport, AWrongCommandLineGivesTwo) {
         {{"--list", "a"}, "--list needs --html or --metrics"},
         {{"--metrics="}, "--metrics needs a file"},
         {{"--metrics", "a", "-"}, "--metrics is for files, not for the standard input"},
+        {{"--metrics", "a", "--list", "-"},
+         "--metrics is for files, not for the standard input"},
         {{"--metrics", "a", "--until", "now"},
          "--metrics cannot be combined with --until"},
         {{"--html="}, "--html needs a file"},
