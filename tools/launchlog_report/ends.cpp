@@ -15,9 +15,7 @@ ProgramRunEnd MakeEnd(LogEvent const& event, std::optional<Time> const& start,
     end.process = event.child;
     end.launcher = event.process;
     end.time = event.time;
-    if (event.ret != -1) {
-        end.status = DecodeWaitStatus(event.status);
-    }
+    end.status = StatusOf(event);
     end.cause = CauseOf(end.status);
     // If the clock was set back, nobody knows.
     if (start && event.time && *event.time >= *start) {
@@ -57,8 +55,8 @@ char const* CauseName(Cause cause) {
     return "unknown";
 }
 
-std::size_t Ends::Add(LogEvent const& event, std::size_t log) {
-    std::size_t const life = lives.Add(event, log);
+std::optional<std::size_t> Ends::Add(LogEvent const& event, std::size_t log) {
+    std::optional<std::size_t> const life = lives.Add(event, log);
     if (event.kind == LogEventKind::NoProgram) {
         AddNoProgram(event, log);
     }
@@ -66,7 +64,7 @@ std::size_t Ends::Add(LogEvent const& event, std::size_t log) {
         event.kind != LogEventKind::FailedFork) {
         return life;
     }
-    Run& run = FindRun(event, log, life);
+    Run& run = FindRun(event, log, *life);
     if (event.kind == LogEventKind::End) {
         AddEnd(event, log, run);
     } else {
@@ -89,6 +87,9 @@ Ends::Run& Ends::FindRun(LogEvent const& event, std::size_t log, std::size_t lif
         last = event.process;
     }
     Run& run = runs[{log, event.process, event.name}];
+    if (run.life != life) {
+        PassOnStop(run);
+    }
     if (run.doubted || run.life != life) {
         run.start.reset();
     }
@@ -127,12 +128,17 @@ void Ends::AddEnd(LogEvent const& event, std::size_t log, Run& run) {
 
 void Ends::Finish() {
     for (auto& [key, run] : runs) {
-        if (run.possible_stop) {
-            run.possible_stop->cause = Cause::Stop;
-            take(*run.possible_stop);
-            run.possible_stop.reset();
-            run.start.reset();
-        }
+        PassOnStop(run);
+    }
+}
+
+// Passes on the last end, if there was one by SIGKILL, as a stop.
+void Ends::PassOnStop(Run& run) {
+    if (run.possible_stop) {
+        run.possible_stop->cause = Cause::Stop;
+        take(*run.possible_stop);
+        run.possible_stop.reset();
+        run.start.reset();
     }
 }
 

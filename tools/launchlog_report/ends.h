@@ -77,22 +77,24 @@ struct OpenProgramRun {
 // A program started when its launcher logged that, at level DEBUG. At level ERROR it
 // started 50 ms after the end before it, if the same launcher logged that. Its start is
 // unknown if another process has logged a line of the item since: that is a link of a
-// chain, so the program was not executed, or it is another launcher. So it is if the item
-// has no program.
+// chain, so the program was not executed, or it is another launcher. It is unknown, too,
+// if the item has no program.
 class Ends {
   public:
     using Taker = std::function<void(ProgramRunEnd const& end)>;
 
-    // An end by SIGKILL is passed on only with the launcher's next end of the item, which
-    // shows that it was no stop. So the ends come in the order of their lines only for
-    // one launcher and item.
+    // An end by SIGKILL is passed on only with the next line of the item: the next end by
+    // the same launcher shows that it was no stop, any line by a later launcher with the
+    // same process id that it was one. So the ends come in the order of their lines only
+    // for one launcher and item.
     explicit Ends(Taker taker) : take(std::move(taker)) {}
 
     // Takes a line. The lines of one log come in their order. Returns the number of the
-    // launcher's life that it belongs to.
-    std::size_t Add(LogEvent const& event, std::size_t log);
+    // launcher's life that it belongs to; std::nullopt if its process is not known to be
+    // a launcher.
+    std::optional<std::size_t> Add(LogEvent const& event, std::size_t log);
 
-    // Passes on the ends that were stops.
+    // Passes on the last ends that were stops.
     void Finish();
 
     // Returns the runs whose starts are known, and that did not end. Call it after
@@ -113,6 +115,7 @@ class Ends {
     Run& FindRun(LogEvent const& event, std::size_t log, std::size_t life);
     void AddEnd(LogEvent const& event, std::size_t log, Run& run);
     void AddNoProgram(LogEvent const& event, std::size_t log);
+    void PassOnStop(Run& run);
 
     Taker take;
     LauncherLives lives;

@@ -13,7 +13,7 @@ constexpr Time kLongestPause = 5000;
 
 }  // namespace
 
-void ItemHistory::Add(LogEvent const& event, bool is_launcher) {
+void ItemHistory::Add(LogEvent const& event, bool is_launcher, std::size_t life) {
     if (event.kind == LogEventKind::NoProgram) {
         AddNoProgram(event);
         return;
@@ -27,7 +27,7 @@ void ItemHistory::Add(LogEvent const& event, bool is_launcher) {
     if (event.kind == LogEventKind::Start) {
         AddStart(event);
     } else if (event.kind == LogEventKind::End) {
-        AddEnd(event);
+        AddEnd(event, life);
     }
 }
 
@@ -52,26 +52,23 @@ void ItemHistory::AddStart(LogEvent const& event) {
     }
 }
 
-void ItemHistory::CountEnd(LogEvent const& event) {
+void ItemHistory::CountEnd(LogEvent const& event, std::size_t life) {
     first_end = first_end ? first_end : event.time;
     last_end = event.time;
     ++ends;
     if (event.time && *event.time > now - kRateWindow) {
         recent.push_back(*event.time);
     }
-    last_status.reset();
-    if (event.ret != -1) {
-        last_status = DecodeWaitStatus(event.status);
-    }
-    stops.erase(event.process);
+    last_status = StatusOf(event);
+    stops.erase(life);
     if (last_status && last_status->signal == SIGKILL) {
-        stops[event.process] = event.time;
+        stops[life] = event.time;
     }
 }
 
-void ItemHistory::AddEnd(LogEvent const& event) {
+void ItemHistory::AddEnd(LogEvent const& event, std::size_t life) {
     if (range.Has(event.time)) {
-        CountEnd(event);
+        CountEnd(event, life);
     }
     // If the log has no process ids, this is the end of the last child.
     bool const had_no_program = children_without_program.erase(event.child) > 0 ||

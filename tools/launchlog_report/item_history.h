@@ -3,6 +3,7 @@
 #ifndef TOOLS_LAUNCHLOG_REPORT_ITEM_HISTORY_H
 #define TOOLS_LAUNCHLOG_REPORT_ITEM_HISTORY_H
 
+#include <cstddef>
 #include <map>
 #include <optional>
 #include <set>
@@ -23,8 +24,8 @@ class ItemHistory {
     ItemHistory(Time time, TimeRange const& covered) : now(time), range(covered) {}
 
     // Takes a line of the item. `is_launcher` says that the line's process is known to be
-    // a launcher.
-    void Add(LogEvent const& event, bool is_launcher);
+    // a launcher, `life` which one it is; see LauncherLives.
+    void Add(LogEvent const& event, bool is_launcher, std::size_t life);
 
     // Takes note that a process is a launcher, not a link of a chain.
     void NoteLauncher(std::string const& process) { chain.Forget(process); }
@@ -57,8 +58,8 @@ class ItemHistory {
 
   private:
     void AddStart(LogEvent const& event);
-    void AddEnd(LogEvent const& event);
-    void CountEnd(LogEvent const& event);
+    void AddEnd(LogEvent const& event, std::size_t life);
+    void CountEnd(LogEvent const& event, std::size_t life);
     void AddNoProgram(LogEvent const& event);
     bool IsInLastMinute(Time time) const;
 
@@ -71,8 +72,8 @@ class ItemHistory {
     std::optional<ProgramEnd> last_status;
     // The ends that a report may count as those of the last minute.
     std::vector<Time> recent;
-    // The launcher processes whose last end of the item was a SIGKILL, and when.
-    std::map<std::string, std::optional<Time>> stops;
+    // The launchers whose last end of the item was a SIGKILL, by their lives, and when.
+    std::map<std::size_t, std::optional<Time>> stops;
     bool is_given_up = false;
     // The last line that said so; its process is the parent that logged the end, if
     // known.

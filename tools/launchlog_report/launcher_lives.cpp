@@ -2,8 +2,6 @@
 
 #include <csignal>
 
-#include "tools/launchlog_report/wait_status.h"
-
 namespace launchlog_report {
 namespace {
 
@@ -16,8 +14,8 @@ bool IsAboutItem(LogEvent const& event) {
 }
 
 bool IsKill(LogEvent const& event) {
-    return event.kind == LogEventKind::End && event.ret != -1 &&
-           DecodeWaitStatus(event.status).signal == SIGKILL;
+    std::optional<ProgramEnd> const status = StatusOf(event);
+    return event.kind == LogEventKind::End && status && status->signal == SIGKILL;
 }
 
 bool IsLongAfter(std::optional<Time> const& before, std::optional<Time> const& time) {
@@ -52,7 +50,12 @@ void LauncherLives::AddItemLine(Life& life, LogEvent const& event) {
     life.killed += line.is_kill ? 1 : 0;
 }
 
-std::size_t LauncherLives::Add(LogEvent const& event, std::size_t log) {
+std::optional<std::size_t> LauncherLives::Add(LogEvent const& event, std::size_t log) {
+    // An item without a program makes a process that logs such a line 20 times a second.
+    if (event.kind == LogEventKind::NoProgram || event.kind == LogEventKind::Other) {
+        auto const known = lives.find({log, event.process});
+        return known == lives.end() ? std::nullopt : std::optional(known->second.number);
+    }
     auto const [entry, is_new] = lives.try_emplace({log, event.process});
     Life& life = entry->second;
     if (is_new || IsOfAnother(life, event)) {

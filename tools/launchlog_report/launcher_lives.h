@@ -1,7 +1,8 @@
 // Which launcher wrote a line, though a later launcher may get the same process id.
 //
 //   LauncherLives lives;
-//   std::size_t const life = lives.Add(event, 0);    // for each line of log number 0
+//   std::optional<std::size_t> const life = lives.Add(event, 0);   // for each line of
+//   log 0
 
 #ifndef TOOLS_LAUNCHLOG_REPORT_LAUNCHER_LIVES_H
 #define TOOLS_LAUNCHLOG_REPORT_LAUNCHER_LIVES_H
@@ -22,15 +23,17 @@ namespace launchlog_report {
 //     end in between;
 //   - logs a message of the start-up more than a minute after its first line;
 //   - knows two items or more, and the last line of each was an end by SIGKILL, as in a
-//     stop.
+//     stop; but the kill of an item that was not killed yet is still of that stop.
 //
 // The last may also be a launcher whose programs were all killed by somebody else. A
-// launcher that died without a stop is not told from the next one with its process id.
+// launcher that died without a stop cannot be told apart from the next one with its
+// process id.
 class LauncherLives {
   public:
     // Takes a line, in the order of the lines of one log. Returns the number of the life
-    // that it belongs to; the numbers count from 0.
-    std::size_t Add(LogEvent const& event, std::size_t log);
+    // that it belongs to; the numbers count from 0. Returns std::nullopt if the line does
+    // not show that its process is a launcher.
+    std::optional<std::size_t> Add(LogEvent const& event, std::size_t log);
 
   private:
     // The last line about an item.

@@ -15,12 +15,6 @@ std::uint64_t HashOf(std::string const& text, std::uint64_t hash) {
     return hash;
 }
 
-Cause CauseOf(LogEvent const& event) {
-    return CauseOf(event.ret == -1
-                       ? std::nullopt
-                       : std::optional<ProgramEnd>(DecodeWaitStatus(event.status)));
-}
-
 }  // namespace
 
 void Totals::Add(Totals const& other) {
@@ -92,7 +86,7 @@ void LineCounter::TakeEvent(LogEvent const& event, std::size_t number) {
     if (event.kind == LogEventKind::End) {
         Count(Find(number), [&event](Totals& totals) {
             ItemTotals& item = totals.items[tools::ToUtf8(event.name)];
-            ++item.ends[static_cast<std::size_t>(CauseOf(event))];
+            ++item.ends[static_cast<std::size_t>(CauseOf(StatusOf(event)))];
             item.last_end = std::max(item.last_end, event.time);
         });
     }
@@ -101,6 +95,9 @@ void LineCounter::TakeEvent(LogEvent const& event, std::size_t number) {
 
 // An end that turns out to be no stop counts with the line that shows it.
 void LineCounter::CountRestart(ProgramRunEnd const& end) {
+    if (end.cause == Cause::Stop) {
+        return;
+    }
     Count(Find(end.log),
           [&end](Totals& totals) { ++totals.items[tools::ToUtf8(end.item)].restarts; });
 }

@@ -163,4 +163,11 @@ std::optional<LogEvent> ParseLogLine(std::string const& line) {
     return event;
 }
 
+std::optional<ProgramEnd> StatusOf(LogEvent const& end) {
+    if (end.ret == -1) {
+        return std::nullopt;
+    }
+    return DecodeWaitStatus(end.status);
+}
+
 }  // namespace launchlog_report

@@ -14,6 +14,7 @@
 #include <string>
 
 #include "tools/launchlog_report/time_stamp.h"
+#include "tools/launchlog_report/wait_status.h"
 
 namespace launchlog_report {
 
@@ -46,6 +47,10 @@ struct LogEvent {
 // Returns what the line says; std::nullopt if it is not a line of a launcher's log. A
 // name may hold anything, even the text of a message: the last numbers of the line count.
 std::optional<LogEvent> ParseLogLine(std::string const& line);
+
+// Returns how the program of an end ended; std::nullopt if the launcher could not wait
+// for it.
+std::optional<ProgramEnd> StatusOf(LogEvent const& end);
 
 }  // namespace launchlog_report
 

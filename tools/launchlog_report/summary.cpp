@@ -7,16 +7,6 @@
 namespace launchlog_report {
 namespace {
 
-// A launcher logs lines about itself while it starts. Later ones are of another launcher
-// with the same process id.
-constexpr Time kLongestStart = 60'000;
-
-bool AreOfOneStart(LauncherLines const& lines, LogEvent const& event) {
-    return !lines.list_failed && (!lines.last || !event.time ||
-                                  (*event.time - *lines.last <= kLongestStart &&
-                                   *lines.last - *event.time <= kLongestStart));
-}
-
 // Adds what one more log says of the item. `is_last` says that this log had a line about
 // it last.
 void AddHistory(Row& row, ItemHistory const& history, bool is_last) {
@@ -80,6 +70,7 @@ void Summary::Add(LogEvent const& event, std::size_t log) {
     if (!range.IsNotAfter(event)) {
         return;
     }
+    std::optional<std::size_t> const life = lives.Add(event, log);
     switch (event.kind) {
         case LogEventKind::Other:
             return;
@@ -88,22 +79,22 @@ void Summary::Add(LogEvent const& event, std::size_t log) {
             NoteLauncher(event.process, log);
             logs[log].given_up.newest_launcher = event.process;
             if (range.Has(event.time)) {
-                AddLauncherLine(event);
+                AddLauncherLine(event, *life);
             }
             return;
         case LogEventKind::Start:
         case LogEventKind::End:
         case LogEventKind::FailedFork:
         case LogEventKind::NoProgram:
-            AddItemLine(event, log);
+            AddItemLine(event, log, life.value_or(0));
     }
 }
 
-void Summary::AddItemLine(LogEvent const& event, std::size_t log) {
+void Summary::AddItemLine(LogEvent const& event, std::size_t log, std::size_t life) {
     bool const is_launcher = IsLauncher(event, log);
     Item& item = items[event.name];
     ItemHistory& history = item.histories.try_emplace(log, now, range).first->second;
-    history.Add(event, is_launcher);
+    history.Add(event, is_launcher, life);
     NoteGivenUp(event, history, is_launcher, log);
     item.last_log = log;
     item.last_line = event.time;
@@ -157,14 +148,12 @@ void Summary::NoteLauncher(std::string const& process, std::size_t log) {
     }
 }
 
-void Summary::AddLauncherLine(LogEvent const& event) {
-    auto const place = launcher_places.find(event.process);
-    if (place == launcher_places.end() ||
-        !AreOfOneStart(launchers[place->second], event)) {
-        launcher_places[event.process] = launchers.size();
+void Summary::AddLauncherLine(LogEvent const& event, std::size_t life) {
+    auto const [place, is_new] = launcher_places.try_emplace(life, launchers.size());
+    if (is_new) {
         launchers.push_back({event.process, event.time, event.time});
     }
-    LauncherLines& lines = launchers[launcher_places[event.process]];
+    LauncherLines& lines = launchers[place->second];
     lines.last = event.time;
     if (event.kind == LogEventKind::NamelessItem) {
         ++lines.items_without_name;

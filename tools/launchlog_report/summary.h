@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "tools/launchlog_report/item_history.h"
+#include "tools/launchlog_report/launcher_lives.h"
 #include "tools/launchlog_report/log_line.h"
 #include "tools/launchlog_report/wait_status.h"
 #include "tools/launchlog_report/when.h"
@@ -148,12 +149,12 @@ class Summary {
         std::optional<Time> last_line;
     };
 
-    void AddItemLine(LogEvent const& event, std::size_t log);
+    void AddItemLine(LogEvent const& event, std::size_t log, std::size_t life);
     bool IsLauncher(LogEvent const& event, std::size_t log);
     void NoteLauncher(std::string const& process, std::size_t log);
     void NoteGivenUp(LogEvent const& event, ItemHistory const& history, bool is_launcher,
                      std::size_t log);
-    void AddLauncherLine(LogEvent const& event);
+    void AddLauncherLine(LogEvent const& event, std::size_t life);
 
     // The time of the last report, or of the first one to come.
     Time now;
@@ -162,8 +163,9 @@ class Summary {
     std::map<std::size_t, Log> logs;
     std::map<std::string, Item> items;
     std::vector<LauncherLines> launchers;
-    // The place in `launchers` of the last entry of each process.
-    std::unordered_map<std::string, std::size_t> launcher_places;
+    LauncherLives lives;
+    // The places in `launchers`, by the lives.
+    std::unordered_map<std::size_t, std::size_t> launcher_places;
 };
 
 }  // namespace launchlog_report

@@ -115,9 +115,13 @@ void Timeline::Add(LogEvent const& event, std::size_t log) {
     if (!range.IsNotAfter(event)) {
         return;
     }
-    std::size_t const life = ends.Add(event, log);
-    if (event.time) {
-        AddLife(event, log, life);
+    std::optional<std::size_t> const life = ends.Add(event, log);
+    if (range.Has(event.time) && event.time) {
+        first_line = std::min(first_line.value_or(*event.time), *event.time);
+        last_line = std::max(last_line.value_or(*event.time), *event.time);
+    }
+    if (life && event.time && !event.process.empty()) {
+        AddLife(event, log, *life);
     }
 }
 
@@ -137,13 +141,6 @@ void Timeline::AddEnd(ProgramRunEnd const& end) {
 }
 
 void Timeline::AddLife(LogEvent const& event, std::size_t log, std::size_t number) {
-    if (range.Has(event.time)) {
-        first_line = std::min(first_line.value_or(*event.time), *event.time);
-        last_line = std::max(last_line.value_or(*event.time), *event.time);
-    }
-    if (event.process.empty()) {
-        return;
-    }
     Life const begun = {{log, event.process, *event.time, *event.time, false}, false, {}};
     Life& life = lives.try_emplace(number, begun).first->second;
     life.drawn.last = std::max(life.drawn.last, *event.time);

@@ -66,7 +66,7 @@ void LauncherLog::Take(LogEvent const& event) {
     if (event.process == process || event.process.empty()) {
         has_failed_fork = has_failed_fork || is_failed_fork;
         histories.try_emplace(event.name, start, launchlog_report::TimeRange())
-            .first->second.Add(event, true);
+            .first->second.Add(event, true, 0);
     } else if (event.kind == LogEventKind::Start) {
         starts[event.process] = event.name;
     }

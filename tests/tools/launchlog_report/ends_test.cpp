@@ -71,6 +71,14 @@ TEST(Ends, ALaterLauncherWithTheSameProcessIdDoesNotTellWhenAProgramStarted) {
                 ElementsAre("1 exit_0 -", "2 exit_0 -", "3 exit_0 950"));
 }
 
+TEST(Ends, ALaterLauncherWithTheSameProcessIdShowsTheStopOfTheOneBefore) {
+    LogEvent b = End(9, 1000);
+    b.name = "b";
+    EXPECT_THAT(EndsOf({End(0, 500), End(9, 1000), b, End(9, 9000), End(0, 9500)}),
+                ElementsAre("1 exit_0 -", "2 stop 450", "4 signal -", "5 exit_0 450",
+                            "3 stop -"));
+}
+
 TEST(Ends, AnotherLauncherDoesNotTellWhenAProgramStarted) {
     EXPECT_THAT(EndsOf({End(0, 1000), End(0, 2000, "2"), End(0, {}), End(0, 3000)}),
                 ElementsAre("1 exit_0 -", "2 exit_0 -", "3 exit_0 -", "4 exit_0 -"));

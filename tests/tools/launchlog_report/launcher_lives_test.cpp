@@ -22,7 +22,7 @@ std::vector<std::size_t> LivesOf(std::vector<LogEvent> const& events) {
     LauncherLives lives;
     std::vector<std::size_t> numbers;
     for (LogEvent const& event : events) {
-        numbers.push_back(lives.Add(event, 0));
+        numbers.push_back(lives.Add(event, 0).value());
     }
     return numbers;
 }
@@ -65,6 +65,17 @@ TEST(LauncherLives, EndWithAnUnreadableListAndTheKillsAfterIt) {
     LogEvent const failed = Other(LogEventKind::UnreadableList, "", 0);
     EXPECT_THAT(LivesOf({failed, End("a", 9), End("b", 0)}), ElementsAre(0, 0, 1));
     EXPECT_THAT(LivesOf({failed, failed}), ElementsAre(0, 1));
+}
+
+TEST(LauncherLives, AreNotThoseOfAChildWithoutAProgram) {
+    LauncherLives lives;
+    LogEvent const none = Other(LogEventKind::NoProgram, "a", 0);
+    LogEvent const other = Other(LogEventKind::Other, "", 0);
+    EXPECT_EQ(lives.Add(none, 0), std::nullopt);
+    EXPECT_EQ(lives.Add(other, 0), std::nullopt);
+    EXPECT_EQ(lives.Add(End("a", 0), 0), 0U);
+    EXPECT_EQ(lives.Add(other, 0), 0U);
+    EXPECT_EQ(lives.Add(other, 1), std::nullopt);
 }
 
 TEST(LauncherLives, AreThoseOfOneLogAndProcess) {

@@ -79,6 +79,12 @@ TEST(LineCounter, AKillCountsAsARestartWithTheNextEnd) {
     EXPECT_EQ(carried.totals.items.at("a").restarts, 3);
 }
 
+TEST(LineCounter, AStopIsNoRestartThoughTheProcessIdComesBack) {
+    Carried const carried = Count({End(1, 0), End(2, 9), End(2, 9, "b"), End(5, 0)});
+    EXPECT_EQ(carried.totals.items.at("a").restarts, 2);
+    EXPECT_EQ(carried.totals.items.at("b").restarts, 0);
+}
+
 TEST(LineCounter, KeepsTheTimeOfTheLastEnd) {
     Carried const carried = Count({End(1, 0), End(2, 0)});
     EXPECT_EQ(Count({}, carried).totals.items.at("a").last_end,

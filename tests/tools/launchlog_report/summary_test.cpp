@@ -64,6 +64,16 @@ std::string GivenUpAfter(std::vector<LogEvent> const& events,
     return text;
 }
 
+TEST(Summary, AStopIsNoRestartThoughTheProcessIdComesBack) {
+    std::vector<Row> const rows =
+        RowsOf({End("a", 9, kNoon), End("b", 9, kNoon), End("a", 0, kNoon + kSecond)},
+               kNoon + kSecond);
+    EXPECT_EQ(rows.at(0).ends, 2);
+    EXPECT_EQ(rows.at(0).restarts, 1);
+    EXPECT_EQ(rows.at(0).restarts_per_minute, 1);
+    EXPECT_EQ(rows.at(1).restarts, 0);
+}
+
 TEST(Summary, TellsTheNewestLauncherAndWhatIsGivenUp) {
     GivenUpItems const before = {"1", {{"a", {"1", kNoon}}}};
     EXPECT_EQ(GivenUpAfter({}, before), "1: a by 1");

@@ -139,6 +139,12 @@ TEST(Timeline, AProcessIdThatIsUsedAgainIsAnotherLauncher) {
     ASSERT_EQ(launchers.size(), 2U);
     EXPECT_EQ(launchers[0].last, 3100);
     EXPECT_EQ(launchers[1].first, 800'000);
+    EXPECT_TRUE(launchers[0].is_stopped);
+    EXPECT_FALSE(launchers[1].is_stopped);
+    CauseCounts causes = {};
+    causes[static_cast<std::size_t>(Cause::ExitZero)] = 3;
+    causes[static_cast<std::size_t>(Cause::Stop)] = 1;
+    EXPECT_EQ(drawn.timeline.Items().at("a").causes, causes);
 }
 
 TEST(Timeline, AProgramThatWasStartedAndDidNotEndRuns) {
