@@ -109,17 +109,8 @@ inline forget_programs() {
     has_links[1] = false; has_links[2] = false; has_links[3] = false
 }
 
-/* A call of malloc or free: it needs the lock, or finds what it needs in the cache of its
-   thread. */
-inline use_allocator() {
-    if
-    :: allocator == NOBODY
-    :: true
-    fi
-}
-
-/* free, or the allocation of an exception, in a handler. Once it has decided to take the
-   lock it waits for it. */
+/* free, or the allocation of an exception, in a handler: it finds what it needs in the cache
+   of its thread, or takes the lock of malloc. Then it waits for it. */
 inline free_memory() {
     if
     :: true

@@ -7,11 +7,15 @@
    fork may fail until launcher-stop has looked: it keeps a
    distance to the process limit (IsShortOfProcesses).
 
-   With ANOTHER somebody else sends a SIGTERM too, at any moment. */
+   With ANOTHER somebody else sends a SIGTERM too, at any moment. With LIST_CHANGED the list
+   is no longer the one that the launcher has read, so nobody knows how many threads there
+   should be. */
 
 #include "launcher.pml"
 
-#ifdef TWINS
+#ifdef LIST_CHANGED
+#define NAMES 0
+#elif defined(TWINS)
 #define NAMES (ITEMS - 1)
 #else
 #define NAMES ITEMS
@@ -83,12 +87,20 @@ inline await_forks() {
     od
 }
 
+/* LauncherStop::HasFailedFork: only if the list has changed it reads the log. */
+#ifdef LIST_CHANGED
+#define has_failed_fork (noted_id[1] == FAILED || noted_id[2] == FAILED || \
+                         noted_id[3] == FAILED)
+#else
+#define has_failed_fork false
+#endif
+
 active proctype Tool() {
     byte thread;
     await_forks();
     if
     :: gone -> how = had_ended
-    :: !gone && are_forks_safe ->
+    :: !gone && are_forks_safe && !has_failed_fork ->
         send_sigterm_of_stop(); /* LauncherStop::Stop */
         if
         :: gone -> how = after_sigterm

@@ -104,6 +104,7 @@ BEFORE = "had ended"
     ("ITEMS=2 ENDS=NEVER CHAIN", {SIGTERM, SIGKILL}),
     ("ITEMS=2 ENDS=NEVER WRONG", {SIGKILL, BEFORE}),
     ("ITEMS=2 ENDS=NEVER TWINS FORK_FAILS ANOTHER", {SIGTERM, SIGKILL, HUNG, BEFORE}),
+    ("ITEMS=2 ENDS=NEVER TWINS FORK_FAILS LIST_CHANGED", {SIGTERM, SIGKILL, BEFORE}),
 ])
 def test_launcher_stop_leaves_nothing_and_harms_nobody(outcomes, macros, expected):
     assert outcomes("launcher_stop", *macros.split()) == expected

@@ -115,17 +115,35 @@ TEST_F(StopFaultLateForks, AForkThatFailsDuringTheStopHarmsNobody) {
 }
 
 // With another list than the launcher's, an item without a thread is not missed.
-TEST_F(StopFaultLateForks, AForkThatHasFailedHarmsNobodyIfTheListIsAnother) {
-    setenv("FAILING_FORK", "2", 1);
-    StartWith({"test", list_file});
+class StopFaultAnotherList : public StopFaultLateForks {
+  protected:
+    StopFaultAnotherList() {
+        setenv("FAILING_FORK", "2", 1);
+        StartWith({"test", list_file});
+    }
+
+    void StopWithAnotherList() {
+        WriteFile(list_file, ListText({Item("c")}));
+        std::filesystem::last_write_time(
+            list_file,
+            std::filesystem::file_time_type::clock::now() + std::chrono::hours(1));
+        ProgramRun const run = RunProgram({LAUNCHER_STOP, list_file});
+        EXPECT_EQ(run.end, "exit 0");
+        EXPECT_THAT(run.output,
+                    testing::HasSubstr("was ended by SIGKILL: it was not ready"));
+        EXPECT_THAT(RunningPrograms(), testing::IsEmpty());
+    }
+};
+
+TEST_F(StopFaultAnotherList, AForkThatHasFailedHarmsNobody) {
     ASSERT_TRUE(WaitFor([this] { return CountInLog("Failed to fork ") == 1; }));
-    WriteFile(list_file, ListText({Item("c")}));
-    std::filesystem::last_write_time(
-        list_file, std::filesystem::file_time_type::clock::now() + std::chrono::hours(1));
-    ProgramRun const run = RunProgram({LAUNCHER_STOP, list_file});
-    EXPECT_EQ(run.end, "exit 0");
-    EXPECT_THAT(run.output, testing::HasSubstr("was ended by SIGKILL: it was not ready"));
-    EXPECT_THAT(RunningPrograms(), testing::IsEmpty());
+    StopWithAnotherList();
+}
+
+TEST_F(StopFaultAnotherList, AForkThatFailsDuringTheStopHarmsNobody) {
+    ASSERT_TRUE(WaitFor([this] { return ThreadsOf(launcher->Pid()).size() == 3; }));
+    ASSERT_EQ(CountInLog("Failed to fork "), 0);
+    StopWithAnotherList();
 }
 
 // In a time namespace the clocks are others, and so are the starts of all processes.

@@ -87,12 +87,11 @@ std::string Describe(ProcessInfo const& process) {
 class LauncherStop {
   public:
     LauncherStop(running::LauncherWithItems const& stopped, Family& its_family)
-        : launcher(stopped.launcher.process),
+        : found(stopped.launcher),
+          launcher(found.process),
           items(stopped.list.items.size()),
           are_items_known(stopped.list.problem.empty() &&
-                          !running::HasListChanged(stopped.launcher)),
-          has_failed_fork(!are_items_known &&
-                          running::LauncherLog(stopped.launcher).HasFailedFork()),
+                          !running::HasListChanged(found)),
           handle(launcher.id),
           family(its_family) {}
 
@@ -164,8 +163,15 @@ class LauncherStop {
     // Two looks have to agree. In between, a thread whose fork has failed ends, and so
     // does the thread of an item whose name a later item has.
     bool AwaitForks() {
-        return !has_failed_fork && AwaitRest() &&
-               (HasEndedIn(kLongerThanPause) || AwaitRest());
+        return AwaitRest() && (HasEndedIn(kLongerThanPause) || AwaitRest()) &&
+               !HasFailedFork();
+    }
+
+    // Returns true if the launcher has logged a failed fork. It only looks if the items
+    // are not known: without them the thread of such an item is not missed. A fork that
+    // failed before the looks is in the log after them.
+    bool HasFailedFork() const {
+        return !are_items_known && running::LauncherLog(found).HasFailedFork();
     }
 
     // Waits until each item has a thread that has rested, that is, has waited for its
@@ -268,13 +274,11 @@ class LauncherStop {
         return true;
     }
 
+    running::Launcher const& found;
     ProcessInfo const launcher;
     // How many items the list has now, and whether the launcher has the same ones.
     std::size_t const items;
     bool const are_items_known;
-    // The launcher has logged a failed fork. Only read if the items are not known:
-    // without them the thread of such an item is not missed.
-    bool const has_failed_fork;
     ProcessHandle const handle;
     Family& family;
 };
