@@ -1,9 +1,9 @@
 # Completion of launch-with for fish.
 
-complete -c launch-with -l at-most-every -x -d 'pass on an end no sooner than this after the start'
-complete -c launch-with -l grace -x -d 'what the program gets to end before SIGKILL'
+complete -c launch-with -l at-most-every -x -d 'start the program at most once in this time'
+complete -c launch-with -l grace -x -d 'time to end before SIGKILL'
 complete -c launch-with -l stop-signal -x -a 'HUP INT QUIT TERM USR1 USR2' -d 'the signal that asks it to end'
-complete -c launch-with -l lock -x -d 'only one at a time has this name'
+complete -c launch-with -l lock -x -d 'only one program with this name runs at a time'
 complete -c launch-with -l output -r -F -d 'append output and errors to this file'
 complete -c launch-with -l error -r -F -d 'append errors to this file'
 complete -c launch-with -l tail -x -d 'write only the last lines, after a bad end'

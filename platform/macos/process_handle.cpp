@@ -25,7 +25,7 @@ ProcessHandle::ProcessHandle(pid_t opened) noexcept : descriptor(kqueue()), pid(
 }
 
 // The system can signal by id only. The id cannot belong to another process before the
-// end has been reported, but for the moment between the two calls.
+// end has been reported, except for the moment between the two calls.
 bool ProcessHandle::Signal(int signal) const noexcept {
     if (HasEnded()) {
         errno = ESRCH;

@@ -16,8 +16,8 @@ A literal display of a man page is a session if it begins with "$ ". Blocks of a
 (```sh) are refused, and so are commands outside of blocks. Other blocks are ignored.
 
 All sessions of a page are one: one shell with job control runs the commands in their order,
-and begins in the project's folder. The user's home is empty but for a link to that folder,
-called launcher. The commands of a man page find the programs on the PATH. Each command must
+and begins in the project's folder. The user's home is empty except for a link to that
+folder, called launcher. The commands of a man page find the programs on the PATH. Each command must
 succeed; a page shows a failure as in `launcher; echo $?`. What is printed must be what is
 shown, with these exceptions:
 

@@ -180,7 +180,7 @@ class System:
                    *arguments, env={"PATH": f"{os.environ['PATH']}:/usr/sbin:/sbin"})
 
     def contents(self):
-        """Returns what is here, but for dpkg's records, processes and what users have."""
+        """Returns what is here, except dpkg's records, processes and what users have."""
         listing = output_of(
             "find", ".", "(", "-path", "./var/lib/dpkg", "-o", "-path", "./proc", "-o",
             "-path", "./home", ")", "-prune", "-o", "-printf", r"%p %y %m %U:%G %l\n",

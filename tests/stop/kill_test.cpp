@@ -196,7 +196,7 @@ class Trial {
         }
     }
 
-    // Asks FamilyOf until it has all of `members`, or in vain.
+    // Asks FamilyOf until it has all of `members`, or the time is over.
     Family AwaitFamily(Victims const& members) const {
         Family family = {};
         bool const is_complete = WaitFor([&] {

@@ -13,10 +13,11 @@ constexpr char const* kHelp =
 Starts the program and stays beside it. Name launch-with as the "program" of a launch
 item, with these options and the real program as its "args".
 
-  --at-most-every SECONDS  pass on the program's end no sooner than this after its start
-  --grace SECONDS          what the program gets to end before SIGKILL (10)
+  --at-most-every SECONDS  start the program at most once in this time
+  --grace SECONDS          time to end before SIGKILL; default 10
   --stop-signal NAME       the signal that asks it to end (TERM)
-  --lock NAME              only one at a time has this NAME (the command line)
+  --lock NAME              only one program with this NAME runs at a time; default: the
+                           command line
 
   --output FILE            append the program's output, and its errors, to FILE
   --error FILE             append its errors to another FILE

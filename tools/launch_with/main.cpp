@@ -1,9 +1,8 @@
 // launch-with starts a program and stays beside it. It does what the launcher does not:
 // pace, grace, streams. There are three processes:
 //
-//   launch-with   the child of the launcher. Any signal may end it. It only waits, and
-//   ends
-//                 as the program ended.
+//   launch-with   the child of the launcher. Any signal may end it. It only waits,
+//                 and ends as the program ended.
 //   the watcher   its child, in a session of its own. It starts the program, and ends it
 //                 when launch-with or the launcher has ended.
 //   the program   a child of the watcher, in a process group of its own.
@@ -38,7 +37,7 @@ namespace launch_with {
 
 namespace {
 
-// How often a name that another process holds is asked for, in milliseconds.
+// How often a taken name is tried again, in milliseconds.
 constexpr int kAskEvery = 50;
 
 // Writes a line of launch-with's own to where the program's errors go.
@@ -127,8 +126,8 @@ class Partner {
     }
 
   private:
-    // Waits until no other process holds the name of this program, and holds it. The time
-    // of one question more gives those that SIGKILL has just ended time to be gone.
+    // Waits until no other process holds the name of this program, and holds it. If it
+    // had to wait, it waits 50 ms more, so that processes just killed are gone.
     bool AwaitTurn(int argc, char** argv) {
         char name[24];
         std::snprintf(name, sizeof name, "%016llx",

@@ -41,9 +41,9 @@ char const* const kHelp =
 
 Says what your launchers do, or those that run LIST.json: a line for each item of the list,
 with the process that executes its program, since when, its CPU time and its memory, both
-with all that it started. How often the program was started again and how it last ended
-come from the log. "!" marks an item that does not run, "?" one of which the system does
-not tell enough. Below are processes that launchers left behind when they died.
+with all that it started and with launch-with. How often the program was started again and
+how it last ended come from the log. "!" marks an item that does not run, "?" one whose
+state cannot be told. Below are processes that launchers left behind when they died.
 
   --json     print one JSON document on one line, for machines
   --watch    print the report again whenever it changes, until Ctrl-C
@@ -63,7 +63,7 @@ Examples:
 launcher-status(1) explains the states.
 )";
 
-// Of items that the launcher may not know, nothing can be told.
+// The launcher may not know new items, so their state is unknown.
 void ForgetItemsWithoutProcess(running::LauncherStatus& status) {
     for (ItemStatus& item : status.items) {
         if (item.state == State::Waiting || item.state == State::NoProgram) {

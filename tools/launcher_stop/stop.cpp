@@ -41,7 +41,7 @@ constexpr milliseconds kNoProgress(1000);
 constexpr milliseconds kLongestAwakening(1000);
 
 // A link of a chain forks the next 50 ms after the last one has ended. So nothing is left
-// only if two looks, so far apart, and all between them have found nothing.
+// only if every look in this time finds nothing.
 constexpr milliseconds kQuiet(120);
 
 // How much longer than its grace a watcher is waited for.

@@ -17,7 +17,7 @@ using Say = std::function<void(std::string const& line)>;
 // each only if the one before was not enough:
 // - SIGCONT if it is suspended, and SIGTERM once that can harm nobody else;
 // - SIGKILL, if that does not become certain, or if it makes no progress;
-// - what is in the care of launch-with gets the time that launch-with gives it;
+// - programs below launch-with get their grace;
 // - SIGKILL to the rest, again and again until nothing is left.
 //
 // `others` are the launchers that run besides. Returns true if nothing is left.

@@ -17,8 +17,9 @@ namespace launchlist_check {
 // if none is near. Candidates are in lower case, and the case of `word` is ignored.
 //
 // A candidate is near in one of these ways:
-// - it has the same letters, in any order, but for one that differs or two that only one
-//   of the words has: "agrs", "nama", "programme";
+// - it has the same letters, in any order; one letter may differ, or one word may have
+// two
+//   more: "agrs", "nama", "programme";
 // - one of the words begins with the other, which has three letters or more: "prog";
 // - other supervisors call it `word`: "path" for "program".
 std::string NearMiss(std::string const& word, std::vector<std::string> const& candidates);

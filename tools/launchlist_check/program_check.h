@@ -42,9 +42,9 @@ struct ArgumentSize {
 // Asks the system whether it would execute programs. If the system does not answer, it
 // looks at the files instead.
 //
-// It does not ask twice if an earlier answer about the same program holds: arguments no
-// larger in any way than accepted ones are accepted, and arguments no smaller in any way
-// than those that are too long are too long.
+// It does not ask twice if an earlier answer about the same program holds. Smaller
+// arguments than accepted ones are accepted; larger ones than those that are too long are
+// too long.
 class ProgramCheck {
   public:
     // Returns what becomes of an execv of `path` with the argument vector `vector`.

@@ -82,7 +82,7 @@ ExportedItem MakeExportedItem(running::LaunchItem const& item,
 
 ExportedList MakeExportedList(running::LaunchItems const& list) {
     ExportedList exported;
-    exported.not_started = list.passed_over;
+    exported.not_started = list.skipped;
     std::set<std::string> used;
     for (running::LaunchItem const& item : list.items) {
         if (!item.arguments.empty()) {

@@ -44,8 +44,8 @@ struct Totals {
 
 // The last line of a log that was counted.
 struct Position {
-    // Of the line, and if it has no time, also of those before it, from the last one that
-    // has a time.
+    // Hash of the line; without a time, also of the lines back to the last one with a
+    // time.
     std::uint64_t hash = 0;
     // Its time, or that of the line before it.
     std::optional<Time> time;
@@ -88,9 +88,9 @@ class LineCounter {
         // For a log that was not there at the first read: lines up to this time were
         // counted by the run before. Empty once a later line has come.
         std::optional<Time> counted_until;
-        // Of the lines after the last one that fits the position.
+        // Totals of the lines after the last one that fits the position.
         Totals after;
-        // Of the lines that are later than the position.
+        // Totals of the lines that are later than the position.
         Totals later;
         // The line that was taken last is the position itself, or is later.
         bool is_position = false;

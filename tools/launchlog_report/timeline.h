@@ -55,8 +55,7 @@ class Marks {
     // Adds an end. If there are too many marks, those that are close become one.
     void Add(Mark const& end);
 
-    // Makes all ends within the same `span` of milliseconds one mark, and those that are
-    // added later.
+    // Merges ends within `span` milliseconds into one mark, now and later.
     void Merge(Time span);
 
     // The span within which ends are one mark; 0 if each end is a mark of its own.

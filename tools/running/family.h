@@ -1,8 +1,8 @@
 // All processes that a launcher started, directly or not, followed while they end.
 //
 //   Family family(launcher, other_launchers);
-//   family.Follow(Snapshot::Take());       // again and again while the launcher is
-//   stopped family.MembersIn(Snapshot::Take())     // what it has left
+//   family.Follow(Snapshot::Take());     // again and again during the stop
+//   family.MembersIn(Snapshot::Take())   // what the launcher has left
 //
 // After the death of its parent, a process is a child of another one that has nothing to
 // do with it. So a process belongs to the family if one of these is true:

@@ -68,8 +68,8 @@ struct LauncherStatus {
 LauncherStatus StatusOf(Snapshot const& snapshot, Launcher const& launcher,
                         LaunchItems const& list, LogAnswers const& log);
 
-// Returns a status for each of the processes `left` that executes an item, or watches one
-// for launch-with. They are what dead launchers have left.
+// `left` is what dead launchers have left. Returns a status for each process in it that
+// executes an item, or watches one for launch-with.
 std::vector<ItemStatus> LeftBehind(Snapshot const& snapshot, LaunchItems const& list,
                                    std::vector<ProcessInfo const*> const& left);
 

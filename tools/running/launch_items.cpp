@@ -40,7 +40,7 @@ std::vector<std::string> ArgumentsOf(std::string& program, JsonObject& item) {
 
 void AddItem(std::string const& key, JsonObject item, LaunchItems& list) {
     if (!launch_list::HasName(item)) {
-        list.passed_over.push_back("item " + key + " has no name");
+        list.skipped.push_back("item " + key + " has no name");
         return;
     }
     LaunchItem added;
@@ -52,8 +52,8 @@ void AddItem(std::string const& key, JsonObject item, LaunchItems& list) {
                      [&added](LaunchItem const& it) { return it.name == added.name; });
     if (earlier != list.items.end()) {
         list.items.erase(earlier);
-        list.passed_over.push_back("an item has the same name as item " + key +
-                                   ", which replaces it");
+        list.skipped.push_back("an item has the same name as item " + key +
+                               ", which replaces it");
     }
     list.items.push_back(added);
 }

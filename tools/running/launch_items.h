@@ -29,7 +29,7 @@ struct LaunchItems {
     // Why not all items are known, in words; empty if all are.
     std::string problem;
     // Items of the list that are not in `items`, each in words.
-    std::vector<std::string> passed_over = {};
+    std::vector<std::string> skipped = {};
 };
 
 // Reads the list by the launcher's rules.

@@ -34,8 +34,8 @@ class LauncherLog {
     // id counts even if it is older than the process, since the clock may have been set.
     bool HasFailedFork() const { return has_failed_fork; }
 
-    // Returns the name of the item of which this process, a link of a chain, has logged a
-    // start; an empty string without such a line. It takes the level DEBUG.
+    // Returns the item whose start this link of a chain has logged; an empty string
+    // without such a line. It takes the level DEBUG.
     std::string ItemOfLink(pid_t link) const;
 
   private:

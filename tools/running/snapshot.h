@@ -59,7 +59,7 @@ class Snapshot {
     // first process, or is not in the session that the process was born into.
     //
     // It returns false for the leader of a session whose orphans go to another process
-    // than the first: nothing tells it from a child.
+    // than the first: it looks like a child.
     bool IsOrphan(ProcessInfo const& process) const;
 
   private:

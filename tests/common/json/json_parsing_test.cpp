@@ -162,12 +162,12 @@ std::string StyledText(JsonObject& handle) {
 }
 
 TEST(JsonObject, OnlyADocumentParsedFromATextKeepsItsComments) {
-    std::string const text = "// before\n{\n// inside\n\"a\" : 1 // behind\n}\n";
+    std::string const text = "// before\n{\n// inside\n\"a\" : 1 // after\n}\n";
     JsonObject from_text(text.c_str());
     JsonObject from_buffer(text.data(), static_cast<unsigned>(text.size()));
     EXPECT_TRUE(ValueOf(from_text).hasComment(Json::commentBefore));
     EXPECT_FALSE(ValueOf(from_buffer).hasComment(Json::commentBefore));
-    for (char const* const comment : {"// before", "// inside", "// behind"}) {
+    for (char const* const comment : {"// before", "// inside", "// after"}) {
         EXPECT_NE(StyledText(from_text).find(comment), std::string::npos) << comment;
     }
     EXPECT_EQ(StyledText(from_buffer).find("//"), std::string::npos);

@@ -1,4 +1,4 @@
-// The string functions, but for base64, in several threads at once. Each thread has texts
+// The string functions except base64, in several threads at once. Each thread has texts
 // of its own, so a buffer that two of them share shows in the results.
 
 #include <gtest/gtest.h>

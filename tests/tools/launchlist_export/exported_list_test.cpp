@@ -51,7 +51,7 @@ TEST(ExportedList, ALongIdentifierIsCutAndEndsWithoutADash) {
 TEST(ExportedList, WhatTheLauncherWouldNotStartIsNamed) {
     LaunchItems list;
     list.items = {{"a", "", {}}, {"b", "/p", {}}, {"c", "/p", {"/p", "x"}}};
-    list.passed_over = {"item 7 has no name"};
+    list.skipped = {"item 7 has no name"};
     ExportedList const exported = MakeExportedList(list);
     ASSERT_EQ(exported.items.size(), 1U);
     EXPECT_EQ(exported.items[0].name, "c");

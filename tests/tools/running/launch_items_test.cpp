@@ -30,7 +30,7 @@ TEST(ReadLaunchItems, FollowsTheRulesOfTheLauncher) {
     EXPECT_EQ(list.items[0].name, "b");
     EXPECT_THAT(list.items[0].arguments, IsEmpty());
     EXPECT_EQ(list.items[1].program, "/second");
-    EXPECT_THAT(list.passed_over,
+    EXPECT_THAT(list.skipped,
                 ElementsAre("item 1 has no name",
                             "an item has the same name as item 3, which replaces it"));
     EXPECT_EQ(list.problem, "");
