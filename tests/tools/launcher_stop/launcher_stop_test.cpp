@@ -16,6 +16,7 @@
 
 namespace {
 
+using testing::AnyOf;
 using testing::ContainsRegex;
 using testing::EndsWith;
 using testing::HasSubstr;
@@ -340,6 +341,31 @@ TEST_F(LauncherStopTool, SaysThatWithoutTheListNotAllThatIsLeftIsFound) {
     EXPECT_EQ(run.end, "exit 1");
     EXPECT_EQ(run.output, "something may be left\n");
     EXPECT_EQ(run.errors, complaint);
+}
+
+// The handler of the second stops the same programs as that of the first. What comes of
+// it differs from time to time.
+TEST_F(LauncherStopTool, LeavesNothingAfterASecondSigtermDuringAStop) {
+    constexpr std::size_t kItems = 40;
+    std::vector<std::string> items;
+    for (std::size_t i = 0; i < kItems; ++i) {
+        items.push_back(Item("item " + std::to_string(i)));
+    }
+    Start(ListText(items));
+    WaitForStarts(kItems);
+    ASSERT_TRUE(WaitUntilMainWaits());
+    launcher->Signal(SIGTERM);
+    ASSERT_TRUE(WaitFor([] { return RunningPrograms().size() < kItems; }));
+    launcher->Signal(SIGTERM);
+    std::vector<std::string> const command =
+        WaitFor([this] { return launcher->HasEnded(); })
+            ? std::vector<std::string>{"--leftovers", list_file}
+            : std::vector<std::string>{list_file};
+    ProgramRun const run = StopWith(command);
+    // 3 says that there was nothing to end.
+    EXPECT_THAT(run.end, AnyOf("exit 0", "exit 3")) << run.output << run.errors;
+    EXPECT_THAT(RunningPrograms(), IsEmpty());
+    EXPECT_THAT(LaunchersAndForks(), IsEmpty());
 }
 
 TEST_F(LauncherStopTool, LetsLaunchWithGiveItsProgramTheGrace) {
