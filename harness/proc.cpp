@@ -129,3 +129,16 @@ std::string MappingOf(void const* address) {
     }
     return mapping;
 }
+
+std::vector<pid_t> ProcessesWith(std::string const& text) {
+    std::vector<pid_t> processes = AllProcesses();
+    processes.erase(std::remove_if(processes.begin(), processes.end(),
+                                   [&text](pid_t pid) {
+                                       std::string const environment = ReadFile(
+                                           "/proc/" + std::to_string(pid) + "/environ");
+                                       return IsGone(pid) ||
+                                              environment.find(text) == std::string::npos;
+                                   }),
+                    processes.end());
+    return processes;
+}

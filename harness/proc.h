@@ -58,4 +58,8 @@ std::size_t CountMappings(pid_t pid);
 // string if it is not mapped.
 std::string MappingOf(void const* address);
 
+// Returns the processes that have `text` in their environment, without zombies. All that
+// a process starts have its environment.
+std::vector<pid_t> ProcessesWith(std::string const& text);
+
 #endif

@@ -10,19 +10,6 @@
 #include "harness/files.h"
 #include "harness/proc.h"
 
-std::vector<pid_t> ProcessesWith(std::string const& text) {
-    std::vector<pid_t> processes = AllProcesses();
-    processes.erase(std::remove_if(processes.begin(), processes.end(),
-                                   [&text](pid_t pid) {
-                                       std::string const environment = ReadFile(
-                                           "/proc/" + std::to_string(pid) + "/environ");
-                                       return IsGone(pid) ||
-                                              environment.find(text) == std::string::npos;
-                                   }),
-                    processes.end());
-    return processes;
-}
-
 std::string DescribeProcesses(std::vector<pid_t> const& processes) {
     std::ostringstream text;
     for (pid_t const pid : processes) {

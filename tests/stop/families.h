@@ -11,10 +11,6 @@
 
 #include "harness/process.h"
 
-// Returns the processes that have `text` in their environment, without zombies. All that
-// a process starts have its environment.
-std::vector<pid_t> ProcessesWith(std::string const& text);
-
 // Returns a line for each of these processes: its id, parent, state and command line.
 std::string DescribeProcesses(std::vector<pid_t> const& processes);
 

@@ -34,7 +34,8 @@ TEST_F(StopFault, OnAFullDiskNothingIsLeft) {
     std::string const lost = disk.Path() / "lost";
     Start(ListText({Item("a"), RestlessItem("b"),
                     ItemText("c", LAUNCH_WITH,
-                             {"--output", lost, "--", TEST_PROGRAM, "--hold", "c"})}));
+                             {"--output", lost, "--", "/bin/sh", "-c",
+                              "echo lost; exec " TEST_PROGRAM " --hold c"})}));
     ASSERT_TRUE(WaitFor([this] { return !Starts("c").empty(); }));
     ProgramRun const stop =
         RunProgram({"/bin/sh", "-c", "exec " LAUNCHER_STOP " >/dev/full"});
@@ -42,6 +43,7 @@ TEST_F(StopFault, OnAFullDiskNothingIsLeft) {
     EXPECT_EQ(stop.errors, "");
     EXPECT_THAT(RunningPrograms(), testing::IsEmpty());
     EXPECT_TRUE(launcher->HasEnded());
+    EXPECT_EQ(ReadFile(lost), "");
 }
 
 using StopFaultNoTask = LimitedLauncherTest;

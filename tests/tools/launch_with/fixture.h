@@ -17,6 +17,8 @@
 
 class LaunchWith : public testing::Test {
   protected:
+    LaunchWith() { setenv("LAUNCH_WITH_TEST", directory.Path().c_str(), 1); }
+
     // Returns the command line of launch-with: `options`, and a shell that runs `script`
     // in this directory. A script of one command needs "exec", to be that command.
     std::vector<std::string> CommandLine(std::vector<std::string> const& options,
@@ -51,17 +53,15 @@ class LaunchWith : public testing::Test {
         return std::atoi(Content(name).c_str());
     }
 
-    // Returns true if no process is left that launch-with has started.
-    static bool NothingIsLeft() {
-        return WaitFor([] {
-            for (pid_t const pid : AllProcesses()) {
-                std::string const program = ProgramOf(pid).filename();
-                if (!IsGone(pid) && (program == "launch-with" || program == "sleep")) {
-                    return false;
-                }
-            }
-            return true;
-        });
+    // Returns the processes of launch-with and all that they have started.
+    std::vector<pid_t> Left() const {
+        return ProcessesWith("LAUNCH_WITH_TEST=" + directory.Path().string());
+    }
+
+    // Waits until no process is left of launch-with, nor one that it has started. Returns
+    // false if one stays.
+    bool NothingIsLeft() const {
+        return WaitFor([this] { return Left().empty(); });
     }
 
     TempDirectory directory;

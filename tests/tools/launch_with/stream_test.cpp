@@ -83,6 +83,10 @@ TEST_F(LaunchWith, KeepsTheLast64KiBOfATail) {
               "exit 1");
     std::string const output = Content("output");
     EXPECT_EQ(output.find('\n'), 65'535U);
+
+    EXPECT_EQ(Run({"--output", File("lines"), "--tail", "2"}, "seq 1 20000; exit 1"),
+              "exit 1");
+    EXPECT_THAT(Content("lines"), testing::StartsWith("19999\n20000\nlaunch-with: "));
 }
 
 TEST_F(LaunchWith, LosesOutputOnAFullDiskAndSaysHowMuch) {

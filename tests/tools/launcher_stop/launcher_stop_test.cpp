@@ -92,6 +92,23 @@ TEST_F(LauncherStopTool, StopsTheOneThatIsNamedAndLeavesTheOther) {
     EXPECT_TRUE(IsGone(second));
 }
 
+TEST_F(LauncherStopTool, TellsTwoLaunchersOfOneListApartByTheirIds) {
+    Start(ListText({Item("a")}));
+    pid_t const first = WaitForStarts(1)[0].pid;
+    Process other({launcher_program, "other", list_file});
+    ASSERT_TRUE(WaitFor([] { return RunningPrograms().size() == 2; }));
+    ProgramRun run = StopWith({list_file});
+    EXPECT_EQ(run.end, "exit 2");
+    EXPECT_THAT(run.errors, HasSubstr("there are several launchers; "));
+    EXPECT_FALSE(launcher->HasEnded() || other.HasEnded());
+
+    run = StopWith({std::to_string(other.Pid())});
+    EXPECT_EQ(run.end, "exit 0") << run.output << run.errors;
+    EXPECT_EQ(RunningPrograms(), std::vector<pid_t>{first});
+    EXPECT_FALSE(launcher->HasEnded());
+    EXPECT_EQ(StopWith({list_file}).end, "exit 0");
+}
+
 TEST_F(LauncherStopTool, RefusesWhatIsNoLauncher) {
     Start(ListText({ItemText("late", "/nothing/here")}));
     ASSERT_TRUE(WaitFor([] { return LaunchersAndForks().size() >= 2; }));

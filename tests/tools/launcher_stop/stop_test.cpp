@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <functional>
+#include <memory>
 #include <optional>
 
 #include "common/config/log.h"
@@ -62,10 +63,11 @@ ProcessInfo Link(Process const& process) {
     return MakeFork(process.Pid(), 1, {kLauncherFile, "main", "/list.json"});
 }
 
-// Ends what launchers with /list.json have left. Returns the lines that it says.
-std::vector<std::string> EndLeftovers() {
+// Ends what launchers with /list.json and these items have left. Returns the lines that
+// it says.
+std::vector<std::string> EndLeftovers(running::LaunchItems const& items = {}) {
     std::vector<std::string> said;
-    running::Family family("/list.json", {}, 1000, {});
+    running::Family family("/list.json", items, 1000, {});
     EXPECT_TRUE(
         EndFamily(family, [&said](std::string const& line) { said.push_back(line); }));
     return said;
@@ -142,6 +144,28 @@ TEST_F(EndFamilyTest, SignalsNobodyWhoHasTheIdOfAMemberByNow) {
     EXPECT_THAT(EndLeftovers(), testing::IsEmpty());
     EXPECT_FALSE(sleeper.HasEnded());
     EXPECT_NE(StateOf(sleeper.Pid()), 'T');
+}
+
+TEST_F(EndFamilyTest, NamesTwentyOfThoseThatItKilledAndCountsTheRest) {
+    std::vector<std::string> const command = {"/bin/sleep", "1000"};
+    std::vector<std::unique_ptr<Process>> sleepers;
+    for (int i = 0; i < 22; ++i) {
+        sleepers.push_back(std::make_unique<Process>(command));
+    }
+    look = [&sleepers, &command] {
+        std::vector<ProcessInfo> processes;
+        for (auto const& it : sleepers) {
+            if (!it->HasEnded()) {
+                processes.push_back(MakeProcess(it->Pid(), 1, command));
+            }
+        }
+        return processes;
+    };
+    find = [&command](pid_t id) { return MakeProcess(id, 1, command); };
+    std::vector<std::string> const said =
+        EndLeftovers({{{"a", "/bin/sleep", command}}, ""});
+    EXPECT_EQ(said.size(), 21U);
+    EXPECT_EQ(said.back(), "killed 2 more");
 }
 
 // A link of a chain forks the next 50 ms after the last one has ended.
