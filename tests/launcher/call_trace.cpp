@@ -23,7 +23,8 @@ std::string Describe(TracedCall const& call) {
                                  "has joined",
                                  "aborts"};
     return std::to_string(call.thread) + " " + words[static_cast<int>(call.kind)] + " " +
-           std::to_string(call.value) + (call.inside_fork ? " inside fork" : "");
+           std::to_string(call.value) + (call.inside_fork ? " inside fork" : "") +
+           (call.inside_malloc ? " inside malloc" : "");
 }
 
 CallTrace::CallTrace(std::filesystem::path const& file) : path(file) {
@@ -53,7 +54,8 @@ std::vector<TracedCall> CallTrace::Calls() const {
         TraceSlots::Slot const& slot = slots->slots[i];
         CallKind const kind = slot.kind.load(std::memory_order_acquire);
         if (kind != CallKind::kNone) {
-            calls.push_back({kind, slot.thread, slot.value, slot.inside_fork});
+            calls.push_back(
+                {kind, slot.thread, slot.value, slot.inside_fork, slot.inside_malloc});
         }
     }
     return calls;

@@ -36,12 +36,17 @@ enum class CallKind {
 
 constexpr long kItself = 1;
 
+// Whether this thread is in malloc or its like. A sanitizer has an allocator of its own,
+// which does not tell.
+inline thread_local bool inside_malloc = false;
+
 // One call, or the return from one.
 struct TracedCall {
     CallKind kind = CallKind::kNone;
     pid_t thread = 0;
     long value = 0;
-    bool inside_fork = false;  // a signal interrupted the thread in fork
+    bool inside_fork = false;    // a signal interrupted the thread in fork
+    bool inside_malloc = false;  // ... or in malloc or its like
 };
 
 // Returns the call in words.
@@ -55,6 +60,7 @@ struct TraceSlots {
         pid_t thread;
         long value;
         bool inside_fork;
+        bool inside_malloc;
     };
     std::atomic<unsigned> used;
     Slot slots[kCount];

@@ -110,7 +110,10 @@ class TracedRun {
         if (looks_at_standstill != kLooks) {
             return "";
         }
-        return OpenHandler(trace.Calls()).inside_fork ? kHangsInFork : kHangsInMalloc;
+        TracedCall const handler = OpenHandler(trace.Calls());
+        return handler.inside_fork                   ? kHangsInFork
+               : handler.inside_malloc || UNDER_ASAN ? kHangsInMalloc
+                                                     : "";
     }
 
     // Returns what is known about the launcher.

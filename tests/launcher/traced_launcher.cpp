@@ -61,6 +61,7 @@ void Note(CallKind kind, long value = 0) {
         slot.thread = CurrentThread();
         slot.value = value;
         slot.inside_fork = inside_fork;
+        slot.inside_malloc = inside_malloc;
         slot.kind.store(kind, std::memory_order_release);
     }
 }
