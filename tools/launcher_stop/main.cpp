@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 #include <system_error>
@@ -112,11 +113,23 @@ struct Leftovers {
     std::string doubt;
 };
 
-// Returns why not all that launchers with this list have left is found; an empty string
-// if all is. Launchers never end reading a directory, and start nothing.
-std::string DoubtOf(std::string const& list, running::LaunchItems const& items) {
+// Returns true if launchers never end reading the list, and so start nothing: it is a
+// directory or a device, or reading it fails.
+bool IsReadForEver(std::string const& list) {
     std::error_code error;
-    return items.problem.empty() || std::filesystem::is_directory(list, error)
+    if (!std::filesystem::is_regular_file(list, error)) {
+        return std::filesystem::is_directory(list, error) ||
+               std::filesystem::is_character_file(list, error);
+    }
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> const file(
+        std::fopen(list.c_str(), "re"), std::fclose);
+    return file && std::fgetc(file.get()) == EOF && std::ferror(file.get()) != 0;
+}
+
+// Returns why not all that launchers with this list have left is found; an empty string
+// if all is.
+std::string DoubtOf(std::string const& list, running::LaunchItems const& items) {
+    return items.problem.empty() || IsReadForEver(list)
                ? ""
                : tools::Printable(list) + ": " + items.problem +
                      ", so not all that launchers have left is found";
