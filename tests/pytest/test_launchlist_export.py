@@ -152,6 +152,8 @@ def test_a_list_that_cannot_be_read_is_wrong_use(text, problem, export, tmp_path
     (["kube", "a", "b"], "it takes a format and a launch list"),
     (["cron\n", "list.json"], r"unknown format cron\\x0A"),
     (["systemd", "--image", "a", "list.json"], "--image is for kube"),
+    (["kube", "--image", "", "list.json"], "--image needs a name, in UTF-8"),
+    (["kube", "--image", "\udcff", "list.json"], "--image needs a name, in UTF-8"),
     (["--json", "kube", "list.json"], "unknown option --json"),
     (["kube", "nothing.json"], "nothing.json: the list cannot be read"),
 ])
@@ -169,5 +171,6 @@ def test_output_that_cannot_be_written_is_no_success(export, build, tmp_path):
 def test_the_list_may_come_from_the_standard_input(export, build, tmp_path):
     support.write_list(tmp_path / "list.json", item("a", "/p"))
     tool = build / "tools/launchlist_export/launchlist-export"
-    printed = subprocess.check_output([tool, "kube", "-"], stdin=open("list.json", "rb"), text=True)
+    with open("list.json", "rb") as text:
+        printed = subprocess.check_output([tool, "kube", "-"], stdin=text, text=True)
     assert printed == export("kube", "list.json").output

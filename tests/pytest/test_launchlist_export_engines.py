@@ -97,7 +97,7 @@ def systemd(module_home):
 
 @contextlib.contextmanager
 def supervisord(build, folder, file):
-    """Runs supervisord with the programs of the list; yields a file that it writes."""
+    """Runs supervisord with the programs of the list."""
     (folder / "agents.conf").write_bytes(os.fsencode(export(build, "supervisord", file)))
     (folder / "supervisord.conf").write_text(
         f"[supervisord]\nnodaemon=true\nuser=root\nlogfile={folder}/log\n"

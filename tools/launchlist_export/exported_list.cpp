@@ -16,6 +16,9 @@ namespace {
 // Leaves room for a number, and for what a format puts before it.
 constexpr std::size_t kLongestBase = 48;
 
+// How much of a name a comment shows. systemd reads no line of a mebibyte or more.
+constexpr std::size_t kMostColumns = 200;
+
 // What launch-with may take besides the grace.
 constexpr long long kMoreThanGrace = 5;
 
@@ -121,14 +124,11 @@ std::string FindProblemInArguments(ExportedItem const& item,
 }
 
 std::string InComment(std::string const& text) {
-    std::string safe = tools::Quoted(text);
-    std::string const dashes = "--";
-    replace_all(safe, dashes, "-\\x2D");
+    std::string safe = tools::CutToColumns(tools::Quoted(text), kMostColumns);
+    replace_all(safe, "--", "-\\x2D");
     // UTF-8 has these two characters, but XML and YAML have not.
-    std::string const not_a_character_1 = "\xEF\xBF\xBE";
-    std::string const not_a_character_2 = "\xEF\xBF\xBF";
-    replace_all(safe, not_a_character_1, R"(\xEF\xBF\xBE)");
-    replace_all(safe, not_a_character_2, R"(\xEF\xBF\xBF)");
+    replace_all(safe, "\xEF\xBF\xBE", R"(\xEF\xBF\xBE)");
+    replace_all(safe, "\xEF\xBF\xBF", R"(\xEF\xBF\xBF)");
     return safe;
 }
 

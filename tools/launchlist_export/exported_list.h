@@ -55,7 +55,7 @@ std::string FindProblemInArguments(ExportedItem const& item,
 
 // Returns the text between quotation marks, as it may stand in a comment of each format,
 // whatever its bytes are: on one line, in UTF-8, and without "--", which would end a
-// comment in XML.
+// comment in XML. Of a long text only the beginning.
 //
 //   InComment("a\n--b")   -> "\"a\\x0A-\\x2Db\""
 std::string InComment(std::string const& text);

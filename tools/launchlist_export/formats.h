@@ -45,14 +45,16 @@ struct Format {
 // Returns the format with this name, or null if no format has it. It lives for ever.
 Format const* FindFormat(std::string const& name);
 
-// Returns the text as one word of ExecStart=, between quotation marks. Holds any bytes.
+// Returns the text as one word of ExecStart=, between quotation marks. It may hold any
+// bytes.
 //
 //   QuoteForSystemd("a \"b\" 5%\n")   -> "\"a \\\"b\\\" 5%%\\x0A\""
 std::string QuoteForSystemd(std::string const& text);
 
 // Returns the text, which is UTF-8, as a string of a manifest, between quotation marks.
+// Leaves $ as it is.
 //
-//   QuoteForKube("$(HOME) $1\n")   -> "\"$$(HOME) $1\\U0000000A\""
+//   QuoteForKube("a $1\n")   -> "\"a $1\\U0000000A\""
 std::string QuoteForKube(std::string const& text);
 
 // Returns the text, which is UTF-8 without carriage returns, as one word of command=. A

@@ -69,7 +69,14 @@ std::string FindError(tools::CommandLine const& line) {
     if (FindFormat(line.operands[0]) == nullptr) {
         return "unknown format " + tools::Printable(line.operands[0]);
     }
-    return line.Has("image") && line.operands[0] != "kube" ? "--image is for kube" : "";
+    if (!line.Has("image")) {
+        return "";
+    }
+    std::string const& image = line.options.at("image");
+    if (image.empty() || !tools::IsUtf8(image)) {
+        return "--image needs a name, in UTF-8";
+    }
+    return line.operands[0] == "kube" ? "" : "--image is for kube";
 }
 
 // Says what the format cannot hold. Returns true if that is nothing.

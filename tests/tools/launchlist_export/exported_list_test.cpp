@@ -84,6 +84,8 @@ TEST(FindCommonProblem, IsARelativePathOrAnEmptyVector) {
 
 TEST(InComment, EndsNoCommentOfAnyFormat) {
     EXPECT_EQ(InComment("a\n[b]\x7F\xFF"), R"("a\x0A[b]\x7F\xFF")");
+    EXPECT_EQ(InComment(std::string(1'000'000, 'a')).size(), 200 - 1 + 3U)
+        << "an ellipsis";
     EXPECT_EQ(InComment("-->---"), R"("-\x2D>-\x2D-")");
     EXPECT_EQ(InComment("\xEF\xBF\xBD\xEF\xBF\xBE\xEF\xBF\xBF"),
               "\"\xEF\xBF\xBD\\xEF\\xBF\\xBE\\xEF\\xBF\\xBF\"");
