@@ -229,12 +229,15 @@ int StopByList(Snapshot const& snapshot, std::optional<std::string> const& list,
                         "the list of one of them:" +
                             names);
     }
-    if (list && TellOfLeftovers(*list, FindLeftovers(*list, all)) == kLeft) {
-        return kLeft;
+    bool is_left = false;
+    for (std::string const& it :
+         list ? std::vector<std::string>{*list} : running::ListsOfOrphans(snapshot)) {
+        is_left = TellOfLeftovers(it, FindLeftovers(it, all)) == kLeft || is_left;
     }
-    return Complain(kNoLauncher,
-                    list ? "no launcher of yours runs " + tools::Printable(*list)
-                         : "no launcher of yours is running");
+    return is_left ? kLeft
+                   : Complain(kNoLauncher, list ? "no launcher of yours runs " +
+                                                      tools::Printable(*list)
+                                                : "no launcher of yours is running");
 }
 
 int EndLeftovers(std::string const& list, Launchers const& launchers) {
