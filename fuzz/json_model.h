@@ -39,7 +39,7 @@ struct Member {
     Value value;
 };
 
-// How an operation ends; thrown, but for kDone.
+// How an operation ends; thrown, except kDone.
 enum class Outcome { kDone, kNotFound, kWrongType, kInvalidText };
 
 // Throws if the value is neither of that kind nor null.

@@ -1,6 +1,6 @@
-/* SIGTERM to the launcher at any moment, and a second one if main waits in vain for the
-   first. At a standstill Judge prints the outcome. An exhaustive search prints all that
-   there can be.
+/* SIGTERM to the launcher at any moment, and a second one if main has missed the first. At
+   a standstill Judge prints the outcome. An exhaustive search prints all that there
+   can be.
 
    With SECOND_ANY the second SIGTERM, too, may come at any moment. */
 

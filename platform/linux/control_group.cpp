@@ -5,18 +5,18 @@
 
 namespace {
 
-// Returns the number in the file; -1 without one. No limit is the word "max".
-long ReadNumber(std::filesystem::path const& path) {
+// Returns the number in the file; std::nullopt without one. No limit is the word "max".
+std::optional<long> ReadNumber(std::filesystem::path const& path) {
     std::ifstream file(path);
-    long number = -1;
-    return file >> number ? number : -1;
+    long number = 0;
+    return file >> number ? std::optional(number) : std::nullopt;
 }
 
 std::optional<UserProcesses> ReadGroup(std::filesystem::path const& group) {
-    long const limit = ReadNumber(group / "pids.max");
-    long const running = ReadNumber(group / "pids.current");
-    return limit < 0 || running < 0 ? std::nullopt
-                                    : std::optional(UserProcesses{limit, running, true});
+    std::optional<long> const limit = ReadNumber(group / "pids.max");
+    std::optional<long> const running = ReadNumber(group / "pids.current");
+    return limit && running ? std::optional(UserProcesses{*limit, *running, true})
+                            : std::nullopt;
 }
 
 }  // namespace

@@ -10,12 +10,8 @@ namespace {
 using testing::ElementsAre;
 
 CommandLine Read(std::vector<std::string> arguments) {
-    std::vector<char*> argv;
     arguments.insert(arguments.begin(), "tool");
-    for (std::string& argument : arguments) {
-        argv.push_back(argument.data());
-    }
-    argv.push_back(nullptr);
+    std::vector<char*> argv = Pointers(arguments);
     return ReadCommandLine(static_cast<int>(arguments.size()), argv.data(),
                            {{"json"}, {"now", true}});
 }

@@ -4,6 +4,8 @@
 
 #include <cerrno>
 #include <chrono>
+#include <memory>
+#include <thread>
 
 #include "tests/support/linux/refuse_call.h"
 #include "tests/tools/launch_with/fixture.h"
@@ -32,6 +34,7 @@ TEST_F(LaunchWith, TheTimeThatItWaitsForItsLockIsNotPartOfThePace) {
         "exit 3"));
     ASSERT_TRUE(
         WaitForContent("output", "launch-with: waits until the one before has ended\n"));
+    // The time that a pace from the start of launch-with would count.
     std::this_thread::sleep_for(milliseconds(400));
     auto const start = Clock::now();
     first.reset();
