@@ -111,9 +111,9 @@ class TracedRun {
             return "";
         }
         TracedCall const handler = OpenHandler(trace.Calls());
-        return handler.inside_fork                   ? kHangsInFork
-               : handler.inside_malloc || UNDER_ASAN ? kHangsInMalloc
-                                                     : "";
+        return handler.inside_fork                       ? kHangsInFork
+               : handler.inside_malloc || !TRACES_MALLOC ? kHangsInMalloc
+                                                         : "";
     }
 
     // Returns what is known about the launcher.
