@@ -324,7 +324,7 @@ TEST_F(LaunchlogReport, ReadsTheListOnce) {
     std::string const page = directory.Path() / "page.html";
     ProgramRun const run = RunProgram(
         {"/bin/sh", "-c",
-         "echo '{\"0\": {\"name\": \"listed\"}}' | \"$0\" --html \"$1\" --list - \"$2\"",
+         R"(echo '{"0": {"name": "listed"}}' | "$0" --html "$1" --list - "$2")",
          LAUNCHLOG_REPORT, page, log});
     EXPECT_EQ(run.errors + run.end, "exit 0");
     EXPECT_THAT(ReadFile(page), HasSubstr(R"("name":"listed")"));
