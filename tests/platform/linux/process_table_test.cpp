@@ -101,28 +101,32 @@ TEST(ReadProcesses, HasThisProcessOnceAndTheFirst) {
     EXPECT_EQ(count(0), 0);
 }
 
-// Returns the only thread of the process once it waits.
-ThreadInfo WaitingThreadOf(Process const& process) {
-    std::vector<ThreadInfo> threads;
-    EXPECT_TRUE(WaitFor([&] {
-        threads = ReadThreads(process.Pid());
-        return threads.size() == 1 && threads[0].waits;
-    }));
-    EXPECT_EQ(threads[0].id, process.Pid());
-    return threads[0];
+// Returns whether the only thread of the process comes to be like that. While it starts,
+// it may wait for something else.
+template <typename Condition>
+bool ItsThreadComesToBe(Process const& process, Condition is_so) {
+    return WaitFor([&] {
+        std::vector<ThreadInfo> const threads = ReadThreads(process.Pid());
+        return threads.size() == 1 && threads[0].id == process.Pid() && is_so(threads[0]);
+    });
+}
+
+bool ComesToWait(Process const& process, bool for_child_or_time, bool for_thread) {
+    return ItsThreadComesToBe(process, [&](ThreadInfo const& thread) {
+        return thread.waits && thread.waits_for_child_or_time == for_child_or_time &&
+               thread.waits_for_thread == for_thread;
+    });
 }
 
 TEST(ReadThreads, TellsWhatAThreadWaitsFor) {
     Process const sleeper([] { return usleep(1000'000'000); });
-    EXPECT_TRUE(WaitingThreadOf(sleeper).waits_for_child_or_time);
-    EXPECT_FALSE(WaitingThreadOf(sleeper).waits_for_thread);
+    EXPECT_TRUE(ComesToWait(sleeper, true, false));
 
     Process const parent([] {
         pid_t const child = fork();
         return child == 0 ? pause() : waitpid(child, nullptr, 0);
     });
-    EXPECT_TRUE(WaitingThreadOf(parent).waits_for_child_or_time);
-    EXPECT_FALSE(WaitingThreadOf(parent).waits_for_thread);
+    EXPECT_TRUE(ComesToWait(parent, true, false));
 
     Process const locked([] {
         std::mutex mutex;
@@ -131,16 +135,14 @@ TEST(ReadThreads, TellsWhatAThreadWaitsFor) {
         condition.wait(lock, [] { return false; });
         return 0;
     });
-    EXPECT_FALSE(WaitingThreadOf(locked).waits_for_child_or_time);
-    EXPECT_TRUE(WaitingThreadOf(locked).waits_for_thread);
+    EXPECT_TRUE(ComesToWait(locked, false, true));
 
     Process const reader([] {
         int ends[2] = {};
         char byte = 0;
         return pipe(ends) + static_cast<int>(read(ends[0], &byte, 1));
     });
-    EXPECT_FALSE(WaitingThreadOf(reader).waits_for_child_or_time);
-    EXPECT_FALSE(WaitingThreadOf(reader).waits_for_thread);
+    EXPECT_TRUE(ComesToWait(reader, false, false));
 }
 
 TEST(ReadThreads, TellsWhatRunsAndWhatBlocksSigterm) {
@@ -149,21 +151,24 @@ TEST(ReadThreads, TellsWhatRunsAndWhatBlocksSigterm) {
         }
         return 0;
     });
-    std::vector<ThreadInfo> const threads = ReadThreads(busy.Pid());
-    ASSERT_EQ(threads.size(), 1U);
-    EXPECT_FALSE(threads[0].waits);
-    EXPECT_FALSE(threads[0].blocks_sigterm);
+    EXPECT_TRUE(ItsThreadComesToBe(busy, [](ThreadInfo const& thread) {
+        return !thread.waits && !thread.blocks_sigterm;
+    }));
 
     Process const handling([] {
         std::signal(SIGTERM, [](int) { pause(); });
         return raise(SIGTERM);
     });
-    EXPECT_TRUE(WaitingThreadOf(handling).blocks_sigterm);
+    EXPECT_TRUE(ItsThreadComesToBe(handling, [](ThreadInfo const& thread) {
+        return thread.waits && thread.blocks_sigterm;
+    }));
     Process const other([] {
         std::signal(SIGINT, [](int) { pause(); });
         return raise(SIGINT);
     });
-    EXPECT_FALSE(WaitingThreadOf(other).blocks_sigterm);
+    EXPECT_TRUE(ItsThreadComesToBe(other, [](ThreadInfo const& thread) {
+        return thread.waits && !thread.blocks_sigterm;
+    }));
 }
 
 TEST(ReadThreads, HasAllThreads) {
