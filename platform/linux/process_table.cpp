@@ -60,6 +60,23 @@ ThreadInfo ReadThread(pid_t process, pid_t thread) {
     return info;
 }
 
+// The system does not tell what a thread sleeps in if that is a secret, or if the thread
+// is only about to sleep. If it tells that of one thread, it is no secret of the others.
+void ForgetUnknownWaits(std::vector<ThreadInfo>& threads) {
+    auto const is_unknown = [](ThreadInfo const& thread) {
+        return thread.waits_for_child_or_time && thread.waits_for_thread;
+    };
+    bool const is_secret = std::none_of(
+        threads.begin(), threads.end(),
+        [&](ThreadInfo const& thread) { return thread.waits && !is_unknown(thread); });
+    for (ThreadInfo& thread : threads) {
+        if (!is_secret && is_unknown(thread)) {
+            thread.waits = thread.waits_for_child_or_time = thread.waits_for_thread =
+                false;
+        }
+    }
+}
+
 }  // namespace
 
 std::vector<ProcessInfo> ReadProcesses() {
@@ -115,6 +132,7 @@ std::vector<ThreadInfo> ReadThreads(pid_t id) {
             threads.push_back(ReadThread(id, thread));
         }
     }
+    ForgetUnknownWaits(threads);
     return threads;
 }
 

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -116,6 +117,44 @@ bool ComesToWait(Process const& process, bool for_child_or_time, bool for_thread
         return thread.waits && thread.waits_for_child_or_time == for_child_or_time &&
                thread.waits_for_thread == for_thread;
     });
+}
+
+// A process that sleeps for a moment, again and again, until another one answers it.
+int ExchangeBytes() {
+    int question[2] = {};
+    int answer[2] = {};
+    char byte = 0;
+    if (pipe(question) != 0 || pipe(answer) != 0) {
+        return 1;
+    }
+    bool const is_child = fork() == 0;
+    if (is_child) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+    }
+    int const in = is_child ? question[0] : answer[0];
+    int const out = is_child ? answer[1] : question[1];
+    while ((is_child || write(out, &byte, 1) == 1) && read(in, &byte, 1) == 1 &&
+           (!is_child || write(out, &byte, 1) == 1)) {
+    }
+    return 0;
+}
+
+TEST(ReadThreads, AThreadThatIsAboutToSleepDoesNotSeemToWaitForAChild) {
+    Process const process([] {
+        std::thread exchanging(ExchangeBytes);
+        exchanging.join();
+        return 0;
+    });
+    std::vector<ThreadInfo> threads;
+    EXPECT_TRUE(WaitFor([&] {
+        threads = ReadThreads(process.Pid());
+        return threads.size() == 2 && threads[0].waits_for_thread;
+    }));
+    for (int i = 0; i < 10'000; ++i) {
+        for (ThreadInfo const& thread : ReadThreads(process.Pid())) {
+            ASSERT_FALSE(thread.waits_for_child_or_time) << i;
+        }
+    }
 }
 
 TEST(ReadThreads, TellsWhatAThreadWaitsFor) {
