@@ -4,7 +4,7 @@
 
    launch-with is the partner, its child the watcher, and the program a child of that. Each
    transition names the function of tools/launch_with/ that it stands for. SIGKILL ends a
-   process at once: what takes longer, launch-with waits for (kAskEvery).
+   process at once: what takes longer, launch-with waits for (kSettle).
 
      KILLS         how many are killed, 2 if it is not set
      ENDS_ITSELF   the program may end by itself

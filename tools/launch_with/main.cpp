@@ -40,6 +40,9 @@ namespace {
 // How often a taken name is tried again, in milliseconds.
 constexpr int kAskEvery = 50;
 
+// After this long, in milliseconds, what was killed is gone, on a busy machine too.
+constexpr int kSettle = 500;
+
 // Writes a line of launch-with's own to where the program's errors go.
 void Note(Options const& options, char const* text, char const* reason) {
     char line[256];
@@ -127,7 +130,7 @@ class Partner {
 
   private:
     // Waits until no other process holds the name of this program, and holds it. If it
-    // had to wait, it waits 50 ms more, so that processes just killed are gone.
+    // had to wait, it waits longer, so that processes just killed are gone.
     bool AwaitTurn(int argc, char** argv) {
         char name[24];
         std::snprintf(name, sizeof name, "%016llx",
@@ -146,7 +149,7 @@ class Partner {
                 return false;
             }
         }
-        return !has_waited || Wait(launcher, kAskEvery);
+        return !has_waited || Wait(launcher, kSettle);
     }
 
     std::uint64_t HashOfName(int argc, char** argv) const {
