@@ -51,6 +51,8 @@ TEST(OwnLogs, MetricsAreWrittenBeforeThereIsALogAndFollowTheOneThatComes) {
     EXPECT_TRUE(WaitFor([&metrics] {
         return ReadFile(metrics).find("{item=\"b\"}") != std::string::npos;
     }));
+    EXPECT_THAT(ReadFile(metrics),
+                testing::HasSubstr("\nlauncher_item_restarts_total{item=\"c\"} 1\n"));
     EXPECT_FALSE(follower.HasEnded());
 }
 
