@@ -238,7 +238,21 @@ class LauncherStop {
                    processes->limit;
     }
 
-    bool Kill() const { return Send(SIGKILL) && AwaitDeath(); }
+    // Suspends the launcher first: what it forks after the last look might not be told
+    // from a program of another launcher.
+    bool Kill() {
+        auto const deadline = steady_clock::now() + kLongestAwakening;
+        std::optional<ProcessInfo> process;
+        if (handle.Signal(SIGSTOP)) {
+            do {
+                process = ReadProcess(launcher.id);
+            } while (process && KeyOf(*process) == KeyOf(launcher) &&
+                     !process->is_stopped && steady_clock::now() < deadline &&
+                     !HasEndedIn(milliseconds(2)));
+            family.Follow(Snapshot::Take());
+        }
+        return Send(SIGKILL) && AwaitDeath();
+    }
 
     // Waits for the end as long as there is progress: fewer threads, or fewer children.
     bool AwaitEnd() {
