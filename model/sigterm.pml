@@ -1,6 +1,5 @@
 /* SIGTERM to the launcher at any moment, and a second one if main has missed the first. At
-   a standstill Judge prints the outcome. An exhaustive search prints all that there
-   can be.
+   a standstill Judge prints the outcome. An exhaustive search prints all that there can be.
 
    With SECOND_ANY the second SIGTERM, too, may come at any moment. */
 

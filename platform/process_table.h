@@ -56,8 +56,9 @@ std::vector<ProcessInfo> ReadProcesses();
 // Returns the process that has this id now; std::nullopt if no process has it.
 std::optional<ProcessInfo> ReadProcess(pid_t id);
 
-// A thread, and what it waits for. If the system does not tell that, a thread that waits
-// counts as waiting for all of it.
+// A thread, and what it waits for. If the system tells that of no thread of a process,
+// each that waits counts as waiting for all of it. If it tells it of others only, the
+// thread is about to sleep, and does not count as waiting.
 struct ThreadInfo {
     // The first thread has the id of its process.
     pid_t id = 0;

@@ -17,9 +17,8 @@ namespace launchlist_check {
 // if none is near. Candidates are in lower case, and the case of `word` is ignored.
 //
 // A candidate is near in one of these ways:
-// - it has the same letters, in any order; one letter may differ, or one word may have
-// two
-//   more: "agrs", "nama", "programme";
+// - it has the same letters, in any order: "agrs". One letter may differ: "nama". Or one
+//   word has two letters more: "programme";
 // - one of the words begins with the other, which has three letters or more: "prog";
 // - other supervisors call it `word`: "path" for "program".
 std::string NearMiss(std::string const& word, std::vector<std::string> const& candidates);
