@@ -37,8 +37,9 @@ constexpr milliseconds kLookEvery(20);
 // long it makes no progress.
 constexpr milliseconds kNoProgress(1000);
 
-// A suspended process that has got SIGCONT runs on after this long at the most.
-constexpr milliseconds kLongestAwakening(1000);
+// After SIGSTOP a process is suspended, and after SIGCONT it runs on, after this long at
+// the most.
+constexpr milliseconds kLongestSuspending(1000);
 
 // A link of a chain forks the next 50 ms after the last one has ended. So nothing is left
 // only if every look in this time finds nothing.
@@ -104,7 +105,7 @@ class LauncherStop {
         if (!handle.IsOpen()) {
             return "";
         }
-        WakeUp();
+        SetSuspended(false);
         if (!AwaitForks()) {
             bool const is_stopping = IsStopping();
             if (!Kill()) {
@@ -132,12 +133,13 @@ class LauncherStop {
     // Returns false if the signal was not permitted.
     bool Send(int signal) const { return handle.Signal(signal) || errno == ESRCH; }
 
-    // SIGTERM waits until a suspended process runs on.
-    void WakeUp() const {
-        auto const deadline = steady_clock::now() + kLongestAwakening;
+    // Suspends the launcher, or lets it run on.
+    void SetSuspended(bool is_wanted) const {
+        auto const deadline = steady_clock::now() + kLongestSuspending;
         std::optional<ProcessInfo> process = ReadProcess(launcher.id);
-        while (process && process->is_stopped && steady_clock::now() < deadline) {
-            handle.Signal(SIGCONT);
+        while (process && process->is_stopped != is_wanted && !handle.HasEnded() &&
+               steady_clock::now() < deadline) {
+            handle.Signal(is_wanted ? SIGSTOP : SIGCONT);
             std::this_thread::sleep_for(kLookEvery);
             process = ReadProcess(launcher.id);
         }
@@ -238,19 +240,11 @@ class LauncherStop {
                    processes->limit;
     }
 
-    // Suspends the launcher first: what it forks after the last look might not be told
+    // What a launcher that is not suspended forks after the last look could not be told
     // from a program of another launcher.
     bool Kill() {
-        auto const deadline = steady_clock::now() + kLongestAwakening;
-        std::optional<ProcessInfo> process;
-        if (handle.Signal(SIGSTOP)) {
-            do {
-                process = ReadProcess(launcher.id);
-            } while (process && KeyOf(*process) == KeyOf(launcher) &&
-                     !process->is_stopped && steady_clock::now() < deadline &&
-                     !HasEndedIn(milliseconds(2)));
-            family.Follow(Snapshot::Take());
-        }
+        SetSuspended(true);
+        family.Follow(Snapshot::Take());
         return Send(SIGKILL) && AwaitDeath();
     }
 

@@ -125,6 +125,34 @@ TEST_F(StopLauncherTest, SendsSigtermIfHalfOfASmallLimitIsFree) {
                 testing::ElementsAre(Ended("ended after SIGTERM")));
 }
 
+TEST_F(StopLauncherTest, EndsWhatTheLauncherForkedBeforeItWasSuspended) {
+    Process late({"/bin/sleep", "1000"});
+    ProcessInfo const launcher =
+        MakeProcess(sleeper.Pid(), 1, {kLauncherFile, "main", "/list.json"});
+    auto const is_suspended = [this] { return StateOf(sleeper.Pid()) == 'T'; };
+    find = [&](pid_t id) {
+        ProcessInfo process = MakeProcess(id, 1, {});
+        process.is_stopped = id == sleeper.Pid() && is_suspended();
+        return process;
+    };
+    look = [&] {
+        std::vector<ProcessInfo> processes;
+        bool const has_parent = !sleeper.HasEnded();
+        if (has_parent) {
+            processes.push_back(launcher);
+        }
+        if (!late.HasEnded() && (!has_parent || is_suspended())) {
+            processes.push_back(MakeProcess(late.Pid(), has_parent ? sleeper.Pid() : 1,
+                                            {"/bin/sleep", "1000"}));
+        }
+        return processes;
+    };
+    count = {200, 101, true};
+    EXPECT_TRUE(StopLauncher({{launcher, "main", "/list.json"}, {}}, {},
+                             [](std::string const&) {}));
+    EXPECT_TRUE(late.HasEnded());
+}
+
 class EndFamilyTest : public testing::Test {
   protected:
     Process sleeper{{"/bin/sleep", "1000"}};
