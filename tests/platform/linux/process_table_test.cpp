@@ -145,10 +145,11 @@ TEST(ReadThreads, AThreadThatIsAboutToSleepDoesNotSeemToWaitForAChild) {
         exchanging.join();
         return 0;
     });
-    std::vector<ThreadInfo> threads;
-    EXPECT_TRUE(WaitFor([&] {
-        threads = ReadThreads(process.Pid());
-        return threads.size() == 2 && threads[0].waits_for_thread;
+    // As long as the first thread, too, is only about to sleep, the system tells nothing.
+    EXPECT_TRUE(WaitFor([&process] {
+        std::vector<ThreadInfo> const threads = ReadThreads(process.Pid());
+        return threads.size() == 2 && threads[0].waits_for_thread &&
+               !threads[0].waits_for_child_or_time;
     }));
     for (int i = 0; i < 10'000; ++i) {
         for (ThreadInfo const& thread : ReadThreads(process.Pid())) {
