@@ -3,8 +3,9 @@
    time, and at a standstill none is left that nobody watches.
 
    launch-with is the partner, its child the watcher, and the program a child of that. Each
-   transition names the function of tools/launch_with/ that it stands for. SIGKILL ends a
-   process at once: what takes longer, launch-with waits for (kSettle).
+   transition names the function of tools/launch_with/ that it stands for. After SIGKILL the
+   program may do more before it ends; the others end at once, since they hold the name
+   until they are gone.
 
      KILLS         how many are killed, 2 if it is not set
      ENDS_ITSELF   the program may end by itself
@@ -25,6 +26,7 @@ bool has_partner[2];
 bool has_watcher[2];
 bool has_program[2];  /* the process is there ... */
 bool runs[2];         /* ... and executes the program */
+bool is_dying[2];     /* it has got SIGKILL */
 bool has_child[2];
 mtype parent_of_program[2];
 mtype parent_of_child[2];
@@ -35,9 +37,12 @@ bool is_pipe_open[2];      /* partner and watcher hear of each other's end */
 bool has_launcher[2];      /* the first, and the next after its death */
 byte launcher_of[2];
 
-/* HoldName: the name is held until both processes that have the socket are gone. */
-#define is_held_by(i) (holds[i] && (has_partner[i] || has_watcher[i]))
+/* HoldName: the name is held until all processes that have the socket are gone. execv
+   closes it. */
+#define is_held_by(i) (holds[i] && (has_partner[i] || has_watcher[i] || \
+                                    (has_program[i] && !runs[i])))
 bool holds[2];
+bool is_held_for_life[2];
 
 byte kills;
 bool is_killed_partner[2];
@@ -48,6 +53,7 @@ bool is_killed_watcher[2];
 inline end_program(i) {
     has_program[i] = false;
     runs[i] = false;
+    is_held_for_life[i] = false;
     if
     :: has_child[i] && parent_of_child[i] == program -> parent_of_child[i] = adopter(i)
     :: else
@@ -61,9 +67,10 @@ inline end_watcher(i) {
     :: else
     fi;
     if
-    :: has_program[i] && dies_with_parent[i] -> end_program(i)
-    :: has_program[i] && !dies_with_parent[i] -> parent_of_program[i] = adopter(i)
-    :: !has_program[i]
+    :: has_program[i] ->
+        is_dying[i] = is_dying[i] || dies_with_parent[i];
+        parent_of_program[i] = adopter(i)
+    :: else
     fi
 }
 
@@ -88,10 +95,14 @@ inline end_partner(i) {
 /* SIGKILL to all that descends from `who`, as long as there is something. */
 inline kill_descendants(i, who) {
     do
-    :: d_step { is_below(i, who) -> end_program(i) }
+    :: is_below(i, who) && !is_dying[i] -> is_dying[i] = true
     :: atomic { is_child_below(i, who) -> has_child[i] = false }
     :: !is_below(i, who) && !is_child_below(i, who) -> break
-    od
+    od;
+    atomic { /* ForgetName */
+        is_held_for_life[0] = false;
+        is_held_for_life[1] = false
+    }
 }
 
 active [2] proctype Partner() provided (!is_started[_pid] || has_partner[_pid]) {
@@ -100,8 +111,12 @@ active [2] proctype Partner() provided (!is_started[_pid] || has_partner[_pid]) 
     :: has_launcher[launcher_of[_pid]] /* IsOrphan */
     :: else -> goto end
     fi;
-    if /* AwaitTurn */
+    if /* AwaitTurn: HoldName ... */
     :: atomic { !is_held_by(1 - _pid) -> holds[_pid] = true }
+    :: !has_launcher[launcher_of[_pid]] -> goto end
+    fi;
+    if /* ... and IsNameHeldForLife */
+    :: !is_held_for_life[1 - _pid]
     :: !has_launcher[launcher_of[_pid]] -> goto end
     fi;
     d_step { /* RunProgram */
@@ -139,6 +154,7 @@ active [2] proctype Program() provided (has_program[_pid - 4]) {
     if
     :: parent_of_program[i] != watcher -> d_step { end_program(i) }
     :: else
+        is_held_for_life[i] = true; /* ... HoldNameForLife ... */
         runs[i] = true; /* ... and execv */
         assert(!runs[1 - i]);
         if
@@ -149,6 +165,14 @@ active [2] proctype Program() provided (has_program[_pid - 4]) {
         d_step { end_program(i) }
 #endif
     fi
+}
+
+/* The end of what has got SIGKILL. */
+active [2] proctype End() {
+    byte i = _pid - 6;
+    do
+    :: d_step { has_program[i] && is_dying[i] -> end_program(i); is_dying[i] = false }
+    od
 }
 
 /* The launcher starts launch-with, and again after its end; somebody starts another
@@ -173,8 +197,8 @@ active proctype Killer() {
     :: d_step { kill(has_partner[1]); is_killed_partner[1] = true; end_partner(1) }
     :: d_step { kill(has_watcher[0]); is_killed_watcher[0] = true; end_watcher(0) }
     :: d_step { kill(has_watcher[1]); is_killed_watcher[1] = true; end_watcher(1) }
-    :: d_step { kill(has_program[0]); end_program(0) }
-    :: d_step { kill(has_program[1]); end_program(1) }
+    :: d_step { kill(has_program[0] && !is_dying[0]); is_dying[0] = true }
+    :: d_step { kill(has_program[1] && !is_dying[1]); is_dying[1] = true }
     :: timeout -> break
     od;
     i = 0;

@@ -39,3 +39,11 @@ int HoldName(char const* name) noexcept {
     bool const was_removed = fstat(held, &status) == 0 && status.st_nlink == 0;
     return was_removed ? CloseWithError(held, EADDRINUSE) : held;
 }
+
+void HoldNameForLife(char const* /*name*/) noexcept {}
+
+bool IsNameHeldForLife(char const* /*name*/) noexcept {
+    return false;
+}
+
+void ForgetName(char const* /*name*/) noexcept {}

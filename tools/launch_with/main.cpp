@@ -19,7 +19,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <cstdint>
 #include <cstdio>
 #include <cstring>
 
@@ -39,9 +38,6 @@ namespace {
 
 // How often a taken name is tried again, in milliseconds.
 constexpr int kAskEvery = 50;
-
-// After this long, in milliseconds, what was killed is gone, on a busy machine too.
-constexpr int kSettle = 500;
 
 // Writes a line of launch-with's own to where the program's errors go.
 void Note(Options const& options, char const* text, char const* reason) {
@@ -91,15 +87,6 @@ bool IsOrphan(pid_t parent) {
     return getppid() != parent || (getsid(0) != getpid() && getsid(parent) != getsid(0));
 }
 
-// Adds a text and the zero after it to a hash (FNV-1a).
-std::uint64_t Hash(std::uint64_t hash, char const* text) {
-    constexpr std::uint64_t kPrime = 1'099'511'628'211;
-    for (; *text != '\0'; ++text) {
-        hash = (hash ^ static_cast<unsigned char>(*text)) * kPrime;
-    }
-    return hash * kPrime;
-}
-
 // Waits at most `milliseconds`. Returns false once the launcher has ended.
 bool Wait(ProcessHandle const& launcher, long long milliseconds) {
     pollfd waited = {launcher.Descriptor(), POLLIN, 0};
@@ -117,7 +104,7 @@ class Partner {
     int Run(int argc, char** argv) {
         long long started = Now();
         int status = kFailed << 8;
-        if (AwaitTurn(argc, argv)) {
+        if (AwaitTurn()) {
             started = Now();
             status = RunProgram(argc, argv);
         }
@@ -130,14 +117,14 @@ class Partner {
 
   private:
     // Waits until no other process holds the name of this program, and holds it. If it
-    // had to wait, it waits longer, so that processes just killed are gone.
-    bool AwaitTurn(int argc, char** argv) {
-        char name[24];
-        std::snprintf(name, sizeof name, "%016llx",
-                      static_cast<unsigned long long>(HashOfName(argc, argv)));
+    // had to wait, it waits 50 ms more: a process gives its name back at its end, but a
+    // moment before its files.
+    bool AwaitTurn() {
+        int held = -1;
         bool has_waited = false;
-        while (HoldName(name) < 0) {
-            if (errno != EADDRINUSE) {
+        while ((held < 0 && (held = HoldName(options.name)) < 0) ||
+               IsNameHeldForLife(options.name)) {
+            if (held < 0 && errno != EADDRINUSE) {
                 Note(options, "cannot hold the program's name", std::strerror(errno));
                 return false;
             }
@@ -149,18 +136,7 @@ class Partner {
                 return false;
             }
         }
-        return !has_waited || Wait(launcher, kSettle);
-    }
-
-    std::uint64_t HashOfName(int argc, char** argv) const {
-        std::uint64_t hash = 14'695'981'039'346'656'037ULL;
-        if (options.lock != nullptr) {
-            return Hash(hash, options.lock);
-        }
-        for (int i = 1; i < argc; ++i) {
-            hash = Hash(hash, argv[i]);
-        }
-        return hash;
+        return !has_waited || Wait(launcher, kAskEvery);
     }
 
     int RunProgram(int argc, char** argv) {
@@ -185,7 +161,7 @@ class Partner {
         return AwaitReport(ends[0], watcher);
     }
 
-    static int AwaitReport(int reports, pid_t watcher) {
+    int AwaitReport(int reports, pid_t watcher) const {
         Report report = {};
         pid_t program = 0;
         while (read(reports, &report, sizeof report) == sizeof report) {
@@ -195,7 +171,9 @@ class Partner {
             }
             program = report.program;
         }
-        return KillDescendants(program);
+        int const status = KillDescendants(program);
+        ForgetName(options.name);
+        return status;
     }
 
     Options const& options;

@@ -2,6 +2,8 @@
 
 #include <getopt.h>
 
+#include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
@@ -204,6 +206,28 @@ char const* NameOf(int id) {
     return "";
 }
 
+// Adds a text and the zero after it to a hash (FNV-1a).
+std::uint64_t Hash(std::uint64_t hash, char const* text) {
+    constexpr std::uint64_t kPrime = 1'099'511'628'211;
+    for (; *text != '\0'; ++text) {
+        hash = (hash ^ static_cast<unsigned char>(*text)) * kPrime;
+    }
+    return hash * kPrime;
+}
+
+void MakeName(int argc, char** argv, Options& options) {
+    std::uint64_t hash = 14'695'981'039'346'656'037ULL;
+    if (options.lock != nullptr) {
+        hash = Hash(hash, options.lock);
+    } else {
+        for (int i = 1; i < argc; ++i) {
+            hash = Hash(hash, argv[i]);
+        }
+    }
+    std::snprintf(options.name, sizeof options.name, "%016llx",
+                  static_cast<unsigned long long>(hash));
+}
+
 // Checks what no single option can tell.
 bool CheckTogether(Options& options, Complaint& complaint) {
     if (options.tail != 0 && options.output == nullptr && options.error == nullptr) {
@@ -233,6 +257,7 @@ bool ReadOptions(int argc, char** argv, Options& options, Complaint& complaint) 
         int const id = getopt_long(argc, argv, kShortOptions, kKnown, nullptr);
         if (id == kEnd) {
             options.command = optind < argc ? argv + optind : nullptr;
+            MakeName(argc, argv, options);
             return CheckTogether(options, complaint);
         }
         bool const is_long = id != '?' && id != ':' && id != 'h';

@@ -40,9 +40,10 @@ struct Options {
     // The niceness of the program, unless `has_nice` is false.
     bool has_nice = false;
     int nice = 0;
-    // The name under which the program is started once at a time; null for its command
-    // line.
+    // What --lock gives; null for the command line. `name` is made of it: under this name
+    // the program is started once at a time.
     char const* lock = nullptr;
+    char name[17] = {};
     // --help or --version was given, and nothing after it was read.
     bool help = false;
     bool version = false;

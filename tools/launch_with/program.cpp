@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "platform/held_name.h"
 #include "platform/process_family.h"
 
 namespace launch_with {
@@ -66,6 +67,7 @@ void BecomeProgram(int argc, char** argv, Options const& options, pid_t watcher,
     if (!DieWithParent(watcher)) {
         _exit(kFailed);
     }
+    HoldNameForLife(options.name);
     if (output >= 0) {
         dup2(output, STDOUT_FILENO);
     }

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <new>
 
+#include "platform/held_name.h"
 #include "platform/process_family.h"
 #include "platform/process_handle.h"
 #include "tools/common/signal_names.h"
@@ -239,6 +240,7 @@ void Watch(int argc, char** argv, Options const& options, int partner,
     alignas(Watcher) static unsigned char room[sizeof(Watcher)];
     Watcher& watcher = *new (room) Watcher(options, partner, launcher);
     int const status = watcher.Run(argc, argv);
+    ForgetName(options.name);
     watcher.Tell({Report::Kind::Ended, 0, status});
     _exit(0);
 }

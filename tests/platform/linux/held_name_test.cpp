@@ -3,14 +3,21 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sched.h>
+#include <sys/sem.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <csignal>
+#include <sstream>
 #include <string>
+#include <vector>
 
+#include "harness/files.h"
+#include "harness/proc.h"
 #include "harness/process.h"
+#include "harness/wait_for.h"
 #include "tests/support/limited_user.h"
 
 namespace {
@@ -84,6 +91,85 @@ TEST(HoldName, IsThatOfOnePidNamespace) {
     });
     EXPECT_EQ(other.WaitForEnd(), "exit 0");
     close(held);
+}
+
+// With no semaphores but its own.
+class HoldNameForLifeTest : public testing::Test {
+  protected:
+    HoldNameForLifeTest() { EXPECT_EQ(unshare(CLONE_NEWIPC), 0); }
+
+    // Returns the file that has a line for each set of semaphores, and one before them.
+    static std::vector<std::string> Semaphores() {
+        return Lines(ReadFile("/proc/sysvipc/sem"));
+    }
+
+    // Makes the semaphores of "agent", which nobody holds, and returns their id.
+    static int MakeSemaphores() {
+        Process holder([] {
+            HoldNameForLife("agent");
+            return 0;
+        });
+        EXPECT_EQ(holder.WaitForEnd(), "exit 0");
+        EXPECT_EQ(Semaphores().size(), 2U);
+        std::istringstream line(Semaphores().back());
+        std::string key;
+        int id = -1;
+        line >> key >> id;
+        return id;
+    }
+};
+
+TEST_F(HoldNameForLifeTest, LastsThroughExecUntilTheProcessEndsAndWithoutItsChildren) {
+    EXPECT_FALSE(IsNameHeldForLife("agent"));
+    Process holder({"/bin/sh", "-c", "sleep 1000 & exec sleep 2000"},
+                   [] { HoldNameForLife("agent"); });
+    ASSERT_TRUE(WaitFor(
+        [&holder] { return ProcValue(holder.Pid(), "status", "Name") == "sleep"; }));
+    EXPECT_TRUE(IsNameHeldForLife("agent"));
+    EXPECT_FALSE(IsNameHeldForLife("agent2"));
+    holder.Signal(SIGKILL);
+    EXPECT_EQ(holder.WaitForEnd(), "signal 9");
+    EXPECT_FALSE(IsNameHeldForLife("agent"));
+}
+
+TEST_F(HoldNameForLifeTest, ItIsForgotten) {
+    MakeSemaphores();
+    ForgetName("agent2");
+    EXPECT_EQ(Semaphores().size(), 2U);
+    ForgetName("agent");
+    EXPECT_EQ(Semaphores().size(), 1U);
+}
+
+TEST_F(HoldNameForLifeTest, AnotherNameWithTheSameKeyIsLeftAlone) {
+    int const set = MakeSemaphores();
+    std::array<unsigned short, 4> others = {1, 2, 3, 4};
+    ASSERT_EQ(semctl(set, 0, SETALL, others.data()), 0);
+    EXPECT_FALSE(IsNameHeldForLife("agent"));
+    ForgetName("agent");
+    HoldNameForLife("agent");
+    std::array<unsigned short, 4> values = {};
+    ASSERT_EQ(semctl(set, 0, GETALL, values.data()), 0);
+    EXPECT_EQ(values, others);
+}
+
+TEST_F(HoldNameForLifeTest, TakesTheKeyOfAnotherNameThatNobodyHolds) {
+    int const set = MakeSemaphores();
+    std::array<unsigned short, 4> others = {0, 2, 3, 4};
+    ASSERT_EQ(semctl(set, 0, SETALL, others.data()), 0);
+    HoldNameForLife("agent");
+    EXPECT_TRUE(IsNameHeldForLife("agent"));
+}
+
+TEST_F(HoldNameForLifeTest, IsThatOfOnePidNamespace) {
+    HoldNameForLife("agent");
+    Process other([] {
+        if (unshare(CLONE_NEWPID) != 0) {
+            return 1;
+        }
+        Process inside([] { return IsNameHeldForLife("agent") ? 2 : 0; });
+        return inside.WaitForEnd() == "exit 0" ? 0 : 3;
+    });
+    EXPECT_EQ(other.WaitForEnd(), "exit 0");
 }
 
 }  // namespace
