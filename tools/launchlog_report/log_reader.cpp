@@ -8,7 +8,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "tools/launchlog_report/compression.h"
+#include "tools/launchlog_report/log_files.h"
 
 namespace launchlog_report {
 namespace {
@@ -81,7 +81,7 @@ std::string ReadBytes(std::string const& path, ByteTaker const& take) {
         std::string problem = WhyNotALog(STDIN_FILENO);
         return problem.empty() ? ReadDescriptor(STDIN_FILENO, take, wants_more) : problem;
     }
-    if (Compression const* const compression = CompressionOfName(path)) {
+    if (Compression const* const compression = ParseLogName(path).compression) {
         return ReadCompressed(path, compression->command, take);
     }
     int const file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
