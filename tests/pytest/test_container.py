@@ -48,6 +48,11 @@ def podman(*arguments, **options):
     return run("podman", "--log-level", "fatal", *arguments, **options)
 
 
+def remove_pods():
+    """Removes all pods. podman may fail to remove a container that is just ending."""
+    wait_until(lambda: podman("pod", "rm", "--all", "--force").code == 0)
+
+
 @pytest.fixture(scope="module", autouse=True)
 def configuration(contained, tmp_path_factory):
     """Lets podman keep all that it has in a folder of its own."""
@@ -221,6 +226,7 @@ def pod(image, metrics, tmp_path):
     podman("kube", "play", file).expect(0)
     yield "launcher-launcher"
     podman("kube", "down", file)
+    remove_pods()
 
 
 def processes():
@@ -318,6 +324,7 @@ def play_export(build, image, tmp_path):
         podman("kube", "play", manifest).expect(0)
     yield play
     podman("kube", "down", manifest)
+    remove_pods()
 
 
 def podman_takes(text):
