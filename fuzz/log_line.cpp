@@ -101,13 +101,18 @@ Counts CountLines(std::vector<std::string> const& lines) {
     Counts counts;
     for (std::string const& line : lines) {
         std::optional<LogEvent> const event = launchlog_report::ParseLogLine(line);
-        if (!event || (event->time && *event->time < -1000)) {
+        if (!event) {
             continue;
         }
-        bool const is_own =
-            event->process.empty() || event->process == std::to_string(kLauncher);
+        bool const has_its_id = event->process == std::to_string(kLauncher);
+        bool const is_own = has_its_id || event->process.empty();
+        bool const is_old = event->time && *event->time < -1000;
         counts.has_failed_fork =
-            counts.has_failed_fork || (is_own && event->kind == LogEventKind::FailedFork);
+            counts.has_failed_fork || (event->kind == LogEventKind::FailedFork &&
+                                       (has_its_id || (is_own && !is_old)));
+        if (is_old) {
+            continue;
+        }
         if (is_own && event->kind == LogEventKind::End) {
             ++counts.ends[event->name];
         }
