@@ -132,6 +132,13 @@ TEST_F(HoldNameForLifeTest, LastsThroughExecUntilTheProcessEndsAndWithoutItsChil
     EXPECT_FALSE(IsNameHeldForLife("agent"));
 }
 
+TEST_F(HoldNameForLifeTest, TheNextOneUsesTheSemaphoresThatAreLeft) {
+    MakeSemaphores();
+    HoldNameForLife("agent");
+    EXPECT_TRUE(IsNameHeldForLife("agent"));
+    EXPECT_EQ(Semaphores().size(), 2U);
+}
+
 TEST_F(HoldNameForLifeTest, ItIsForgotten) {
     MakeSemaphores();
     ForgetName("agent2");
